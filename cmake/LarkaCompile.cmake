@@ -1,0 +1,25 @@
+# Options that every target is compiled with, and the processor's part in the library's name.
+
+add_library(larka_compile INTERFACE)
+target_compile_options(larka_compile INTERFACE -Wall -Wextra -Wpedantic -Wnon-virtual-dtor
+                       -Wcast-align -Wunused -Woverloaded-virtual)
+if(LARKA_WERROR)
+  target_compile_options(larka_compile INTERFACE -Werror)
+endif()
+if(LARKA_SANITIZE)
+  target_compile_options(larka_compile INTERFACE -fsanitize=${LARKA_SANITIZE}
+                         -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
+  target_link_options(larka_compile INTERFACE -fsanitize=${LARKA_SANITIZE})
+endif()
+# Names deprecated after this release of the toolkit are warned about, earlier ones don't exist.
+target_compile_definitions(larka_compile INTERFACE QT_NO_CAST_TO_ASCII
+                           QT_DEPRECATED_WARNINGS)
+
+# i486 stands for all 32-bit x86.
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(i.86|x86|x86_64|amd64|AMD64)$" AND CMAKE_SIZEOF_VOID_P EQUAL 4)
+  set(LARKA_CPU i486)
+elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|amd64|AMD64)$")
+  set(LARKA_CPU x86_64)
+else()
+  set(LARKA_CPU ${CMAKE_SYSTEM_PROCESSOR})
+endif()

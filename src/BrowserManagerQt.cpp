@@ -1,0 +1,222 @@
+#include "BrowserManagerQt.h"
+
+#include <unistd.h>
+
+#include <QAbstractEventDispatcher>
+#include <QApplication>
+#include <QDir>
+#include <QGraphicsScene>
+#include <QGraphicsView>
+#include <QNetworkCookieJar>
+#include <QNetworkDiskCache>
+#include <QNetworkProxyFactory>
+#include <QPixmapCache>
+#include <QStandardPaths>
+#include <QThread>
+#include <QTimer>
+#include <QWebPage>
+#include <QWebSettings>
+#include <atomic>
+#include <cstdio>
+
+#include "HostCalls.h"
+#include "LarkaBrowserQt.h"
+#include "LarkaBrowserTimerQt.h"
+#include "LarkaStyle.h"
+#include "NetworkAccessManager.h"
+#include "larka/BrowserManager.h"
+#include "larka/LarkaWidget.h"
+#include "larka/applicationSupportPath.h"
+#include "larkawebview.h"
+
+namespace LARKA {
+
+namespace {
+
+const char kSourcePath[] = "src/BrowserManagerQt";
+const int kViewWidth = 1280;
+const int kViewHeight = 720;
+const int kPixmapCacheKilobytes = 51200;
+
+std::atomic<bool> g_running{false};
+
+// How many PumpEvents and RunEventLoop passes are on the stack.
+int g_pumpDepth = 0;
+
+// The toolkit carries out a deferred destruction only when an event loop of its own returns to where it
+// was asked for; one asked for outside all event handlers would wait for ever while a host only pumps.
+// Nothing is destroyed here underneath an event handler or a callback: it may be the object's own.
+void carryOutDeferredDestructions() {
+  if (g_pumpDepth > 0 || HostCalls::anyRunning()) return;
+  if (!QCoreApplication::instance() || QThread::currentThread()->loopLevel() > 0) return;
+  QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+void pump(QEventLoop::ProcessEventsFlags flags) {
+  ++g_pumpDepth;
+  QCoreApplication::processEvents(flags);
+  --g_pumpDepth;
+  carryOutDeferredDestructions();
+}
+
+}  // namespace
+
+QString applicationSupportPath(const QString& name) {
+  QString directory = QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation);
+  if (directory.isEmpty())
+    directory =
+        QDir::homePath() + QStringLiteral("/.") + QCoreApplication::applicationName();
+  if (!QDir(directory).exists()) QDir().mkpath(directory);
+  return directory + QLatin1Char('/') + name;
+}
+
+BrowserManagerPrivate::BrowserManagerPrivate() = default;
+
+BrowserManagerPrivate::~BrowserManagerPrivate() {
+  fprintf(stderr, "----browser manager quitting\n");
+  fprintf(stderr, "---destroying scene\n");
+  releaseLivingBrowsers();
+  delete scene;
+  fprintf(stderr, "---destroying gfx view\n");
+  delete view;
+  fprintf(stderr, "---quitting app\n");
+}
+
+// The scene would take their views along, and their requests would go on to use the shared jar.
+void BrowserManagerPrivate::releaseLivingBrowsers() {
+  if (!scene) return;
+  for (QGraphicsItem* item : scene->items()) {
+    auto* webView = qobject_cast<LarkaWebView*>(item->toGraphicsObject());
+    if (!webView) continue;
+    scene->removeItem(webView);
+    QNetworkAccessManager* manager = webView->page()->networkAccessManager();
+    if (manager->cookieJar() == cookieJar) manager->setCookieJar(new QNetworkCookieJar(manager));
+  }
+}
+
+void BrowserManagerPrivate::createView() {
+  if (viewCreated) return;
+  viewCreated = true;
+  scene = new QGraphicsScene;
+  view = new QGraphicsView(scene);
+  view->setOptimizationFlags(QGraphicsView::DontSavePainterState |
+                             QGraphicsView::IndirectPainting);
+  view->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+  view->setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing |
+                       QPainter::SmoothPixmapTransform);
+  view->setViewport(new LarkaWidget);
+  view->setViewportUpdateMode(QGraphicsView::BoundingRectViewportUpdate);
+  view->setWindowFlags(Qt::FramelessWindowHint);
+  view->setStyleSheet(QStringLiteral("background: transparent"));
+  view->showMinimized();
+  view->setAttribute(Qt::WA_DontShowOnScreen, true);
+  view->setFrameShape(QFrame::NoFrame);
+  view->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  view->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  view->resize(kViewWidth, kViewHeight);
+  spareTheView();
+}
+
+// Nobody ever sees the view, and nothing is painted into it: no background is drawn, and the few items
+// are found without an index, which costs more to keep than it saves.
+void BrowserManagerPrivate::spareTheView() {
+  for (QWidget* widget : {static_cast<QWidget*>(view), view->viewport()}) {
+    widget->setAttribute(Qt::WA_OpaquePaintEvent);
+    widget->setAttribute(Qt::WA_NoSystemBackground);
+  }
+  view->viewport()->setAutoFillBackground(false);
+  scene->setItemIndexMethod(QGraphicsScene::NoIndex);
+}
+
+BrowserManager::BrowserManager() : d(new BrowserManagerPrivate) {}
+
+BrowserManager::~BrowserManager() {
+  delete d;
+  carryOutDeferredDestructions();
+}
+
+void BrowserManager::Initialize(int argc, char** argv) {
+  g_running = true;
+  if (!d) d = new BrowserManagerPrivate;
+  if (QCoreApplication::instance()) {
+    d->application = qobject_cast<QApplication*>(QCoreApplication::instance());
+  } else {
+    static int applicationArgc = argc;
+    d->application = new QApplication(applicationArgc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("LarkaBrowser"));
+    d->applicationCreatedHere = true;
+    d->createView();
+  }
+  if (d->application) QApplication::setStyle(new LarkaStyle);
+  QNetworkProxyFactory::setUseSystemConfiguration(true);
+  delete d->cookieJar;
+  d->cookieJar = new QNetworkCookieJar(d);
+  delete d->diskCache;
+  d->diskCache = new QNetworkDiskCache(d);
+  d->diskCache->setCacheDirectory(applicationSupportPath(QStringLiteral("cache")));
+  QPixmapCache::setCacheLimit(kPixmapCacheKilobytes);
+}
+
+void BrowserManager::Shutdown(bool immediate) {
+  fprintf(stderr, "browser manager shutdown (immediate %d)\n", immediate);
+  QWebSettings::clearMemoryCaches();
+  if (!immediate && d) d->deleteLater();
+  if (immediate) delete d;
+  d = nullptr;
+  g_running = false;
+  if (QAbstractEventDispatcher* dispatcher = QAbstractEventDispatcher::instance())
+    dispatcher->wakeUp();
+}
+
+ILarkaBrowser* BrowserManager::CreateBrowser() {
+  if (!d || !d->application || !d->cookieJar) return nullptr;
+  d->createView();
+
+  fprintf(stderr, "\n%s::%s(%d)\tcalled\n\n", kSourcePath, "CreateBrowser", 138);
+  fflush(stderr);
+  auto* manager = new NetworkAccessManager(nullptr);
+  manager->setCookieJar(d->cookieJar);
+  // The network manager takes the jar; it must not die with the first browser.
+  d->cookieJar->setParent(d);
+  d->diskCache->setParent(d);
+  fprintf(stderr, "\n%s::%s(%d)\tcreating LarkaBrowser\n\n", kSourcePath, "CreateBrowser", 154);
+  fflush(stderr);
+  auto* browser = new LarkaBrowser(manager, nullptr);
+  manager->setParent(browser->webView()->page());
+  d->scene->addItem(browser->webView());
+  browser->webView()->setFocus(Qt::OtherFocusReason);
+  return browser;
+}
+
+void BrowserManager::DestroyBrowser(ILarkaBrowser* browser, bool immediate) {
+  fprintf(stderr, "----destroying browser %p (immediate %d)\n", static_cast<void*>(browser),
+          immediate);
+  if (!browser) return;
+  auto* larkaBrowser = static_cast<LarkaBrowser*>(browser);
+  LarkaWebView* webView = larkaBrowser->webView();
+  if (webView && webView->scene()) webView->scene()->removeItem(webView);
+  if (immediate)
+    delete larkaBrowser;
+  else
+    larkaBrowser->deleteLater();
+  fprintf(stderr, "----destroying browser %p 4\n", static_cast<void*>(browser));
+}
+
+ITimer* BrowserManager::CreateTimer(TimerCallback callback, int intervalMilliseconds,
+                                    bool singleShot, void* userData) {
+  return new BrowserTimerQT(callback, intervalMilliseconds, singleShot, userData);
+}
+
+void BrowserManager::DisposeTimer(ITimer* timer) {
+  if (timer) QTimer::singleShot(0, static_cast<BrowserTimerQT*>(timer), SLOT(Dispose()));
+}
+
+void BrowserManager::PumpEvents() { pump(QEventLoop::AllEvents); }
+
+// Any event ends the wait, which keeps an animation at its full rate, and so does Shutdown.
+void BrowserManager::RunEventLoop() {
+  if (d && d->view) d->view->setVisible(true);
+  while (g_running) pump(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+}
+
+}  // namespace LARKA

@@ -1,0 +1,561 @@
+#include "LarkaBrowserQt.h"
+
+#include <QApplication>
+#include <QImage>
+#include <QNetworkAccessManager>
+#include <QNetworkCookieJar>
+#include <QNetworkProxy>
+#include <QPainter>
+#include <QTimer>
+#include <QTransform>
+#include <QWebFrame>
+#include <QWebHistory>
+#include <cstdio>
+
+#include "FrameRate.h"
+#include "HostText.h"
+#include "WebPage.h"
+#include "larka/ILarkaCallbacks.h"
+#include "larkawebview.h"
+
+namespace LARKA {
+
+namespace {
+
+const int kPagesInCache = 5;
+const int kFrameIntervalMilliseconds = 33;
+
+QNetworkProxy::ProxyType toolkitProxyType(ProxyType type) {
+  switch (static_cast<unsigned>(type)) {
+    case PROXY_SOCKS5:
+      return QNetworkProxy::Socks5Proxy;
+    case PROXY_HTTP:
+      return QNetworkProxy::HttpProxy;
+    default:
+      return QNetworkProxy::DefaultProxy;
+  }
+}
+
+QPoint scaled(const QPoint& point, double factor) {
+  return QTransform::fromScale(factor, factor).map(point);
+}
+
+}  // namespace
+
+LarkaBrowser::LarkaBrowser(QNetworkAccessManager* manager, QObject* parent)
+    : QObject(parent), m_hostCalls(this) {
+  QWebSettings::setMaximumPagesInCache(kPagesInCache);
+  connect(manager, SIGNAL(creatingRequest(QUrl)), this, SLOT(creatingRequest(QUrl)));
+  connect(manager, SIGNAL(onRequestError()), this, SLOT(requestError()));
+  connect(manager, SIGNAL(onSslErrors()), this, SLOT(sslErrors()));
+  m_webView = new LarkaWebView;
+  m_webView->setPalette(QApplication::palette("QWebView"));
+  installPage(manager);
+  m_frameClock.start();
+}
+
+LarkaBrowser::~LarkaBrowser() {
+  fprintf(stderr, "----browser quitting\n");
+  Shutdown();
+}
+
+bool LarkaBrowser::event(QEvent* event) {
+  return m_hostCalls.postpones(event) || QObject::event(event);
+}
+
+// The view deletes only pages that are its children.
+void LarkaBrowser::installPage(QNetworkAccessManager* manager) {
+  auto* page = new WebPage(this);
+  m_webView->setPage(page);
+  page->setParent(m_webView);
+  page->setNetworkAccessManager(manager);
+  page->setPalette(QApplication::palette("QWebView"));
+  m_webView->keepPageFocused();
+}
+
+void LarkaBrowser::Initialize(int width, int height, const char* cookiePath,
+                              const char* localStoragePath, bool, SystemInfoData*) {
+  if (!m_webView || m_frameTimer) return;
+  if (cookiePath) page()->networkAccessManager()->setCookieJar(new QNetworkCookieJar);
+  useLocalStorage(fromHost(localStoragePath));
+  Resize(width, height);
+  SetAttribute(QWebSettings::JavascriptEnabled, true);
+  SetAttribute(QWebSettings::PluginsEnabled, true);
+  SetAttribute(QWebSettings::DnsPrefetchEnabled, true);
+  SetAttribute(QWebSettings::OfflineStorageDatabaseEnabled, true);
+  SetAttribute(QWebSettings::OfflineWebApplicationCacheEnabled, true);
+  SetAttribute(QWebSettings::LocalContentCanAccessRemoteUrls, true);
+  SetAttribute(QWebSettings::LocalStorageEnabled, true);
+  SetAttribute(QWebSettings::TiledBackingStoreEnabled, false);
+  SetAttribute(QWebSettings::AcceleratedCompositingEnabled, false);
+  connectPage();
+
+  // Connected to nothing: it keeps a tick in the event loop.
+  m_frameTimer = new QTimer(this);
+  m_frameTimer->setInterval(kFrameIntervalMilliseconds);
+  m_frameTimer->setSingleShot(false);
+  m_frameTimer->start();
+}
+
+// A page takes the directory of its local storage once, while it is constructed, and from the global
+// settings; setting it on a page's own settings has no effect. So the browser makes a new page.
+void LarkaBrowser::useLocalStorage(const QString& directory) {
+  if (!directory.isEmpty()) {
+    WebPage* oldPage = page();
+    QNetworkAccessManager* manager = oldPage->networkAccessManager();
+    QWebSettings* global = QWebSettings::globalSettings();
+    const QString globalDirectory = global->localStoragePath();
+
+    global->setLocalStoragePath(directory);
+    manager->setParent(nullptr);
+    const QString userAgent = oldPage->userAgent();
+    installPage(manager);  // deletes the old page
+    manager->setParent(page());
+    page()->setUserAgent(userAgent);
+    global->setLocalStoragePath(globalDirectory);
+  }
+  m_webView->settings()->setLocalStoragePath(directory);
+}
+
+void LarkaBrowser::connectPage() {
+  connect(m_webView, SIGNAL(loadStarted()), this, SLOT(loadStarted()));
+  connect(m_webView, SIGNAL(loadProgress(int)), this, SLOT(loadProgress(int)));
+  connect(m_webView, SIGNAL(loadFinished(bool)), this, SLOT(loadFinished(bool)));
+  connect(page(), SIGNAL(linkHovered(QString, QString, QString)), this,
+          SLOT(linkHovered(QString, QString, QString)));
+  connect(m_webView, SIGNAL(titleChanged(QString)), this, SLOT(titleChanged(QString)));
+  connect(m_webView, SIGNAL(urlChanged(QUrl)), this, SLOT(urlChanged(QUrl)));
+  connect(mainFrame(), SIGNAL(javaScriptWindowObjectCleared()), this,
+          SLOT(javaScriptWindowObjectCleared()));
+  connect(page(), SIGNAL(frameCreated(QWebFrame*)), this, SLOT(frameCreated(QWebFrame*)));
+  connect(page(), SIGNAL(repaintRequested(QRect)), this, SLOT(addRect(QRect)));
+  connect(page(), SIGNAL(scrollRequested(int, int, QRect)), this,
+          SLOT(scrollRequested(int, int, QRect)));
+  connect(m_webView, SIGNAL(dirty(QRect)), this, SLOT(notifyOnDirty(QRect)), Qt::QueuedConnection);
+}
+
+void LarkaBrowser::frameCreated(QWebFrame* frame) {
+  connect(frame, SIGNAL(javaScriptWindowObjectCleared()), this,
+          SLOT(javaScriptWindowObjectCleared()));
+}
+
+// Cleared first: what the page still reports while it goes away must not reach a view half destroyed.
+void LarkaBrowser::Shutdown() {
+  LarkaWebView* webView = m_webView;
+  m_webView = nullptr;
+  delete webView;
+}
+
+void LarkaBrowser::SetAttribute(QWebSettings::WebAttribute attribute, bool on) {
+  m_webView->settings()->setAttribute(attribute, on);
+}
+
+WebPage* LarkaBrowser::page() const { return static_cast<WebPage*>(m_webView->page()); }
+
+QWebFrame* LarkaBrowser::mainFrame() const { return page()->mainFrame(); }
+
+// Listeners.
+
+void LarkaBrowser::AddListener(ILarkaCallbacks* listener) { m_listeners.append(listener); }
+
+void LarkaBrowser::RemoveListener(ILarkaCallbacks* listener) { m_listeners.removeAll(listener); }
+
+template <typename Call>
+void LarkaBrowser::notifyUntil(Call call) {
+  const QList<ILarkaCallbacks*> listeners = m_listeners;
+  HostCalls::Scope scope(&m_hostCalls);
+  for (ILarkaCallbacks* listener : listeners) {
+    if (!listener) continue;
+    if (call(listener) || !scope.ownerAlive()) return;
+  }
+}
+
+template <typename Call>
+void LarkaBrowser::notify(Call call) {
+  notifyUntil([&call](ILarkaCallbacks* listener) {
+    call(listener);
+    return false;
+  });
+}
+
+// Page events.
+
+void LarkaBrowser::loadStarted() {
+  m_pluginWidgets.clear();
+  notify([](ILarkaCallbacks* listener) { listener->OnLoadStarted(); });
+}
+
+void LarkaBrowser::loadProgress(int percent) {
+  notify([=](ILarkaCallbacks* listener) { listener->OnLoadProgress(percent); });
+}
+
+void LarkaBrowser::loadFinished(bool ok) {
+  notify([=](ILarkaCallbacks* listener) { listener->OnLoadFinished(ok); });
+}
+
+void LarkaBrowser::titleChanged(const QString& title) {
+  const std::string text = toHost(title);
+  notify([&](ILarkaCallbacks* listener) { listener->OnTitleChanged(text.c_str()); });
+}
+
+void LarkaBrowser::urlChanged(const QUrl& url) {
+  const std::string text = toHost(url);
+  notify([&](ILarkaCallbacks* listener) { listener->OnUrlChanged(text.c_str()); });
+}
+
+void LarkaBrowser::statusBarMessage(const QString& message) {
+  const std::string text = toHost(message);
+  notify([&](ILarkaCallbacks* listener) { listener->OnStatusBarMessage(text.c_str()); });
+}
+
+void LarkaBrowser::printRequested(QWebFrame*) {
+  notify([](ILarkaCallbacks* listener) { listener->OnPrintRequested(); });
+}
+
+void LarkaBrowser::linkHovered(const QString& link, const QString&, const QString&) {
+  const bool hovering = !link.isEmpty();
+  notify([=](ILarkaCallbacks* listener) { listener->OnLinkHovered(hovering); });
+}
+
+void LarkaBrowser::geometryChangeRequested(const QRect& geometry) {
+  notify([&](ILarkaCallbacks* listener) {
+    listener->OnGeometryChangeRequested(geometry.width(), geometry.height());
+  });
+}
+
+void LarkaBrowser::downloadRequested(const QNetworkRequest&) {
+  notifyUntil([](ILarkaCallbacks* listener) { return !listener->OnDownloadRequested(); });
+}
+
+void LarkaBrowser::creatingRequest(const QUrl& url) {
+  const std::string text = toHost(url);
+  notify([&](ILarkaCallbacks* listener) { listener->OnCreatingRequest(text.c_str()); });
+}
+
+void LarkaBrowser::requestError() {
+  notify([](ILarkaCallbacks* listener) { listener->OnRequestError(); });
+}
+
+void LarkaBrowser::sslErrors() {
+  notify([](ILarkaCallbacks* listener) { listener->OnRequestError(); });
+}
+
+// Page script can't call the host yet: no object is published, so nothing emits these.
+void LarkaBrowser::executeInLarka(const QString&) {}
+QString LarkaBrowser::executeMediaAction(const QString&) { return QString(); }
+void LarkaBrowser::javaScriptWindowObjectCleared() {}
+void LarkaBrowser::pluginCreated(QWebElement, void*) {}
+
+// What the page asks.
+
+void LarkaBrowser::acceptNavigationRequest(QWebPage::NavigationType type) {
+  if (type == QWebPage::NavigationTypeOther) return;
+  notify([](ILarkaCallbacks* listener) { listener->OnAcceptNavigationRequest(); });
+}
+
+void LarkaBrowser::javaScriptAlert(QWebFrame*, const QString& msg) {
+  const std::string text = toHost(msg);
+  notify([&](ILarkaCallbacks* listener) { listener->OnJavaScriptAlert(text.c_str()); });
+}
+
+bool LarkaBrowser::javaScriptConfirm(QWebFrame*, const QString& msg) {
+  const std::string text = toHost(msg);
+  bool confirmed = false;
+  notifyUntil([&](ILarkaCallbacks* listener) {
+    confirmed = listener->OnJavaScriptConfirm(text.c_str());
+    return confirmed;
+  });
+  return confirmed;
+}
+
+bool LarkaBrowser::javaScriptPrompt(QWebFrame*, const QString& msg, const QString& defaultValue,
+                                    QString* result) {
+  const std::string text = toHost(msg);
+  const std::string defaultText = toHost(defaultValue);
+  bool handled = false;
+  notifyUntil([&](ILarkaCallbacks* listener) {
+    handled = false;
+    const std::string answer =
+        listener->OnJavaScriptPrompt(text.c_str(), defaultText.c_str(), &handled);
+    if (handled) *result = fromListener(answer);
+    return handled;
+  });
+  return handled;
+}
+
+void LarkaBrowser::javaScriptConsoleMessage(const QString& message, int lineNumber,
+                                            const QString& sourceID) {
+  const std::string text = toHost(message);
+  const std::string source = toHost(sourceID);
+  notify([&](ILarkaCallbacks* listener) {
+    listener->OnJavaScriptConsoleMessage(text.c_str(), lineNumber, source.c_str());
+  });
+}
+
+QString LarkaBrowser::chooseFile(QWebFrame*, const QString& suggestedFile) {
+  const std::string suggested = toHost(suggestedFile);
+  QString chosen;
+  notifyUntil([&](ILarkaCallbacks* listener) {
+    chosen = fromListener(listener->OnChooseFile(suggested.c_str()));
+    return !chosen.isNull();
+  });
+  return chosen;
+}
+
+QWebPage* LarkaBrowser::createWindow(bool modal, QUrl url) {
+  const std::string text = toHost(url);
+  notify([&](ILarkaCallbacks* listener) { listener->OnCreateWindow(modal, text.c_str()); });
+  return nullptr;
+}
+
+// Network.
+
+void LarkaBrowser::SetProxy(const char* host, int port, ProxyType type, const char* user,
+                            const char* password) {
+  if (!m_webView) return;
+  page()->networkAccessManager()->setProxy(
+      QNetworkProxy(toolkitProxyType(type), fromHost(host), static_cast<quint16>(port),
+                    fromHost(user), fromHost(password)));
+}
+
+void LarkaBrowser::SetUserAgent(const char* userAgent) {
+  if (m_webView) page()->setUserAgent(fromHost(userAgent));
+}
+
+// Navigation and history.
+
+void LarkaBrowser::Navigate(const char* url) {
+  if (m_webView) m_webView->Navigate(QUrl::fromEncoded(url));
+}
+
+void LarkaBrowser::Reload() {
+  if (m_webView) m_webView->reload();
+}
+
+void LarkaBrowser::Back() {
+  if (m_webView) m_webView->back();
+}
+
+void LarkaBrowser::Forward() {
+  if (m_webView) m_webView->forward();
+}
+
+void LarkaBrowser::Stop() {
+  if (m_webView) m_webView->stop();
+}
+
+int LarkaBrowser::GetHistoryLength() {
+  const QWebHistory* history = m_webView ? m_webView->history() : nullptr;
+  return history ? history->count() : 0;
+}
+
+std::string LarkaBrowser::historyLocation(int offset) const {
+  const QWebHistory* history = m_webView ? m_webView->history() : nullptr;
+  if (!history) return std::string();
+  const bool exists = offset < 0 ? history->canGoBack() : history->canGoForward();
+  if (!exists) return std::string();
+  return toHost(history->itemAt(history->currentItemIndex() + offset).url());
+}
+
+std::string LarkaBrowser::GetPrevLocation() { return historyLocation(-1); }
+
+std::string LarkaBrowser::GetNextLocation() { return historyLocation(1); }
+
+std::string LarkaBrowser::GetCurrentLocation() {
+  return m_webView ? toHost(m_webView->url()) : std::string();
+}
+
+std::string LarkaBrowser::GetTitle() {
+  return m_webView ? toHost(m_webView->title()) : std::string();
+}
+
+// Only single quotes are escaped; hosts rely on what becomes of the rest.
+std::string LarkaBrowser::ExecuteJavascript(const char* script) {
+  if (!m_webView) return std::string();
+  QString escaped = fromHost(script);
+  escaped.replace(QLatin1Char('\''), QLatin1String("\\'"));
+  const QString code = QLatin1String("eval('") + escaped + QLatin1String("').toString();");
+  return toHost(mainFrame()->evaluateJavaScript(code).toString());
+}
+
+std::string LarkaBrowser::GetMetaTagValue(const char* name) {
+  if (!m_webView) return std::string();
+  const QWebElement head = mainFrame()->findFirstElement(QStringLiteral("head"));
+  const QString value = fromHost(name);
+  QWebElement meta = head.findFirst(QStringLiteral("meta[name=\"%1\"]").arg(value));
+  if (meta.isNull())
+    meta = head.findFirst(QStringLiteral("meta[http-equiv=\"%1\"]").arg(value));
+  return toHost(meta.attribute(QStringLiteral("content")));
+}
+
+// Zoom and scrolling.
+
+void LarkaBrowser::SetZoomLevel(double percent) {
+  if (m_webView) m_webView->setZoomFactor(percent / 100);
+}
+
+double LarkaBrowser::GetZoomLevel() { return m_webView ? m_webView->zoomFactor() * 100 : 0.0; }
+
+void LarkaBrowser::Scroll(Directions direction, int amount) {
+  switch (direction) {
+    case DIRECTION_DOWN:
+      return Scroll(0, amount);
+    case DIRECTION_UP:
+      return Scroll(0, -amount);
+    case DIRECTION_RIGHT:
+      return Scroll(amount, 0);
+    case DIRECTION_LEFT:
+      return Scroll(-amount, 0);
+    default:
+      return Scroll(0, 0);
+  }
+}
+
+void LarkaBrowser::Scroll(int dx, int dy) {
+  if (m_webView) mainFrame()->scroll(dx, dy);
+}
+
+void LarkaBrowser::ScrollToPoint(int x, int y) {
+  if (!m_webView) return;
+  const QPoint point(x, y);
+  const double zoom = m_webView->zoomFactor();
+  mainFrame()->setScrollPosition(zoom == 1.0 ? point : scaled(point, zoom));
+}
+
+void LarkaBrowser::GetViewPort(int* x, int* y, int* width, int* height) {
+  if (!m_webView) return;
+  const QSize size = page()->viewportSize();
+  QPoint position = mainFrame()->scrollPosition();
+  const double zoom = m_webView->zoomFactor();
+  if (zoom != 1.0) position = scaled(position, 1 / zoom);
+  if (x) *x = position.x();
+  if (y) *y = position.y();
+  if (width) *width = size.width();
+  if (height) *height = size.height();
+}
+
+void LarkaBrowser::GetFrameContentSize(int& width, int& height) {
+  if (!m_webView) return;
+  const QSize size = page()->currentFrame()->contentsSize();
+  width = size.width();
+  height = size.height();
+}
+
+int LarkaBrowser::GetWidth() { return m_webView ? static_cast<int>(m_webView->size().width()) : 0; }
+
+int LarkaBrowser::GetHeight() {
+  return m_webView ? static_cast<int>(m_webView->size().height()) : 0;
+}
+
+// Focus.
+
+bool LarkaBrowser::FocusNext() { return m_webView && page()->focusNextPrevChild(true); }
+
+bool LarkaBrowser::FocusPrev() { return m_webView && page()->focusNextPrevChild(false); }
+
+// The page image.
+
+void LarkaBrowser::Resize(int width, int height) {
+  if (m_webView) m_webView->resize(QSizeF(width, height));
+}
+
+void LarkaBrowser::SetGlobalSurface(char*) {
+  qWarning("LarkaBrowser::SetGlobalSurface not supported when rendering to screen");
+}
+
+void* LarkaBrowser::GetBrowserNativeHandle() {
+  qWarning("LarkaBrowser::GetBrowserNativeHandle when rendering to screen - unimplemented");
+  return nullptr;
+}
+
+int LarkaBrowser::GetBrowserStride() {
+  const QImage* image = m_webView ? m_webView->hostImage() : nullptr;
+  return image ? image->bytesPerLine() : 0;
+}
+
+unsigned char* LarkaBrowser::GetBrowserImage() {
+  QImage* image = m_webView ? m_webView->hostImage() : nullptr;
+  return image ? image->bits() : nullptr;
+}
+
+void LarkaBrowser::SaveBrowserImage(const char* path, int width, int height) {
+  if (!m_webView) return;
+  QImage image(page()->viewportSize(), QImage::Format_ARGB32);
+  image.fill(Qt::white);
+  {
+    QPainter painter(&image);
+    page()->currentFrame()->render(&painter);
+  }
+  const QImage thumbnail =
+      image.scaled(width, height, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+  if (!thumbnail.save(QString::fromLocal8Bit(path), "jpg")) fputs("Thumbnail save failure\n", stderr);
+}
+
+void LarkaBrowser::addRect(const QRect& rect) {
+  if (m_webView) m_webView->AddRect(rect);
+}
+
+// A scroll repaints everything, whatever it moved.
+void LarkaBrowser::scrollRequested(int, int, const QRect&) {
+  if (!m_webView) return;
+  m_webView->AddRect(QRect(QPoint(0, 0), m_webView->size().toSize()));
+  m_webView->update();
+}
+
+void LarkaBrowser::repaintRequested(const QRect& rect) { notifyOnDirty(rect); }
+
+void LarkaBrowser::notifyOnDirty(const QRect&) {
+  notify([this](ILarkaCallbacks* listener) { listener->OnDirty(this); });
+}
+
+void LarkaBrowser::renderToScreen() {
+  if (m_webView) m_webView->BlitToScreen();
+}
+
+void LarkaBrowser::showFullscreen(const QWebElement& element, bool render) {
+  m_fullScreenElement = element;
+  if (m_webView) m_webView->SetFullScreenElement(element, render);
+}
+
+double LarkaBrowser::calculateFps() {
+  const qint64 elapsed = m_frameClock.restart();
+  m_smoothedFrameTime = 0.9 * m_smoothedFrameTime + (elapsed / 1000.0) * 0.1;
+  return 1.0 / m_smoothedFrameTime;
+}
+
+void LarkaBrowser::tester() {
+  static FrameRate frameRate("test-timer", 2);
+  frameRate.Frame();
+}
+
+// Operations that do nothing, on purpose.
+
+void LarkaBrowser::Focus() {}
+void LarkaBrowser::Invalidate() {}
+void LarkaBrowser::SetConfig(const char*, const char*) {}
+void LarkaBrowser::SetConfig(const char*, int) {}
+void LarkaBrowser::SetConfig(const char*, bool) {}
+
+// Operations that are not built yet; see the README's list.
+
+void LarkaBrowser::SetCacheParameters(const char*, int) {}
+void LarkaBrowser::ClearCache() {}
+int LarkaBrowser::InjectCookie(const char*, const char*, const char*, int) { return 0; }
+bool LarkaBrowser::ClearCookie(const char*) { return false; }
+void LarkaBrowser::ClearAllCookies() {}
+std::string LarkaBrowser::ReadCookie(const char*) { return std::string(); }
+std::vector<std::pair<std::string, std::string>> LarkaBrowser::ReadCookies() { return {}; }
+void LarkaBrowser::MouseMove(int, int, int) {}
+void LarkaBrowser::MouseDown(int, int, int) {}
+void LarkaBrowser::MouseUp(int, int, int) {}
+void LarkaBrowser::MouseClick(int, int, int) {}
+void LarkaBrowser::MouseWheel(Directions, int, int) {}
+void LarkaBrowser::MouseWheel(int, int, int) {}
+void LarkaBrowser::KeyDown(int, int) {}
+void LarkaBrowser::KeyUp(int, int) {}
+std::vector<LarkaPluginWidget> LarkaBrowser::GetPluginWidgets() { return {}; }
+LarkaHTMLControl LarkaBrowser::HitTest(int, int) { return LarkaHTMLControl(); }
+std::vector<LarkaHTMLControl*> LarkaBrowser::GetControls(ControlType) { return {}; }
+ILarkaBrowser* LarkaBrowser::LaunchInspector(bool) { return nullptr; }
+
+}  // namespace LARKA

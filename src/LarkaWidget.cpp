@@ -1,0 +1,7 @@
+#include "larka/LarkaWidget.h"
+
+namespace LARKA {
+
+LarkaWidget::~LarkaWidget() = default;
+
+}  // namespace LARKA

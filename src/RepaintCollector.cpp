@@ -1,0 +1,7 @@
+#include "RepaintCollector.h"
+
+void RepaintCollector::addRect(const QRect& r) {
+  const QRegion before = m_region;
+  m_region += r;
+  if (m_region != before) emit changed();
+}

@@ -1,0 +1,66 @@
+#include "WebPage.h"
+
+#include <QUrl>
+
+#include "LarkaBrowserQt.h"
+
+namespace LARKA {
+
+namespace {
+
+const char kErrorPage[] =
+    "<html><head><title>Failed loading page</title></head><body></body></html>";
+
+}  // namespace
+
+WebPage::WebPage(LarkaBrowser* browser) : m_browser(browser) {}
+
+bool WebPage::supportsExtension(Extension extension) const {
+  return extension == ErrorPageExtension;
+}
+
+bool WebPage::extension(Extension, const ExtensionOption*, ExtensionReturn* output) {
+  if (output) static_cast<ErrorPageExtensionReturn*>(output)->content = kErrorPage;
+  return true;
+}
+
+bool WebPage::shouldInterruptJavaScript() { return true; }
+
+// The engine doesn't pass the address of the new window.
+QWebPage* WebPage::createWindow(WebWindowType type) {
+  return m_browser->createWindow(type == WebModalDialog, QUrl());
+}
+
+bool WebPage::acceptNavigationRequest(QWebFrame* frame, const QNetworkRequest& request,
+                                      NavigationType type) {
+  m_browser->acceptNavigationRequest(type);
+  return QWebPage::acceptNavigationRequest(frame, request, type);
+}
+
+QString WebPage::chooseFile(QWebFrame* frame, const QString& suggestedFile) {
+  return m_browser->chooseFile(frame, suggestedFile);
+}
+
+void WebPage::javaScriptAlert(QWebFrame* frame, const QString& msg) {
+  m_browser->javaScriptAlert(frame, msg);
+}
+
+bool WebPage::javaScriptConfirm(QWebFrame* frame, const QString& msg) {
+  return m_browser->javaScriptConfirm(frame, msg);
+}
+
+bool WebPage::javaScriptPrompt(QWebFrame* frame, const QString& msg, const QString& defaultValue,
+                               QString* result) {
+  return m_browser->javaScriptPrompt(frame, msg, defaultValue, result);
+}
+
+void WebPage::javaScriptConsoleMessage(const QString& message, int lineNumber,
+                                       const QString& sourceID) {
+  m_browser->javaScriptConsoleMessage(message, lineNumber, sourceID);
+}
+
+QString WebPage::userAgentForUrl(const QUrl& url) const {
+  return m_userAgent.isNull() ? QWebPage::userAgentForUrl(url) : m_userAgent;
+}
+
+}  // namespace LARKA

@@ -1,0 +1,50 @@
+// WebPage.h: what the page asks, answered by the browser.
+#pragma once
+
+#include <QString>
+#include <QWebPage>
+
+namespace LARKA {
+
+class LarkaBrowser;
+
+/// The page of one browser. Turns the page's questions and notices into calls of the browser, which
+/// asks its listeners; nothing here ever waits for a person at a dialog.
+class WebPage : public QWebPage {
+  Q_OBJECT
+
+ public:
+  explicit WebPage(LarkaBrowser* browser);
+
+  /// The user agent of every request; a null string stands for the engine's own.
+  void setUserAgent(const QString& userAgent) { m_userAgent = userAgent; }
+  QString userAgent() const { return m_userAgent; }
+
+  bool extension(Extension extension, const ExtensionOption* option,
+                 ExtensionReturn* output) override;
+  bool supportsExtension(Extension extension) const override;
+
+ public slots:
+  /// A script that runs too long is ended. The engine's own way is to ask a person, in a dialog that
+  /// nobody can see, while the host's whole user interface waits.
+  bool shouldInterruptJavaScript() override;
+
+ protected:
+  QWebPage* createWindow(WebWindowType type) override;
+  bool acceptNavigationRequest(QWebFrame* frame, const QNetworkRequest& request,
+                               NavigationType type) override;
+  QString chooseFile(QWebFrame* frame, const QString& suggestedFile) override;
+  void javaScriptAlert(QWebFrame* frame, const QString& msg) override;
+  bool javaScriptConfirm(QWebFrame* frame, const QString& msg) override;
+  bool javaScriptPrompt(QWebFrame* frame, const QString& msg, const QString& defaultValue,
+                        QString* result) override;
+  void javaScriptConsoleMessage(const QString& message, int lineNumber,
+                                const QString& sourceID) override;
+  QString userAgentForUrl(const QUrl& url) const override;
+
+ private:
+  LarkaBrowser* m_browser;
+  QString m_userAgent;
+};
+
+}  // namespace LARKA

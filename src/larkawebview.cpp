@@ -1,0 +1,156 @@
+#include "larkawebview.h"
+
+#include <QFocusEvent>
+#include <QMutexLocker>
+#include <QPaintDevice>
+#include <QPainter>
+#include <QStyleOptionGraphicsItem>
+#include <QWebPage>
+#include <algorithm>
+#include <cstdio>
+
+#include "FrameRate.h"
+
+namespace {
+
+const QImage::Format kImageFormat = QImage::Format_ARGB32_Premultiplied;
+const int kMaxPendingRects = 20;
+const QPainter::RenderHints kRenderHints =
+    QPainter::Antialiasing | QPainter::TextAntialiasing | QPainter::SmoothPixmapTransform;
+
+void countFrame() {
+  static FrameRate frameRate("fps", 5);
+  frameRate.Frame();
+}
+
+}  // namespace
+
+LarkaWebView::LarkaWebView() {
+  setAutoFillBackground(false);
+  connect(&m_animations, SIGNAL(finished()), this, SLOT(AnimationFinished()));
+  connect(this, SIGNAL(loadProgress(int)), this, SLOT(LoadProgress(int)));
+  connect(this, SIGNAL(loadFinished(bool)), this, SLOT(Update()));
+}
+
+LarkaWebView::~LarkaWebView() {
+  fprintf(stderr, "----destroying webview\n");
+  StopAnimation();
+}
+
+// The engine announces what changed through a queued connection, after it has told the item to update:
+// the paint may have come and gone when the rectangle arrives, so the rectangle asks for another one.
+void LarkaWebView::AddRect(const QRect& rect) {
+  {
+    QMutexLocker lock(&m_mutex);
+    m_pendingRegion += rect;
+    if (m_pendingRegion.rectCount() > kMaxPendingRects)
+      m_pendingRegion = m_pendingRegion.boundingRect();
+  }
+  update(rect);
+}
+
+QRegion LarkaWebView::takePendingRegion() {
+  QMutexLocker lock(&m_mutex);
+  QRegion region;
+  region.swap(m_pendingRegion);
+  return region;
+}
+
+void LarkaWebView::paint(QPainter* painter, const QStyleOptionGraphicsItem* option,
+                         QWidget* widget) {
+  QRegion region = takePendingRegion();
+  if (region.isEmpty()) return;
+  countFrame();
+
+  if (!hasPageImage()) {
+    createImages(QSize(painter->device()->width(), painter->device()->height()));
+    region += pageImage()->rect();  // a new image holds nothing yet
+  }
+  paintPage(region, option, widget);
+  if (!m_animating) m_flipRegion += region;
+  if (!m_fullScreenElement.isNull() && m_renderFullScreenElement) copyElementImage();
+  emit dirty(region.boundingRect());
+}
+
+void LarkaWebView::createImages(const QSize& device) {
+  const QSize size(std::min(device.width(), static_cast<int>(this->size().width())),
+                   std::min(device.height(), static_cast<int>(this->size().height())));
+  m_pageImages.push_back(std::make_unique<QImage>(size, kImageFormat));
+  m_spareImage = std::make_unique<QImage>(size, kImageFormat);
+}
+
+void LarkaWebView::paintPage(const QRegion& region, const QStyleOptionGraphicsItem* option,
+                             QWidget* widget) {
+  QPainter painter(pageImage());
+  painter.setRenderHints(kRenderHints, true);
+  painter.setClipping(true);
+  painter.setClipRect(region.boundingRect(), Qt::ReplaceClip);
+  if (m_fullScreenElement.isNull()) {
+    // The option names what the hidden view exposed; the engine would paint no more than that.
+    QStyleOptionGraphicsItem pageOption(*option);
+    pageOption.exposedRect = region.boundingRect();
+    QGraphicsWebView::paint(&painter, &pageOption, widget);
+    return;
+  }
+  if (m_renderFullScreenElement) painter.setClipping(false);
+  m_flipRegion = pageImage()->rect();
+  m_fullScreenElement.render(&painter);
+}
+
+void LarkaWebView::copyElementImage() {
+  const QRect source(QPoint(0, 0), m_fullScreenElement.geometry().size());
+  QPainter painter(m_fullScreenImage.get());
+  painter.drawImage(m_fullScreenImage->rect(), *pageImage(), source);
+}
+
+void LarkaWebView::BlitToScreen() {
+  if (!hasPageImage()) return;
+  m_flipRegion = QRegion();
+  m_imageIndex = 0;
+}
+
+QImage* LarkaWebView::hostImage() {
+  if (!m_fullScreenElement.isNull()) return m_fullScreenImage.get();
+  return hasPageImage() ? pageImage() : nullptr;
+}
+
+void LarkaWebView::Update() { update(QRectF()); }
+
+void LarkaWebView::LoadProgress(int) {}
+
+void LarkaWebView::Navigate(const QUrl& url) { load(url); }
+
+void LarkaWebView::SetFullScreenElement(const QWebElement& element, bool render) {
+  if (!element.isNull())
+    m_fullScreenImage = std::make_unique<QImage>(element.geometry().size(), kImageFormat);
+  m_fullScreenElement = element;
+  m_renderFullScreenElement = render;
+  if (hasPageImage()) {
+    pageImage()->fill(0);
+    m_flipRegion = pageImage()->rect();
+    m_pendingRegion = pageImage()->rect();
+  }
+  Update();
+}
+
+void LarkaWebView::StartAnimation() { StopAnimation(); }
+
+void LarkaWebView::StopAnimation() {
+  m_animations.stop();
+  m_animating = false;
+}
+
+void LarkaWebView::AnimationFinished() {
+  fprintf(stderr, "---animation finished\n");
+  m_animating = false;
+  m_animateRegion = QRegion();
+  Update();
+}
+
+void LarkaWebView::keepPageFocused() {
+  QFocusEvent focusIn(QEvent::FocusIn, Qt::OtherFocusReason);
+  page()->event(&focusIn);
+}
+
+// The scene moves its focus from view to view; the pages must not notice.
+void LarkaWebView::focusOutEvent(QFocusEvent*) {}

@@ -25,8 +25,8 @@ class WebPage : public QWebPage {
   bool supportsExtension(Extension extension) const override;
 
  public slots:
-  /// A script that runs too long is ended. The engine's own way is to ask a person, in a dialog that
-  /// nobody can see, while the host's whole user interface waits.
+  /// Where the engine asks whether to end a script that runs too long, it is ended. The engine's own way
+  /// is to ask a person, in a dialog that nobody can see.
   bool shouldInterruptJavaScript() override;
 
  protected:

@@ -1,0 +1,121 @@
+// What listeners hear, in which order, through the shared library.
+#include "Host.h"
+
+namespace {
+
+using test::pixel;
+using test::Recorder;
+
+class ListenersTest : public test::BrowserTest {};
+
+const char kPage[] = "<title>Tonight</title><body style='background:#204060'>Programme</body>";
+
+TEST_F(ListenersTest, HearALoadInItsOrder) {
+  ASSERT_TRUE(load(kPage));
+  std::vector<std::string> order;
+  for (const std::string& event : recorder.events) {
+    const std::string word = event.substr(0, event.find(' '));
+    if (word != "OnLoadProgress" && word != "OnDirty" && event != "OnTitleChanged ")
+      order.push_back(word);
+  }
+  const std::vector<std::string> expected = {"OnLoadStarted", "OnCreatingRequest", "OnUrlChanged",
+                                             "OnTitleChanged", "OnLoadFinished"};
+  EXPECT_EQ(order, expected);
+  EXPECT_EQ(recorder.count("OnTitleChanged Tonight"), 1);
+  EXPECT_EQ(recorder.count("OnLoadProgress 100"), 1);
+  EXPECT_GE(recorder.dirty, 1);
+  EXPECT_EQ(browser->GetTitle(), "Tonight");
+}
+
+TEST_F(ListenersTest, AreCalledInTheOrderOfRegistrationAndAsOftenAsRegistered) {
+  Recorder second;
+  std::vector<std::string> calls;
+  recorder.name = "first";
+  second.name = "second";
+  recorder.sharedEvents = second.sharedEvents = &calls;
+  browser->AddListener(&second);
+  browser->AddListener(&recorder);
+  browser->ExecuteJavascript("alert(1)");
+  const std::vector<std::string> expected = {"first OnJavaScriptAlert 1", "second OnJavaScriptAlert 1",
+                                             "first OnJavaScriptAlert 1"};
+  EXPECT_EQ(calls, expected);
+
+  calls.clear();
+  browser->RemoveListener(&recorder);  // both registrations
+  browser->RemoveListener(&recorder);  // and nothing for an unknown one
+  browser->ExecuteJavascript("alert(2)");
+  EXPECT_EQ(calls, std::vector<std::string>{"second OnJavaScriptAlert 2"});
+}
+
+TEST_F(ListenersTest, ThatAreAddedOrRemovedDuringAnEventCountFromTheNextOne) {
+  Recorder removed, added;
+  browser->AddListener(&removed);
+  recorder.onEvent = [&](const std::string& event) {
+    if (event != "OnJavaScriptAlert 1") return;
+    browser->RemoveListener(&recorder);
+    browser->RemoveListener(&removed);
+    browser->AddListener(&added);
+  };
+  browser->ExecuteJavascript("alert(1)");
+  browser->ExecuteJavascript("alert(2)");
+  EXPECT_EQ(recorder.events, std::vector<std::string>{"OnJavaScriptAlert 1"});
+  EXPECT_EQ(removed.events, std::vector<std::string>{"OnJavaScriptAlert 1"});
+  EXPECT_EQ(added.events, std::vector<std::string>{"OnJavaScriptAlert 2"});
+}
+
+TEST_F(ListenersTest, TheFirstThatAnswersEndsAQuestion) {
+  Recorder second;
+  browser->AddListener(nullptr);
+  browser->AddListener(&second);
+  second.confirms = second.answersPrompt = true;
+  recorder.promptAnswer = "dropped";
+  second.promptAnswer = "caf\xc3\xa9";
+  EXPECT_EQ(browser->ExecuteJavascript("confirm(\"q\")"), "true");
+  EXPECT_EQ(browser->ExecuteJavascript("prompt(\"q\\u00e9\", \"d\")"), "caf\xc3\xa9");
+  EXPECT_EQ(recorder.count("OnJavaScriptConfirm q"), 1);
+
+  recorder.confirms = true;
+  EXPECT_EQ(browser->ExecuteJavascript("confirm(\"q\")"), "true");
+  EXPECT_EQ(second.count("OnJavaScriptConfirm"), 1) << "asked though the first had said yes";
+
+  browser->RemoveListener(&recorder);
+  browser->RemoveListener(&second);
+  EXPECT_EQ(browser->ExecuteJavascript("confirm(\"q\")"), "false");
+  EXPECT_EQ(browser->ExecuteJavascript("String(prompt(\"q\"))"), "null");
+}
+
+TEST_F(ListenersTest, HearOfAChangedImageFromTheEventLoopOnly) {
+  ASSERT_TRUE(load(kPage));
+  recorder.events.clear();
+  const int before = recorder.dirty;
+  browser->ExecuteJavascript("document.body.style.background=\"#406020\"");
+  EXPECT_EQ(recorder.dirty, before);
+  ASSERT_TRUE(host.pumpUntil([&] { return recorder.dirty > before; }));
+  EXPECT_EQ(pixel(browser, 600, 300), 0xff406020u) << "OnDirty came before the image was ready";
+
+  settle();
+  const int still = recorder.dirty;
+  host.pumpFor(500);
+  EXPECT_EQ(recorder.dirty, still) << "a still page was painted";
+}
+
+TEST_F(ListenersTest, HearOfAFailedLoadAndTheBrowserStaysUsable) {
+  browser->Navigate("file:///nonexistent/page.html");
+  ASSERT_TRUE(host.pumpUntil([&] { return recorder.finished; }));
+  EXPECT_FALSE(recorder.ok);
+  EXPECT_EQ(browser->GetTitle(), "Failed loading page");
+  ASSERT_TRUE(load(kPage));
+  EXPECT_EQ(pixel(browser, 600, 300), 0xff204060u);
+}
+
+TEST_F(ListenersTest, HearOfLinkNavigationsButNotOfScriptedOnes) {
+  ASSERT_TRUE(load("<a id=link href='#there'>go</a>"));
+  EXPECT_EQ(recorder.count("OnAcceptNavigationRequest"), 0);
+  browser->ExecuteJavascript("document.getElementById(\"link\").click()");
+  ASSERT_TRUE(host.pumpUntil([&] { return recorder.count("OnAcceptNavigationRequest") == 1; }));
+  browser->ExecuteJavascript("location.href=\"#elsewhere\"");
+  host.pumpFor(100);
+  EXPECT_EQ(recorder.count("OnAcceptNavigationRequest"), 1);
+}
+
+}  // namespace

@@ -1,0 +1,205 @@
+// The page image against what the engine itself would render, and the way of a repaint to it.
+#include <QApplication>
+#include <QGraphicsScene>
+#include <QImage>
+#include <QPainter>
+#include <QRegion>
+#include <QSignalSpy>
+#include <QWebFrame>
+#include <QWebPage>
+
+#include "Host.h"
+#include "LarkaBrowserQt.h"
+#include "larkawebview.h"
+
+namespace {
+
+using test::pixel;
+
+const QPainter::RenderHints kHints =
+    QPainter::Antialiasing | QPainter::TextAntialiasing | QPainter::SmoothPixmapTransform;
+
+class PaintingTest : public test::BrowserTest {
+ protected:
+  LARKA::LarkaBrowser* larka() { return static_cast<LARKA::LarkaBrowser*>(browser); }
+  LarkaWebView* view() { return larka()->webView(); }
+
+  QImage pageImage() { return view()->hostImage()->copy(); }
+
+  QImage freshRender() {
+    const QImage current = pageImage();
+    QImage image(current.size(), current.format());
+    image.fill(0);
+    QPainter painter(&image);
+    painter.setRenderHints(kHints);
+    view()->page()->mainFrame()->render(&painter);
+    return image;
+  }
+
+  /// Handles events until none is left, without waiting for later ones.
+  void drain() {
+    for (int i = 0; i < 30; ++i) host.manager->PumpEvents();
+  }
+
+  /// The first pixel in which the page image is not what a fresh render gives.
+  testing::AssertionResult imageIsCurrent() {
+    const QImage image = pageImage(), fresh = freshRender();
+    if (image == fresh) return testing::AssertionSuccess();
+    for (int y = 0; y < image.height(); ++y)
+      for (int x = 0; x < image.width(); ++x)
+        if (image.pixel(x, y) != fresh.pixel(x, y))
+          return testing::AssertionFailure()
+                 << "stale at " << x << "," << y << std::hex << ": " << image.pixel(x, y)
+                 << " instead of " << fresh.pixel(x, y);
+    return testing::AssertionFailure() << "different sizes";
+  }
+};
+
+const char kPage[] = R"(<!doctype html><meta charset=utf-8><style>
+body{margin:0;background:#182838;color:#fff;font:16px sans-serif;height:1800px}
+.cell{position:absolute;width:50px;height:30px;background:#456;overflow:hidden}
+a{position:absolute;top:330px;color:#9cf}a:focus{outline:3px solid #fc0}
+#mover{position:absolute;top:700px;width:90px;height:60px;background:#a33;border-radius:12px}
+</style><script>
+for (var i = 0; i < 40; i++)
+  document.write('<div class=cell id=c' + i + ' style="left:' + (i % 10) * 62 + 'px;top:' +
+                 Math.floor(i / 10) * 70 + 'px">' + i + '</div>');
+</script><a href=#1 style="left:10px">one</a><a href=#2 style="left:120px">two</a>
+<div id=mover></div>)";
+
+TEST_F(PaintingTest, ThePageImageIsNeverStale) {
+  ASSERT_TRUE(load(kPage));
+  EXPECT_TRUE(imageIsCurrent()) << "after loading";
+
+  for (int i = 0; i < 40; ++i)
+    browser->ExecuteJavascript(("document.getElementById(\"c" + std::to_string(i) +
+                                "\").style.background=\"#" + std::to_string(100 + i * 7) + "\"")
+                                   .c_str());
+  settle();
+  EXPECT_TRUE(imageIsCurrent()) << "after forty changes";
+
+  for (int i = 0; i < 40; i += 3) {
+    browser->ExecuteJavascript(("document.getElementById(\"c" + std::to_string(i) +
+                                "\").textContent=\"x" + std::to_string(i) + "\"")
+                                   .c_str());
+    drain();
+    EXPECT_TRUE(imageIsCurrent()) << "after change " << i;
+  }
+
+  browser->ExecuteJavascript(
+      "var n=0,m=document.getElementById(\"mover\"),t=setInterval(function(){n++;"
+      "m.style.left=(n*5)+\"px\";m.style.top=(60+n*3)+\"px\";if(n==40)clearInterval(t)},10)");
+  ASSERT_TRUE(host.pumpUntil([&] { return browser->ExecuteJavascript("n") == "40"; }));
+  settle();
+  EXPECT_TRUE(imageIsCurrent()) << "after an animation";
+
+  for (int step : {40, 333, -100, 5000, -7}) {
+    browser->Scroll(0, step);
+    settle();
+    EXPECT_TRUE(imageIsCurrent()) << "after scrolling by " << step;
+  }
+  browser->ScrollToPoint(0, 0);
+  for (double zoom : {150.0, 67.0, 200.0, 100.0}) {
+    browser->SetZoomLevel(zoom);
+    settle();
+    EXPECT_TRUE(imageIsCurrent()) << "after zooming to " << zoom;
+  }
+  for (bool next : {true, true, false, true}) {
+    EXPECT_TRUE(next ? browser->FocusNext() : browser->FocusPrev());
+    settle();
+    EXPECT_TRUE(imageIsCurrent()) << "after moving the focus";
+  }
+  browser->Resize(500, 300);
+  browser->Resize(640, 360);
+  settle();
+  EXPECT_TRUE(imageIsCurrent()) << "after resizing";
+}
+
+// The engine told the item to update, the item was painted with nothing pending, and only then the
+// rectangle arrives: it must see to its own paint.
+TEST_F(PaintingTest, ARectangleThatComesAfterThePaintIsPaintedAllTheSame) {
+  ASSERT_TRUE(load(kPage));
+  QSignalSpy dirty(view(), SIGNAL(dirty(QRect)));
+  view()->hostImage()->fill(Qt::magenta);
+  larka()->addRect(QRect(100, 40, 30, 20));
+  drain();
+  ASSERT_EQ(dirty.count(), 1);
+  EXPECT_EQ(dirty[0][0].toRect(), QRect(100, 40, 30, 20));
+  EXPECT_EQ(pageImage().copy(100, 40, 30, 20), freshRender().copy(100, 40, 30, 20));
+  EXPECT_EQ(pageImage().pixel(99, 40), 0xffff00ffu) << "painted more than was asked for";
+}
+
+TEST_F(PaintingTest, APaintWithNothingPendingDrawsAndTellsNothing) {
+  ASSERT_TRUE(load(kPage));
+  QSignalSpy dirty(view(), SIGNAL(dirty(QRect)));
+  view()->hostImage()->fill(Qt::magenta);
+  view()->update();
+  drain();
+  EXPECT_EQ(dirty.count(), 0);
+  EXPECT_EQ(pageImage().pixel(5, 5), 0xffff00ffu);
+}
+
+TEST_F(PaintingTest, ManyRectanglesBecomeOneNoticeWithTheirBounds) {
+  ASSERT_TRUE(load(kPage));
+  for (int count : {20, 21}) {
+    QSignalSpy dirty(view(), SIGNAL(dirty(QRect)));
+    QMetaObject::invokeMethod(larka(), "renderToScreen");
+    for (int i = 0; i < count; ++i) larka()->addRect(QRect(i * 20, (i % 2) * 50, 5, 5));
+    drain();
+    ASSERT_EQ(dirty.count(), 1);
+    EXPECT_EQ(dirty[0][0].toRect(), QRect(0, 0, (count - 1) * 20 + 5, 55));
+    EXPECT_EQ(view()->property("flipRegion").toRect(), dirty[0][0].toRect());
+  }
+}
+
+TEST_F(PaintingTest, AScrollMarksTheWholeViewWhateverMoved) {
+  ASSERT_TRUE(load(kPage));
+  QSignalSpy dirty(view(), SIGNAL(dirty(QRect)));
+  QMetaObject::invokeMethod(larka(), "scrollRequested", Q_ARG(int, 0), Q_ARG(int, 3),
+                            Q_ARG(QRect, QRect(1, 2, 3, 4)));
+  drain();
+  ASSERT_EQ(dirty.count(), 1);
+  EXPECT_EQ(dirty[0][0].toRect(), QRect(0, 0, 640, 360));
+}
+
+TEST_F(PaintingTest, TheHostCanTakeWhatHasChanged) {
+  QMetaObject::invokeMethod(larka(), "renderToScreen");  // before the first paint: nothing
+  ASSERT_TRUE(load(kPage));
+  EXPECT_EQ(view()->flipRegion(), QRect(0, 0, 640, 360));
+  QMetaObject::invokeMethod(larka(), "renderToScreen");
+  EXPECT_TRUE(view()->flipRegion().isEmpty());
+  view()->setProperty("flipRegion", QRect(1, 2, 3, 4));
+  EXPECT_EQ(view()->flipRegion(), QRect(1, 2, 3, 4));
+}
+
+TEST_F(PaintingTest, AFullScreenElementReplacesThePageImageAndGivesItBack) {
+  ASSERT_TRUE(load(kPage));
+  const unsigned char* page = browser->GetBrowserImage();
+  const QWebElement cell =
+      view()->page()->mainFrame()->findFirstElement(QStringLiteral("#c3"));
+  for (int i = 0; i < 3; ++i) {
+    larka()->showFullscreen(cell, true);
+    drain();
+    EXPECT_EQ(browser->GetBrowserStride(), 50 * 4);
+    EXPECT_EQ(pixel(browser, 40, 25), 0xff445566u);
+  }
+  larka()->showFullscreen(QWebElement(), true);
+  drain();
+  EXPECT_EQ(browser->GetBrowserImage(), page);
+  EXPECT_TRUE(imageIsCurrent());
+}
+
+// A host's own style of scene: an item outside the view, such as an open list, must not shift what the
+// view exposes.
+TEST_F(PaintingTest, AnItemBesideThePageDoesNotMakeItStale) {
+  ASSERT_TRUE(load(kPage));
+  view()->scene()->addRect(QRectF(-500, -400, 50, 50));
+  view()->scene()->addRect(QRectF(3000, 2500, 50, 50));
+  drain();
+  browser->ExecuteJavascript("document.getElementById(\"c39\").style.background=\"#fff\"");
+  browser->ExecuteJavascript("document.getElementById(\"c0\").style.background=\"#fff\"");
+  settle();
+  EXPECT_TRUE(imageIsCurrent());
+}
+
+}  // namespace

@@ -1,0 +1,212 @@
+// Host.h: a host for tests, built on the public interface alone.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "larka/larka.h"
+
+namespace test {
+
+/// A directory that is removed with everything in it.
+class TemporaryDirectory {
+ public:
+  TemporaryDirectory() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "larka-test-XXXXXX").string();
+    if (!mkdtemp(pattern.data())) abort();
+    m_path = pattern;
+  }
+  ~TemporaryDirectory() {
+    std::error_code ignored;
+    std::filesystem::remove_all(m_path, ignored);
+  }
+  std::string file(const std::string& name) const { return (m_path / name).string(); }
+  std::string path() const { return m_path.string(); }
+
+  /// Writes a file and returns its address.
+  std::string write(const std::string& name, const std::string& content) const {
+    std::ofstream(m_path / name, std::ios::binary) << content;
+    return "file://" + file(name);
+  }
+
+ private:
+  std::filesystem::path m_path;
+};
+
+/// A listener that writes down what it is told, as "OnTitleChanged Demo".
+class Recorder : public LARKA::CallbacksAdapter {
+ public:
+  std::vector<std::string> events;
+  std::vector<std::string>* sharedEvents = nullptr;  // events of several recorders in one list
+  std::string name;
+  std::function<void(const std::string&)> onEvent;  // called after each event is written down
+  std::string promptAnswer;
+  bool confirms = false, answersPrompt = false, allowsDownload = true;
+  int dirty = 0;
+  bool finished = false, ok = false;
+
+  int count(const std::string& event) const {
+    int n = 0;
+    for (const std::string& e : events) n += e == event || e.rfind(event + " ", 0) == 0;
+    return n;
+  }
+
+  void OnLoadStarted() override { add("OnLoadStarted"); }
+  void OnLoadFinished(bool loaded) override {
+    finished = true;
+    ok = loaded;
+    add(loaded ? "OnLoadFinished true" : "OnLoadFinished false");
+  }
+  void OnLoadProgress(int percent) override { add("OnLoadProgress " + std::to_string(percent)); }
+  void OnPrintRequested() override { add("OnPrintRequested"); }
+  bool OnDownloadRequested() override {
+    add("OnDownloadRequested");
+    return allowsDownload;
+  }
+  void OnTitleChanged(const char* title) override { add(std::string("OnTitleChanged ") + title); }
+  void OnStatusBarMessage(const char* text) override {
+    add(std::string("OnStatusBarMessage ") + text);
+  }
+  void OnAcceptNavigationRequest() override { add("OnAcceptNavigationRequest"); }
+  void OnGeometryChangeRequested(int width, int height) override {
+    add("OnGeometryChangeRequested " + std::to_string(width) + "x" + std::to_string(height));
+  }
+  void OnCreatingRequest(const char* url) override { add(std::string("OnCreatingRequest ") + url); }
+  void OnUrlChanged(const char* url) override { add(std::string("OnUrlChanged ") + url); }
+  void OnDirty(LARKA::ILarkaBrowser*) override {
+    ++dirty;
+    add("OnDirty");
+  }
+  void OnJavaScriptAlert(const char* message) override {
+    add(std::string("OnJavaScriptAlert ") + message);
+  }
+  bool OnJavaScriptConfirm(const char* message) override {
+    add(std::string("OnJavaScriptConfirm ") + message);
+    return confirms;
+  }
+  std::string OnJavaScriptPrompt(const char* message, const char* defaultValue,
+                                 bool* handled) override {
+    add(std::string("OnJavaScriptPrompt ") + message + "|" + defaultValue);
+    *handled = answersPrompt;
+    return promptAnswer;
+  }
+  void OnLinkHovered(bool hovering) override {
+    add(hovering ? "OnLinkHovered true" : "OnLinkHovered false");
+  }
+  void OnRequestError() override { add("OnRequestError"); }
+
+ private:
+  void add(const std::string& event) {
+    events.push_back(event);
+    if (sharedEvents) sharedEvents->push_back(name + " " + event);
+    if (onEvent) onEvent(event);
+  }
+};
+
+/// The library, started without a display and with its files in a directory of its own.
+class Host {
+ public:
+  Host() {
+    setenv("XDG_DATA_HOME", directory.path().c_str(), 1);
+    setenv("HOME", directory.path().c_str(), 1);
+    manager = std::make_unique<LARKA::BrowserManager>();
+  }
+  Host(const Host&) = delete;
+  Host& operator=(const Host&) = delete;
+
+  void initialize() {
+    // The toolkit keeps these until the process ends.
+    static char program[] = "test", option[] = "-platform", offscreen[] = "offscreen";
+    static char xcb[] = "xcb";
+    static char* arguments[] = {program, option, getenv("LARKA_TEST_XCB") ? xcb : offscreen, nullptr};
+    manager->Initialize(3, arguments);
+  }
+
+  LARKA::ILarkaBrowser* createBrowser(LARKA::ILarkaCallbacks* listener, int width = 640,
+                                      int height = 360) {
+    LARKA::ILarkaBrowser* browser = manager->CreateBrowser();
+    if (!browser) return nullptr;
+    if (listener) browser->AddListener(listener);
+    browser->Initialize(width, height, nullptr, nullptr, false, nullptr);
+    return browser;
+  }
+
+  /// Pumps until `done`; false when that takes too long.
+  bool pumpUntil(const std::function<bool()>& done, int milliseconds = 20000) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+    while (!done()) {
+      if (std::chrono::steady_clock::now() > end) return false;
+      manager->PumpEvents();
+      usleep(1000);
+    }
+    return true;
+  }
+
+  /// Pumps until nothing has been painted for a while.
+  void settle(const Recorder& recorder) {
+    int dirty = -1;
+    for (int quiet = 0; quiet < 3;) {
+      quiet = dirty == recorder.dirty ? quiet + 1 : 0;
+      dirty = recorder.dirty;
+      pumpFor(40);
+    }
+  }
+
+  void pumpFor(int milliseconds) {
+    pumpUntil([] { return false; }, milliseconds);
+  }
+
+  /// Loads a page from a file and waits until it has been painted.
+  bool load(LARKA::ILarkaBrowser* browser, Recorder* recorder, const std::string& html) {
+    static int pages = 0;
+    const std::string url = directory.write("page" + std::to_string(++pages) + ".html", html);
+    recorder->finished = false;
+    browser->Navigate(url.c_str());
+    if (!pumpUntil([&] { return recorder->finished; }) || !recorder->ok) return false;
+    settle(*recorder);
+    return browser->GetBrowserImage() != nullptr;
+  }
+
+  TemporaryDirectory directory;
+  std::unique_ptr<LARKA::BrowserManager> manager;
+};
+
+/// The pixel of a browser's page image as 0xAARRGGBB.
+inline unsigned pixel(LARKA::ILarkaBrowser* browser, int x, int y) {
+  unsigned value;
+  memcpy(&value, browser->GetBrowserImage() + y * browser->GetBrowserStride() + x * 4,
+         sizeof(value));
+  return value;
+}
+
+/// A started library with one browser and a listener to it.
+class BrowserTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    host.initialize();
+    browser = host.createBrowser(&recorder);
+    ASSERT_NE(browser, nullptr);
+  }
+  void TearDown() override {
+    if (browser) host.manager->DestroyBrowser(browser, true);
+    host.manager->Shutdown(true);
+  }
+  bool load(const std::string& html) { return host.load(browser, &recorder, html); }
+  void settle() { host.settle(recorder); }
+
+  Host host;
+  Recorder recorder;
+  LARKA::ILarkaBrowser* browser = nullptr;
+};
+
+}  // namespace test

@@ -1,0 +1,46 @@
+# Installs what the project needs on Debian 12. Sourced by the other scripts.
+
+build_packages="g++ cmake ninja-build qtbase5-dev libqt5webkit5-dev qt5-style-plugins
+  fonts-dejavu-core fonts-dejavu-extra"
+test_packages="libgtest-dev libbenchmark-dev xvfb xauth"
+
+fail() {
+  echo "$(basename "$0"): $*" >&2
+  exit 1
+}
+
+# Installs those of the named packages that are missing.
+ensure_packages() {
+  command -v dpkg-query >/dev/null || fail "this script sets up Debian 12; install by hand: $*"
+  missing=""
+  for package in "$@"; do
+    case "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" in
+      installed) ;;
+      *) missing="$missing $package" ;;
+    esac
+  done
+  [ -n "$missing" ] || return 0
+  sudo=""
+  if [ "$(id -u)" -ne 0 ]; then
+    command -v sudo >/dev/null || fail "needs root or sudo to install:$missing"
+    sudo=sudo
+  fi
+  echo "Installing:$missing"
+  export DEBIAN_FRONTEND=noninteractive
+  $sudo apt-get update -q || fail "apt-get update failed"
+  # shellcheck disable=SC2086
+  $sudo env DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends $missing ||
+    fail "could not install:$missing"
+}
+
+# Configures a preset once, and builds it (or only the named targets).
+build_preset() {
+  preset=$1
+  shift
+  [ -f "build/$preset/build.ninja" ] || cmake --preset "$preset" || fail "configuring failed"
+  if [ $# -gt 0 ]; then
+    cmake --build --preset "$preset" --target "$@" || fail "building failed"
+  else
+    cmake --build --preset "$preset" || fail "building failed"
+  fi
+}

@@ -1,0 +1,83 @@
+#include "PageShot.h"
+
+#include <QImage>
+#include <QSaveFile>
+#include <algorithm>
+
+namespace {
+
+using std::chrono::milliseconds;
+
+// A load that failed because script went elsewhere is followed by another one.
+const milliseconds kFailingFor(100);
+// A page is at rest when it has not been painted for the first, and counts as moving after the second.
+const milliseconds kQuietFor(80);
+const milliseconds kMovesFor(1000);
+
+const int kLargestImageWidth = 1280;
+const int kLargestImageHeight = 720;
+
+}  // namespace
+
+PageShot::PageShot(LARKA::BrowserManager* manager, const ShotOptions& options, const Shot& shot)
+    : m_manager(manager), m_options(options), m_shot(shot), m_started(Clock::now()) {
+  m_entered = m_painted = m_ended = m_started;
+  if (shot.url.empty()) {
+    finish("not an address");
+    return;
+  }
+  m_browser = manager->CreateBrowser();
+  m_browser->AddListener(this);
+  m_browser->Initialize(options.size.width, options.size.height, nullptr, nullptr, false, nullptr);
+  if (options.hasUserAgent) m_browser->SetUserAgent(options.userAgent.c_str());
+  m_browser->Navigate(shot.url.c_str());
+}
+
+PageShot::~PageShot() {
+  if (!m_browser) return;
+  m_browser->RemoveListener(this);
+  m_manager->DestroyBrowser(m_browser, false);
+}
+
+void PageShot::enter(State state) {
+  if (m_state == kDone) return;
+  m_state = state;
+  m_entered = Clock::now();
+}
+
+void PageShot::finish(const std::string& error) {
+  m_state = kDone;
+  m_error = error;
+  m_ended = Clock::now();
+}
+
+bool PageShot::settled(Clock::time_point now) const {
+  const Clock::time_point waited = m_entered + milliseconds(m_options.waitMilliseconds);
+  if (now < waited || !m_browser->GetBrowserImage()) return false;
+  return now >= std::max(m_painted, waited) + kQuietFor || now >= waited + kMovesFor;
+}
+
+bool PageShot::advance() {
+  const Clock::time_point now = Clock::now();
+  if (m_state == kSettling && settled(now))
+    finish(write());
+  else if (m_state == kFailing && now >= m_entered + kFailingFor)
+    finish("could not be loaded");
+  else if (m_state != kDone && now >= m_started + std::chrono::seconds(m_options.timeoutSeconds))
+    finish("timed out after " + std::to_string(m_options.timeoutSeconds) + " s");
+  return m_state == kDone;
+}
+
+std::string PageShot::write() const {
+  QImage image(m_browser->GetBrowserImage(), std::min(m_browser->GetWidth(), kLargestImageWidth),
+               std::min(m_browser->GetHeight(), kLargestImageHeight), m_browser->GetBrowserStride(),
+               QImage::Format_ARGB32_Premultiplied);
+  if (m_options.thumbnail.width > 0)
+    image = image.scaled(m_options.thumbnail.width, m_options.thumbnail.height, Qt::KeepAspectRatio,
+                         Qt::SmoothTransformation);
+  const QString path = QString::fromLocal8Bit(m_shot.output.c_str());
+  const char* format = path.endsWith(QStringLiteral(".png"), Qt::CaseInsensitive) ? "png" : "jpg";
+  QSaveFile file(path);
+  if (file.open(QIODevice::WriteOnly) && image.save(&file, format) && file.commit()) return "";
+  return "can't write " + m_shot.output + ": " + file.errorString().toStdString();
+}

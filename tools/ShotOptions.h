@@ -1,0 +1,39 @@
+// ShotOptions.h: the command line of larka-shot.
+#pragma once
+
+#include <string>
+#include <vector>
+
+struct Size {
+  int width = 0;
+  int height = 0;
+};
+
+/// One page to render: its address in encoded form, the words it was asked for with, and its file.
+struct Shot {
+  std::string asked;
+  std::string url;
+  std::string output;
+};
+
+struct ShotOptions {
+  enum Action { kRender, kHelp, kVersion };
+
+  Action action = kRender;
+  std::vector<Shot> shots;
+  Size size{1280, 720};
+  Size thumbnail;  // empty for the full size
+  int waitMilliseconds = 0;
+  int timeoutSeconds = 30;
+  int jobs = 4;
+  std::string userAgent;
+  bool hasUserAgent = false;
+  bool quiet = false;
+  bool verbose = false;
+};
+
+/// Reads the command line. Returns an empty text, or what is wrong with it in one line.
+std::string parseOptions(int argc, char** argv, ShotOptions* options);
+
+/// The text of --help.
+const char* helpText();

@@ -131,6 +131,7 @@ void BrowserManagerPrivate::spareTheView() {
 BrowserManager::BrowserManager() : d(new BrowserManagerPrivate) {}
 
 BrowserManager::~BrowserManager() {
+  if (d) g_running = false;
   delete d;
   carryOutDeferredDestructions();
 }
@@ -149,10 +150,8 @@ void BrowserManager::Initialize(int argc, char** argv) {
   }
   if (d->application) QApplication::setStyle(new LarkaStyle);
   QNetworkProxyFactory::setUseSystemConfiguration(true);
-  delete d->cookieJar;
-  d->cookieJar = new QNetworkCookieJar(d);
-  delete d->diskCache;
-  d->diskCache = new QNetworkDiskCache(d);
+  if (!d->cookieJar) d->cookieJar = new QNetworkCookieJar(d);
+  if (!d->diskCache) d->diskCache = new QNetworkDiskCache(d);
   d->diskCache->setCacheDirectory(applicationSupportPath(QStringLiteral("cache")));
   QPixmapCache::setCacheLimit(kPixmapCacheKilobytes);
 }

@@ -1,6 +1,7 @@
 #include "LarkaBrowserQt.h"
 
 #include <QApplication>
+#include <QFile>
 #include <QImage>
 #include <QNetworkAccessManager>
 #include <QNetworkCookieJar>
@@ -77,7 +78,7 @@ void LarkaBrowser::Initialize(int width, int height, const char* cookiePath,
                               const char* localStoragePath, bool, SystemInfoData*) {
   if (!m_webView || m_frameTimer) return;
   if (cookiePath) page()->networkAccessManager()->setCookieJar(new QNetworkCookieJar);
-  useLocalStorage(fromHost(localStoragePath));
+  useLocalStorage(QFile::decodeName(localStoragePath));
   Resize(width, height);
   SetAttribute(QWebSettings::JavascriptEnabled, true);
   SetAttribute(QWebSettings::PluginsEnabled, true);
@@ -488,7 +489,7 @@ void LarkaBrowser::SaveBrowserImage(const char* path, int width, int height) {
   }
   const QImage thumbnail =
       image.scaled(width, height, Qt::KeepAspectRatio, Qt::SmoothTransformation);
-  if (!thumbnail.save(QString::fromLocal8Bit(path), "jpg")) fputs("Thumbnail save failure\n", stderr);
+  if (!thumbnail.save(QFile::decodeName(path), "jpg")) fputs("Thumbnail save failure\n", stderr);
 }
 
 void LarkaBrowser::addRect(const QRect& rect) {
@@ -505,6 +506,7 @@ void LarkaBrowser::scrollRequested(int, int, const QRect&) {
 void LarkaBrowser::repaintRequested(const QRect& rect) { notifyOnDirty(rect); }
 
 void LarkaBrowser::notifyOnDirty(const QRect&) {
+  if (!m_webView) return;
   notify([this](ILarkaCallbacks* listener) { listener->OnDirty(this); });
 }
 

@@ -24,9 +24,10 @@ class ILarkaCallbacks;
 /// events. Loading, painting and events happen while the host pumps.
 ///
 /// Text goes in as NUL-terminated 8-bit text owned by the caller and read only during the call; text
-/// comes back as UTF-8, a missing value as the empty text. Coordinates are whole pixels with the origin
-/// at the view's top left, which is also the first pixel of the page image. Nothing throws or returns
-/// an error: failures show as empty results or as events of ILarkaCallbacks.
+/// comes back as UTF-8, a missing value as the empty text. Paths are in the file system's encoding.
+/// Coordinates are whole pixels with the origin at the view's top left, which is also the first pixel of
+/// the page image. Nothing throws or returns an error: failures show as empty results or as events of
+/// ILarkaCallbacks.
 ///
 /// The order of the operations is part of the binary interface.
 class LARKA_EXPORT ILarkaBrowser {

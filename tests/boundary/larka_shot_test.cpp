@@ -1,0 +1,147 @@
+// larka-shot as a person types it.
+#include <arpa/inet.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+
+#include "Host.h"
+
+namespace {
+
+struct Outcome {
+  int status;
+  std::string output, errors;
+};
+
+std::string readFile(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return std::string((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+}
+
+class LarkaShotTest : public testing::Test {
+ protected:
+  /// Runs larka-shot in the test's directory.
+  Outcome run(const std::string& arguments) {
+    setenv("HOME", directory.path().c_str(), 1);
+    setenv("XDG_DATA_HOME", directory.path().c_str(), 1);
+    const int status = system(("cd " + directory.path() + " && " LARKA_SHOT " " + arguments +
+                               " >out.txt 2>err.txt </dev/null")
+                                  .c_str());
+    return {WEXITSTATUS(status), readFile(directory.file("out.txt")),
+            readFile(directory.file("err.txt"))};
+  }
+
+  static long lines(const std::string& text) { return std::count(text.begin(), text.end(), '\n'); }
+
+  /// The width and height that a PNG file's header names.
+  std::pair<int, int> pngSize(const std::string& name) {
+    const std::string png = readFile(directory.file(name));
+    if (png.size() < 24 || png.compare(0, 8, "\x89PNG\r\n\x1a\n", 8) != 0) return {0, 0};
+    const auto number = [&](size_t at) {
+      int value = 0;
+      for (size_t i = at; i < at + 4; ++i) value = value * 256 + static_cast<unsigned char>(png[i]);
+      return value;
+    };
+    return {number(16), number(20)};
+  }
+
+  test::TemporaryDirectory directory;
+};
+
+/// A server that takes connections and never answers.
+class SilentServer {
+ public:
+  SilentServer() : m_socket(socket(AF_INET, SOCK_STREAM, 0)) {
+    m_address.sin_family = AF_INET;
+    m_address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof(m_address);
+    auto* address = reinterpret_cast<sockaddr*>(&m_address);
+    if (bind(m_socket, address, size) != 0 || listen(m_socket, 8) != 0 ||
+        getsockname(m_socket, address, &size) != 0)
+      abort();
+  }
+  ~SilentServer() { close(m_socket); }
+  std::string url() const { return "http://127.0.0.1:" + std::to_string(ntohs(m_address.sin_port)); }
+
+ private:
+  int m_socket;
+  sockaddr_in m_address{};
+};
+
+TEST_F(LarkaShotTest, RendersTheRestOfAListWhenSomePagesFail) {
+  SilentServer silent;
+  std::ofstream list(directory.file("list.txt"));
+  list << "# fifty pages\n\n";
+  for (int i = 1; i <= 48; ++i) {
+    const std::string name = "page " + std::to_string(i) + ".html";
+    directory.write(name, "<body style='background:#123456'>" + name);
+    list << name << "\n";
+    if (i == 20) list << directory.file("missing.html") << "\n" << silent.url() << "/\n";
+  }
+  list.close();
+  const Outcome shots = run("--list list.txt --jobs 8 --timeout 3 --quiet -o shot.png");
+  EXPECT_EQ(shots.status, 1);
+  EXPECT_EQ(lines(shots.errors), 2) << shots.errors;
+  EXPECT_NE(shots.errors.find("missing.html: could not be loaded\n"), std::string::npos);
+  EXPECT_NE(shots.errors.find(silent.url() + "/: timed out after 3 s\n"), std::string::npos);
+  EXPECT_EQ(shots.output, "");
+  int images = 0;
+  for (int i = 1; i <= 50; ++i) {
+    char name[32];
+    snprintf(name, sizeof(name), "shot-%03d.png", i);
+    images += pngSize(name) == std::make_pair(1280, 720);
+  }
+  EXPECT_EQ(images, 48);
+  EXPECT_FALSE(std::filesystem::exists(directory.file("shot-021.png")));
+}
+
+TEST_F(LarkaShotTest, WritesWhatItIsAskedFor) {
+  directory.write("p.html",
+                  "<title>x</title><script>document.write(navigator.userAgent=='TV/2'?"
+                  "'<body bgcolor=#00ff00>':'<body bgcolor=#ff0000>')</script>");
+  EXPECT_EQ(run("p.html -o a.png --size 320x200 --wait 50").status, 0);
+  EXPECT_EQ(pngSize("a.png"), std::make_pair(320, 200));
+  EXPECT_EQ(run("p.html --thumbnail 100x100").status, 0);
+  EXPECT_EQ(pngSize("larka-shot.png"), std::make_pair(100, 56));
+  const Outcome jpeg = run("./p.html --output b.JPG --user-agent TV/2 --verbose");
+  EXPECT_EQ(jpeg.status, 0);
+  EXPECT_EQ(readFile(directory.file("b.JPG")).substr(0, 3), "\xff\xd8\xff");
+  EXPECT_EQ(jpeg.output.substr(0, 7), "b.JPG (");
+  EXPECT_NE(jpeg.errors.find("----browser quitting"), std::string::npos);
+  mkdir(directory.file("shots").c_str(), 0777);
+  EXPECT_EQ(run("p.html p.html -o shots").status, 0);
+  EXPECT_EQ(pngSize("shots/001.png"), std::make_pair(1280, 720));
+  EXPECT_EQ(pngSize("shots/002.png"), std::make_pair(1280, 720));
+  EXPECT_EQ(run("--help").status, 0);
+  EXPECT_EQ(run("--version").output.substr(0, 11), "larka-shot ");
+}
+
+TEST_F(LarkaShotTest, SaysInOneLineWhatIsWrong) {
+  directory.write("p.html", "x");
+  const struct {
+    const char* arguments;
+    int status;
+    const char* says;
+  } rows[] = {
+      {"", 2, "no address given"},
+      {"p.html --size 1281x720", 2, "--size takes WxH"},
+      {"p.html --size 12", 2, "--size takes WxH"},
+      {"p.html --jobs 0", 2, "--jobs takes"},
+      {"p.html --timeout 0", 2, "--timeout takes"},
+      {"p.html --wait x", 2, "--wait takes"},
+      {"p.html --thumbnail 0x5", 2, "--thumbnail takes"},
+      {"p.html --nonsense", 2, "unknown option"},
+      {"p.html -o picture.gif", 2, "must end in .png"},
+      {"--list nothing.txt", 2, "can't read the list 'nothing.txt'"},
+      {"p.html -o nowhere/p.png", 1, "p.html: can't write nowhere/p.png"},
+      {"'' -o p.png", 1, "not an address"},
+      {"http://127.0.0.1:9/ -o p.png", 1, "could not be loaded"},
+  };
+  for (const auto& row : rows) {
+    const Outcome result = run(row.arguments);
+    EXPECT_EQ(result.status, row.status) << row.arguments;
+    EXPECT_EQ(lines(result.errors), 1) << row.arguments << ": " << result.errors;
+    EXPECT_NE(result.errors.find(row.says), std::string::npos) << result.errors;
+  }
+}
+
+}  // namespace

@@ -91,7 +91,7 @@ void LarkaBrowser::Initialize(int width, int height, const char* cookiePath,
   SetAttribute(QWebSettings::AcceleratedCompositingEnabled, false);
   connectPage();
 
-  // Connected to nothing: it keeps a tick in the event loop.
+  // Connected to nothing: it keeps the event loop turning at least this often.
   m_frameTimer = new QTimer(this);
   m_frameTimer->setInterval(kFrameIntervalMilliseconds);
   m_frameTimer->setSingleShot(false);
@@ -507,6 +507,8 @@ void LarkaBrowser::repaintRequested(const QRect& rect) { notifyOnDirty(rect); }
 
 void LarkaBrowser::notifyOnDirty(const QRect&) {
   if (!m_webView) return;
+  // The event loop is turning anyway: the tick counts anew, so that an animation isn't woken for it.
+  if (m_frameTimer) m_frameTimer->start();
   notify([this](ILarkaCallbacks* listener) { listener->OnDirty(this); });
 }
 

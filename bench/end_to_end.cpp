@@ -93,8 +93,8 @@ int main(int argc, char** argv) {
         const double b = median(values), l = median(larka[name]);
         char ratio[32] = "–";
         if (b > 0) snprintf(ratio, sizeof(ratio), "%.2f", l / b);
-        printf("| %s | %s | %s | %.2f | %.2f | %s | %+.2f |\n", loop, scenario.name, name.c_str(), b,
-               l, ratio, l - b);
+        printf("| %s | %s | %s | %.2f | %.2f | %s | %+.2f |\n", loop, scenario.name, name.c_str(),
+               b, l, ratio, l - b);
         fflush(stdout);
       }
     }

@@ -1,5 +1,5 @@
-// probe.cpp: one measurement of one scenario, by the bare engine or by the library, in a process of its
-// own. Prints one line of `name=value` pairs; end_to_end.cpp runs it in pairs and compares.
+// probe.cpp: one measurement of one scenario, by the bare engine or by the library, in a process of
+// its own. Prints one line of `name=value` pairs; end_to_end.cpp runs it in pairs and compares.
 //
 //   probe bare|larka run|pump SCENARIO PAGE [STARTED_NANOSECONDS]
 
@@ -79,8 +79,8 @@ class Subject {
   }
 };
 
-/// The bare engine: a page without a scene, rendered into an image when the event loop next turns after
-/// it asked for a repaint.
+/// The bare engine: a page without a scene, rendered into an image when the event loop next turns
+/// after it asked for a repaint.
 class BarePage : public Subject {
  public:
   BarePage() : m_image(kWidth, kHeight, QImage::Format_ARGB32_Premultiplied) {
@@ -152,7 +152,8 @@ class LarkaPage : public Subject, private LARKA::CallbacksAdapter {
   LARKA::ILarkaBrowser* m_browser;
 };
 
-/// What one side does under one kind of loop: a list of steps, each begun when the one before it is done.
+/// What one side does under one kind of loop: a list of steps, each begun when the one before it is
+/// done.
 class Runner {
  public:
   struct Step {
@@ -185,11 +186,12 @@ class Runner {
 
   void thenWait(double milliseconds) {
     auto end = std::make_shared<double>();
-    then([=] { *end = nowMilliseconds() + milliseconds; }, [=] { return nowMilliseconds() >= *end; });
+    then([=] { *end = nowMilliseconds() + milliseconds; },
+         [=] { return nowMilliseconds() >= *end; });
   }
 
-  /// Loads a page, and marks its last corner once it has loaded: the image is complete when the mark
-  /// is in it.
+  /// Loads a page, and marks its last corner once it has loaded: the image is complete when the
+  /// mark is in it.
   void thenLoad(Subject* subject, const std::string& url) {
     then([=] { subject->load(url); }, [=] { return subject->finished; });
     then(
@@ -340,12 +342,14 @@ void addMemory(Runner* runner, const std::string& url) {
   runner->then([=] { *first = residentMebibytes(); }, nullptr);
   for (int i = 0; i < kFurther; ++i) {
     auto subject = std::make_shared<Subject*>(nullptr);
-    runner->then([=] { (*subject = runner->add())->load(url); }, [=] { return (*subject)->finished; });
+    runner->then([=] { (*subject = runner->add())->load(url); },
+                 [=] { return (*subject)->finished; });
     runner->thenWait(300);
   }
   runner->then(
       [=] {
-        printf("first_mib=%.2f further_mib=%.2f\n", *first, (residentMebibytes() - *first) / kFurther);
+        printf("first_mib=%.2f further_mib=%.2f\n", *first,
+               (residentMebibytes() - *first) / kFurther);
       },
       nullptr);
 }
@@ -354,7 +358,8 @@ void addMemory(Runner* runner, const std::string& url) {
 
 int main(int argc, char** argv) {
   if (argc < 5) {
-    fprintf(stderr, "usage: probe bare|larka run|pump start|script|steady|memory URL [STARTED_MS]\n");
+    fprintf(stderr,
+            "usage: probe bare|larka run|pump start|script|steady|memory URL [STARTED_MS]\n");
     return 2;
   }
   alarm(60);  // a scenario that gets stuck ends here

@@ -1,7 +1,8 @@
-// The smallest complete host: shows a page, and what changes on it, until the page has come to rest.
+// The smallest complete host: shows a page, and what changes on it, until the page has come to
+// rest.
+#include <larka/larka.h>
 #include <cstdio>
 #include <ctime>
-#include <larka/larka.h>
 
 class Screen : public LARKA::CallbacksAdapter {
  public:

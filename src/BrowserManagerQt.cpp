@@ -43,9 +43,10 @@ std::atomic<bool> g_running{false};
 // How many PumpEvents and RunEventLoop passes are on the stack.
 int g_pumpDepth = 0;
 
-// The toolkit carries out a deferred destruction only when an event loop of its own returns to where it
-// was asked for; one asked for outside all event handlers would wait for ever while a host only pumps.
-// Nothing is destroyed here underneath an event handler or a callback: it may be the object's own.
+// The toolkit carries out a deferred destruction only when an event loop of its own returns to
+// where it was asked for; one asked for outside all event handlers would wait for ever while a host
+// only pumps. Nothing is destroyed here underneath an event handler or a callback: it may be the
+// object's own.
 void carryOutDeferredDestructions() {
   if (g_pumpDepth > 0 || HostCalls::anyRunning()) return;
   if (!QCoreApplication::instance() || QThread::currentThread()->loopLevel() > 0) return;
@@ -64,8 +65,7 @@ void pump(QEventLoop::ProcessEventsFlags flags) {
 QString applicationSupportPath(const QString& name) {
   QString directory = QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation);
   if (directory.isEmpty())
-    directory =
-        QDir::homePath() + QStringLiteral("/.") + QCoreApplication::applicationName();
+    directory = QDir::homePath() + QStringLiteral("/.") + QCoreApplication::applicationName();
   if (!QDir(directory).exists()) QDir().mkpath(directory);
   return directory + QLatin1Char('/') + name;
 }
@@ -99,8 +99,7 @@ void BrowserManagerPrivate::createView() {
   viewCreated = true;
   scene = new QGraphicsScene;
   view = new QGraphicsView(scene);
-  view->setOptimizationFlags(QGraphicsView::DontSavePainterState |
-                             QGraphicsView::IndirectPainting);
+  view->setOptimizationFlags(QGraphicsView::DontSavePainterState | QGraphicsView::IndirectPainting);
   view->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
   view->setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing |
                        QPainter::SmoothPixmapTransform);
@@ -117,8 +116,8 @@ void BrowserManagerPrivate::createView() {
   spareTheView();
 }
 
-// Nobody ever sees the view, and nothing is painted into it: no background is drawn, and the few items
-// are found without an index, which costs more to keep than it saves.
+// Nobody ever sees the view, and nothing is painted into it: no background is drawn, and the few
+// items are found without an index, which costs more to keep than it saves.
 void BrowserManagerPrivate::spareTheView() {
   for (QWidget* widget : {static_cast<QWidget*>(view), view->viewport()}) {
     widget->setAttribute(Qt::WA_OpaquePaintEvent);
@@ -188,8 +187,8 @@ ILarkaBrowser* BrowserManager::CreateBrowser() {
 }
 
 void BrowserManager::DestroyBrowser(ILarkaBrowser* browser, bool immediate) {
-  fprintf(stderr, "----destroying browser %p (immediate %d)\n", static_cast<void*>(browser),
-          immediate);
+  const void* address = browser;
+  fprintf(stderr, "----destroying browser %p (immediate %d)\n", address, immediate);
   if (!browser) return;
   auto* larkaBrowser = static_cast<LarkaBrowser*>(browser);
   LarkaWebView* webView = larkaBrowser->webView();
@@ -198,7 +197,7 @@ void BrowserManager::DestroyBrowser(ILarkaBrowser* browser, bool immediate) {
     delete larkaBrowser;
   else
     larkaBrowser->deleteLater();
-  fprintf(stderr, "----destroying browser %p 4\n", static_cast<void*>(browser));
+  fprintf(stderr, "----destroying browser %p 4\n", address);
 }
 
 ITimer* BrowserManager::CreateTimer(TimerCallback callback, int intervalMilliseconds,

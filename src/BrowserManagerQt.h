@@ -11,8 +11,8 @@ class QNetworkDiskCache;
 
 namespace LARKA {
 
-/// What all browsers share: the cookie jar and the disk cache (children of this object), and the hidden
-/// scene with the view that paints it.
+/// What all browsers share: the cookie jar and the disk cache (children of this object), and the
+/// hidden scene with the view that paints it.
 class BrowserManagerPrivate : public QObject {
   Q_OBJECT
 

@@ -8,12 +8,12 @@ class QObject;
 
 namespace LARKA {
 
-/// Counts the calls into host code that an object has on the stack and puts off the object's deferred
-/// destruction until the last of them has returned.
+/// Counts the calls into host code that an object has on the stack and puts off the object's
+/// deferred destruction until the last of them has returned.
 ///
-/// The toolkit alone can't tell: a listener that is called because the host ran a script, with no event
-/// handler below it, and that destroys its browser and pumps, would have the browser destroyed under
-/// its feet.
+/// The toolkit alone can't tell: a listener that is called because the host ran a script, with no
+/// event handler below it, and that destroys its browser and pumps, would have the browser
+/// destroyed under its feet.
 class HostCalls {
  public:
   explicit HostCalls(QObject* owner) : m_owner(owner) {}

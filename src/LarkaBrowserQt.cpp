@@ -98,8 +98,9 @@ void LarkaBrowser::Initialize(int width, int height, const char* cookiePath,
   m_frameTimer->start();
 }
 
-// A page takes the directory of its local storage once, while it is constructed, and from the global
-// settings; setting it on a page's own settings has no effect. So the browser makes a new page.
+// A page takes the directory of its local storage once, while it is constructed, and from the
+// global settings; setting it on a page's own settings has no effect. So the browser makes a new
+// page.
 void LarkaBrowser::useLocalStorage(const QString& directory) {
   if (!directory.isEmpty()) {
     WebPage* oldPage = page();
@@ -140,7 +141,8 @@ void LarkaBrowser::frameCreated(QWebFrame* frame) {
           SLOT(javaScriptWindowObjectCleared()));
 }
 
-// Cleared first: what the page still reports while it goes away must not reach a view half destroyed.
+// Cleared first: what the page still reports while it goes away must not reach a view half
+// destroyed.
 void LarkaBrowser::Shutdown() {
   LarkaWebView* webView = m_webView;
   m_webView = nullptr;
@@ -245,7 +247,7 @@ void LarkaBrowser::sslErrors() {
 void LarkaBrowser::executeInLarka(const QString&) {}
 QString LarkaBrowser::executeMediaAction(const QString&) { return QString(); }
 void LarkaBrowser::javaScriptWindowObjectCleared() {}
-void LarkaBrowser::pluginCreated(QWebElement, void*) {}
+void LarkaBrowser::pluginCreated(const QWebElement&, void*) {}
 
 // What the page asks.
 
@@ -303,7 +305,7 @@ QString LarkaBrowser::chooseFile(QWebFrame*, const QString& suggestedFile) {
   return chosen;
 }
 
-QWebPage* LarkaBrowser::createWindow(bool modal, QUrl url) {
+QWebPage* LarkaBrowser::createWindow(bool modal, const QUrl& url) {
   const std::string text = toHost(url);
   notify([&](ILarkaCallbacks* listener) { listener->OnCreateWindow(modal, text.c_str()); });
   return nullptr;
@@ -314,9 +316,9 @@ QWebPage* LarkaBrowser::createWindow(bool modal, QUrl url) {
 void LarkaBrowser::SetProxy(const char* host, int port, ProxyType type, const char* user,
                             const char* password) {
   if (!m_webView) return;
-  page()->networkAccessManager()->setProxy(
-      QNetworkProxy(toolkitProxyType(type), fromHost(host), static_cast<quint16>(port),
-                    fromHost(user), fromHost(password)));
+  page()->networkAccessManager()->setProxy(QNetworkProxy(toolkitProxyType(type), fromHost(host),
+                                                         static_cast<quint16>(port), fromHost(user),
+                                                         fromHost(password)));
 }
 
 void LarkaBrowser::SetUserAgent(const char* userAgent) {
@@ -384,8 +386,7 @@ std::string LarkaBrowser::GetMetaTagValue(const char* name) {
   const QWebElement head = mainFrame()->findFirstElement(QStringLiteral("head"));
   const QString value = fromHost(name);
   QWebElement meta = head.findFirst(QStringLiteral("meta[name=\"%1\"]").arg(value));
-  if (meta.isNull())
-    meta = head.findFirst(QStringLiteral("meta[http-equiv=\"%1\"]").arg(value));
+  if (meta.isNull()) meta = head.findFirst(QStringLiteral("meta[http-equiv=\"%1\"]").arg(value));
   return toHost(meta.attribute(QStringLiteral("content")));
 }
 
@@ -507,7 +508,8 @@ void LarkaBrowser::repaintRequested(const QRect& rect) { notifyOnDirty(rect); }
 
 void LarkaBrowser::notifyOnDirty(const QRect&) {
   if (!m_webView) return;
-  // The event loop is turning anyway: the tick counts anew, so that an animation isn't woken for it.
+  // The event loop is turning anyway: the tick counts anew, so that an animation isn't woken for
+  // it.
   if (m_frameTimer) m_frameTimer->start();
   notify([this](ILarkaCallbacks* listener) { listener->OnDirty(this); });
 }

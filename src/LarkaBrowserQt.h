@@ -115,7 +115,7 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
                         QString* result);
   void javaScriptConsoleMessage(const QString& message, int lineNumber, const QString& sourceID);
   QString chooseFile(QWebFrame* frame, const QString& suggestedFile);
-  QWebPage* createWindow(bool modal, QUrl url);
+  QWebPage* createWindow(bool modal, const QUrl& url);
 
   void SetAttribute(QWebSettings::WebAttribute attribute, bool on);
   void showFullscreen(const QWebElement& element, bool render);
@@ -140,7 +140,7 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
 
  protected slots:
   void contentsChanged() {}
-  void databaseQuotaExceeded(QWebFrame*, QString) {}
+  void databaseQuotaExceeded(QWebFrame*, const QString&) {}
   void downloadRequested(const QNetworkRequest& request);
   void frameCreated(QWebFrame* frame);
   void geometryChangeRequested(const QRect& geometry);
@@ -169,7 +169,7 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   void javaScriptWindowObjectCleared();
   void titleChanged(const QString& title);
   void urlChanged(const QUrl& url);
-  void pluginCreated(QWebElement element, void* handle);
+  void pluginCreated(const QWebElement& element, void* handle);
   void creatingRequest(const QUrl& url);
   void requestError();
   void sslErrors();

@@ -8,8 +8,8 @@
 
 class QTimer;
 
-/// The one implementation of ITimer, on a timer of the toolkit. Made stopped; destroyed only through
-/// Dispose(), so that it outlives a callback that gives it back.
+/// The one implementation of ITimer, on a timer of the toolkit. Made stopped; destroyed only
+/// through Dispose(), so that it outlives a callback that gives it back.
 class BrowserTimerQT : public QObject, public LARKA::ITimer {
   Q_OBJECT
 

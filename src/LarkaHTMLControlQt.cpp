@@ -1,5 +1,7 @@
 #include "LarkaHTMLControlQt.h"
 
+#include <utility>
+
 namespace LARKA {
 
 LarkaHTMLControl::LarkaHTMLControl() : d(new LarkaHTMLControlPrivate) {}
@@ -10,9 +12,8 @@ LarkaHTMLControl::LarkaHTMLControl(LarkaHTMLControlPrivate* d, bool adopt)
 LarkaHTMLControl::LarkaHTMLControl(const LarkaHTMLControl& other) : d(retained(other.d)) {}
 
 LarkaHTMLControl& LarkaHTMLControl::operator=(const LarkaHTMLControl& other) {
-  LarkaHTMLControlPrivate* old = d;
-  d = retained(other.d);
-  release(old);
+  LarkaHTMLControl copy(other);
+  std::swap(d, copy.d);
   return *this;
 }
 

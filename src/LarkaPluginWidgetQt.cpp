@@ -1,5 +1,7 @@
 #include "LarkaPluginWidgetQt.h"
 
+#include <utility>
+
 namespace LARKA {
 
 LarkaPluginWidget::LarkaPluginWidget() : d(new LarkaPluginWidgetPrivate) {}
@@ -10,9 +12,8 @@ LarkaPluginWidget::LarkaPluginWidget(LarkaPluginWidgetPrivate* d, bool adopt)
 LarkaPluginWidget::LarkaPluginWidget(const LarkaPluginWidget& other) : d(retained(other.d)) {}
 
 LarkaPluginWidget& LarkaPluginWidget::operator=(const LarkaPluginWidget& other) {
-  LarkaPluginWidgetPrivate* old = d;
-  d = retained(other.d);
-  release(old);
+  LarkaPluginWidget copy(other);
+  std::swap(d, copy.d);
   return *this;
 }
 

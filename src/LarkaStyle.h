@@ -3,8 +3,8 @@
 
 #include <QProxyStyle>
 
-/// The toolkit's "cleanlooks" style ("fusion" where that isn't installed) with scroll bars thin enough
-/// for a television screen. Owned by the application once installed.
+/// The toolkit's "cleanlooks" style ("fusion" where that isn't installed) with scroll bars thin
+/// enough for a television screen. Owned by the application once installed.
 class LarkaStyle : public QProxyStyle {
   Q_OBJECT
 

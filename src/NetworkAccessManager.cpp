@@ -20,8 +20,7 @@ NetworkAccessManager::NetworkAccessManager(QObject* parent) : QNetworkAccessMana
 
 QNetworkReply* NetworkAccessManager::createRequest(Operation op, const QNetworkRequest& request,
                                                    QIODevice* outgoingData) {
-  const QNetworkRequest copy(request);
-  QNetworkReply* reply = QNetworkAccessManager::createRequest(op, copy, outgoingData);
+  QNetworkReply* reply = QNetworkAccessManager::createRequest(op, request, outgoingData);
   reply->setReadBufferSize(kReadBufferBytes);
   connect(reply, SIGNAL(errorOccurred(QNetworkReply::NetworkError)), this,
           SLOT(onReplyError(QNetworkReply::NetworkError)));
@@ -62,6 +61,6 @@ void NetworkAccessManager::onReplyProgress(qint64 bytesReceived, qint64 bytesTot
 void NetworkAccessManager::onReplyDone() {
   const QNetworkReply* reply = qobject_cast<QNetworkReply*>(sender());
   if (!reply) return;
-  fprintf(stderr, "finished loading %s (at %s)\n",
-          reply->url().toString().toLatin1().constData(), currentTime().constData());
+  fprintf(stderr, "finished loading %s (at %s)\n", reply->url().toString().toLatin1().constData(),
+          currentTime().constData());
 }

@@ -7,8 +7,8 @@
 #include <QSslError>
 #include <QUrl>
 
-/// Watches every request of one browser: bounds what a reply may buffer, ignores certificate errors and
-/// logs failures to the standard error stream. Owned by the browser's page.
+/// Watches every request of one browser: bounds what a reply may buffer, ignores certificate errors
+/// and logs failures to the standard error stream. Owned by the browser's page.
 class NetworkAccessManager : public QNetworkAccessManager {
   Q_OBJECT
 

@@ -25,8 +25,8 @@ class WebPage : public QWebPage {
   bool supportsExtension(Extension extension) const override;
 
  public slots:
-  /// Where the engine asks whether to end a script that runs too long, it is ended. The engine's own way
-  /// is to ask a person, in a dialog that nobody can see.
+  /// Where the engine asks whether to end a script that runs too long, it is ended. The engine's
+  /// own way is to ask a person, in a dialog that nobody can see.
   bool shouldInterruptJavaScript() override;
 
  protected:

@@ -37,8 +37,9 @@ LarkaWebView::~LarkaWebView() {
   StopAnimation();
 }
 
-// The engine announces what changed through a queued connection, after it has told the item to update:
-// the paint may have come and gone when the rectangle arrives, so the rectangle asks for another one.
+// The engine announces what changed through a queued connection, after it has told the item to
+// update: the paint may have come and gone when the rectangle arrives, so the rectangle asks for
+// another one.
 void LarkaWebView::AddRect(const QRect& rect) {
   {
     QMutexLocker lock(&m_mutex);

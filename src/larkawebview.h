@@ -11,9 +11,9 @@
 #include <memory>
 #include <vector>
 
-/// A page's place in the hidden scene. Whenever the scene's view repaints it, it paints what the page
-/// asked to have repainted into an image of its own, which the host reads, and says so with dirty().
-/// Nothing is ever painted into the scene's view itself.
+/// A page's place in the hidden scene. Whenever the scene's view repaints it, it paints what the
+/// page asked to have repainted into an image of its own, which the host reads, and says so with
+/// dirty(). Nothing is ever painted into the scene's view itself.
 class LarkaWebView : public QGraphicsWebView {
   Q_OBJECT
   Q_PROPERTY(QRect flipRegion READ flipRegion WRITE setFlipRegion)
@@ -40,12 +40,12 @@ class LarkaWebView : public QGraphicsWebView {
   void StartAnimation();
   void StopAnimation();
 
-  /// The image that the host reads: that of the full-screen element while there is one, else that of
-  /// the page. Null before the first paint.
+  /// The image that the host reads: that of the full-screen element while there is one, else that
+  /// of the page. Null before the first paint.
   QImage* hostImage();
 
-  /// Tells the page that it has the keyboard focus, so that it draws it. In a scene with several views
-  /// only one has the focus, and under some window systems none; the host may show them all.
+  /// Tells the page that it has the keyboard focus, so that it draws it. In a scene with several
+  /// views only one has the focus, and under some window systems none; the host may show them all.
   void keepPageFocused();
 
   QRect flipRegion() const { return m_flipRegion.boundingRect(); }

@@ -10,7 +10,8 @@ using std::chrono::milliseconds;
 
 // A load that failed because script went elsewhere is followed by another one.
 const milliseconds kFailingFor(100);
-// A page is at rest when it has not been painted for the first, and counts as moving after the second.
+// A page is at rest when it has not been painted for the first, and counts as moving after the
+// second.
 const milliseconds kQuietFor(80);
 const milliseconds kMovesFor(1000);
 

@@ -7,8 +7,8 @@
 #include "ShotOptions.h"
 #include "larka/larka.h"
 
-/// Loads one page in a browser of its own and writes its image once it has come to rest. Drive it by
-/// pumping the manager's events and calling advance() until that returns true.
+/// Loads one page in a browser of its own and writes its image once it has come to rest. Drive it
+/// by pumping the manager's events and calling advance() until that returns true.
 class PageShot : private LARKA::CallbacksAdapter {
  public:
   using Clock = std::chrono::steady_clock;

@@ -95,8 +95,18 @@ QString outputFor(const QString& output, int index, int count) {
   return output.left(output.size() - suffix.size()) + '-' + number + suffix;
 }
 
-enum LongOption { kSize = 256, kThumbnail, kWait, kTimeout, kUserAgent, kJobs, kList, kQuiet,
-                  kVerbose, kVersionOption };
+enum LongOption {
+  kSize = 256,
+  kThumbnail,
+  kWait,
+  kTimeout,
+  kUserAgent,
+  kJobs,
+  kList,
+  kQuiet,
+  kVerbose,
+  kVersionOption
+};
 
 const option kLongOptions[] = {{"output", required_argument, nullptr, 'o'},
                                {"help", no_argument, nullptr, 'h'},
@@ -118,8 +128,9 @@ struct Asked {
   QString output = QStringLiteral("larka-shot.png");
 };
 
-std::string applyOption(int option, const char* value, ShotOptions* options, Asked* asked) {
-  const std::string quoted = value ? "'" + std::string(value) + "'" : std::string();
+std::string applyOption(int option, const char* given, ShotOptions* options, Asked* asked) {
+  const char* value = given ? given : "";
+  const std::string quoted = "'" + std::string(value) + "'";
   switch (option) {
     case 'o':
       asked->output = QString::fromLocal8Bit(value);
@@ -187,7 +198,7 @@ std::string parseOptions(int argc, char** argv, ShotOptions* options) {
   Asked asked;
   opterr = 0;
   for (int option; (option = getopt_long(argc, argv, "o:h", kLongOptions, nullptr)) != -1;) {
-    const std::string wrong = applyOption(option, optarg, options, &asked);
+    std::string wrong = applyOption(option, optarg, options, &asked);
     if (!wrong.empty()) return wrong;
   }
   if (options->action != ShotOptions::kRender) return "";

@@ -13,8 +13,8 @@ namespace {
 
 const int kPumpEveryMicroseconds = 1000;
 
-/// The standard error stream as a person sees it. The library's diagnostics go there too, unless they
-/// are sent away.
+/// The standard error stream as a person sees it. The library's diagnostics go there too, unless
+/// they are sent away.
 class Console {
  public:
   explicit Console(const ShotOptions& options)

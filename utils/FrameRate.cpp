@@ -14,7 +14,8 @@ void FrameRate::Frame() {
     if (now - m_nLastCheck > m_nPrintInterval) {
       const double dFps = m_nFrames / static_cast<double>(now - m_nLastCheck);
       char line[256];
-      snprintf(line, sizeof(line), "-----> %s() FPS: %4.2f\n", m_strMeasuringLocation.c_str(), dFps);
+      snprintf(line, sizeof(line), "-----> %s() FPS: %4.2f\n", m_strMeasuringLocation.c_str(),
+               dFps);
       fputs(line, stderr);
       m_nFrames = 0;
       m_nLastCheck = now;

@@ -8,8 +8,8 @@
 namespace LARKA {
 
 /// A listener with an empty body for every operation, so that a host overrides only the events it
-/// wants. Questions get the answer they have without a listener: "no", cancelled, no file. A download
-/// notice is passed on to the next listener.
+/// wants. Questions get the answer they have without a listener: "no", cancelled, no file. A
+/// download notice is passed on to the next listener.
 class CallbacksAdapter : public ILarkaCallbacks {
  public:
   void OnLoadStarted() override {}

@@ -19,15 +19,15 @@ class ILarkaCallbacks;
 
 /// One browser: a page that is laid out and painted off screen, into an image that the host reads.
 ///
-/// The library implements it. The host gets one from BrowserManager::CreateBrowser, gives it back to
-/// BrowserManager::DestroyBrowser and never deletes it. All operations belong on the thread that pumps
-/// events. Loading, painting and events happen while the host pumps.
+/// The library implements it. The host gets one from BrowserManager::CreateBrowser, gives it back
+/// to BrowserManager::DestroyBrowser and never deletes it. All operations belong on the thread that
+/// pumps events. Loading, painting and events happen while the host pumps.
 ///
-/// Text goes in as NUL-terminated 8-bit text owned by the caller and read only during the call; text
-/// comes back as UTF-8, a missing value as the empty text. Paths are in the file system's encoding.
-/// Coordinates are whole pixels with the origin at the view's top left, which is also the first pixel of
-/// the page image. Nothing throws or returns an error: failures show as empty results or as events of
-/// ILarkaCallbacks.
+/// Text goes in as NUL-terminated 8-bit text owned by the caller and read only during the call;
+/// text comes back as UTF-8, a missing value as the empty text. Paths are in the file system's
+/// encoding. Coordinates are whole pixels with the origin at the view's top left, which is also the
+/// first pixel of the page image. Nothing throws or returns an error: failures show as empty
+/// results or as events of ILarkaCallbacks.
 ///
 /// The order of the operations is part of the binary interface.
 class LARKA_EXPORT ILarkaBrowser {
@@ -40,20 +40,21 @@ class LARKA_EXPORT ILarkaBrowser {
   ///
   /// `width` and `height`: the view's size in pixels. The page image never exceeds 1280 by 720.
   /// `cookiePath`: the file of a cookie store of this browser's own; null for the store that all
-  /// browsers share. `localStoragePath`: the directory in which pages keep their local storage; null or
-  /// empty for none that lasts. `createScriptObject`: whether page script gets the object "larka", with
-  /// which it can call ILarkaCallbacks::OnExecuteInLarka. `systemInfo`: may be null; not used.
+  /// browsers share. `localStoragePath`: the directory in which pages keep their local storage;
+  /// null or empty for none that lasts. `createScriptObject`: whether page script gets the object
+  /// "larka", with which it can call ILarkaCallbacks::OnExecuteInLarka. `systemInfo`: may be null;
+  /// not used.
   virtual void Initialize(int width, int height, const char* cookiePath,
                           const char* localStoragePath, bool createScriptObject,
                           SystemInfoData* systemInfo) = 0;
 
-  /// Gives up the page and everything it holds, ahead of BrowserManager::DestroyBrowser. Afterwards the
-  /// browser can only be destroyed: every other operation does nothing and returns an empty result. Not
-  /// to be called from inside a callback of this browser.
+  /// Gives up the page and everything it holds, ahead of BrowserManager::DestroyBrowser. Afterwards
+  /// the browser can only be destroyed: every other operation does nothing and returns an empty
+  /// result. Not to be called from inside a callback of this browser.
   virtual void Shutdown() = 0;
 
-  /// Registers a listener, which the host keeps and must remove or outlive. A listener registered twice
-  /// is called twice. Null is ignored.
+  /// Registers a listener, which the host keeps and must remove or outlive. A listener registered
+  /// twice is called twice. Null is ignored.
   virtual void AddListener(ILarkaCallbacks* listener) = 0;
 
   /// Removes every registration of a listener, from the next event on. Safe inside a callback.
@@ -61,24 +62,25 @@ class LARKA_EXPORT ILarkaBrowser {
 
   // Network.
 
-  /// Sends this browser's requests through a proxy. `host`, `user` and `password` are Latin-1 and may
-  /// be null; of `port` the low 16 bits count.
+  /// Sends this browser's requests through a proxy. `host`, `user` and `password` are Latin-1 and
+  /// may be null; of `port` the low 16 bits count.
   virtual void SetProxy(const char* host, int port, ProxyType type, const char* user,
                         const char* password) = 0;
 
   /// Not supported: the library always paints into an image of its own. Warns and does nothing.
   virtual void SetGlobalSurface(char* pixels) = 0;
 
-  /// Sets the user agent (Latin-1) that this browser's requests carry from now on. The empty text is
-  /// sent as such; null restores the engine's own.
+  /// Sets the user agent (Latin-1) that this browser's requests carry from now on. The empty text
+  /// is sent as such; null restores the engine's own.
   virtual void SetUserAgent(const char* userAgent) = 0;
 
-  /// Resizes the view, in pixels, and lays the page out anew. The page image keeps the size it had when
-  /// it was first painted: a smaller view fills its top left, of a larger one it shows the top left.
+  /// Resizes the view, in pixels, and lays the page out anew. The page image keeps the size it had
+  /// when it was first painted: a smaller view fills its top left, of a larger one it shows the top
+  /// left.
   virtual void Resize(int width, int height) = 0;
 
-  /// Keeps what this browser loads in a disk cache of `sizeInMegabytes` MiB in `directory`, which all
-  /// browsers that name the same directory share; a negative size stands for 200 MiB.
+  /// Keeps what this browser loads in a disk cache of `sizeInMegabytes` MiB in `directory`, which
+  /// all browsers that name the same directory share; a negative size stands for 200 MiB.
   virtual void SetCacheParameters(const char* directory, int sizeInMegabytes) = 0;
 
   /// Empties the engine's memory caches and this browser's disk cache, for all who share it.
@@ -118,15 +120,15 @@ class LARKA_EXPORT ILarkaBrowser {
   /// Releases the left button at a point.
   virtual void MouseUp(int x, int y, int reserved) = 0;
 
-  /// Presses and releases the left button at a point, then calls ILarkaCallbacks::OnMouseClick with the
-  /// element that was there before.
+  /// Presses and releases the left button at a point, then calls ILarkaCallbacks::OnMouseClick with
+  /// the element that was there before.
   virtual void MouseClick(int x, int y, int reserved) = 0;
 
   /// Turns the wheel at the pointer's last position; 120 is one notch.
   virtual void MouseWheel(Directions direction, int amount, int reserved) = 0;
 
-  /// Turns the wheel at the pointer's last position by an amount along each axis, first vertically; 120
-  /// is one notch, positive is up and left.
+  /// Turns the wheel at the pointer's last position by an amount along each axis, first vertically;
+  /// 120 is one notch, positive is up and left.
   virtual void MouseWheel(int dx, int dy, int reserved) = 0;
 
   /// Presses a key of the host's numbering, with its modifier bits.
@@ -176,10 +178,10 @@ class LARKA_EXPORT ILarkaBrowser {
   /// Does nothing: the page image is always current.
   virtual void Invalidate() = 0;
 
-  /// Runs a script (Latin-1) in the main frame and returns its value as text; the empty text when it
-  /// throws, or when its value is undefined or null. The script is handed to the page's eval() inside
-  /// single quotes: single quotes in it are escaped, but backslashes lose one level and a line break is
-  /// a syntax error.
+  /// Runs a script (Latin-1) in the main frame and returns its value as text; the empty text when
+  /// it throws, or when its value is undefined or null. The script is handed to the page's eval()
+  /// inside single quotes: single quotes in it are escaped, but backslashes lose one level and a
+  /// line break is a syntax error.
   virtual std::string ExecuteJavascript(const char* script) = 0;
 
   /// The address of the current page.
@@ -194,12 +196,12 @@ class LARKA_EXPORT ILarkaBrowser {
   /// The zoom in percent.
   virtual double GetZoomLevel() = 0;
 
-  /// Scrolls the main frame so that a point of the page, in unzoomed page coordinates, is at the view's
-  /// top left, or as near to it as the page's edges allow.
+  /// Scrolls the main frame so that a point of the page, in unzoomed page coordinates, is at the
+  /// view's top left, or as near to it as the page's edges allow.
   virtual void ScrollToPoint(int x, int y) = 0;
 
-  /// Reads the visible part of the page: its top left in unzoomed page coordinates, its size in view
-  /// pixels. Pointers may be null.
+  /// Reads the visible part of the page: its top left in unzoomed page coordinates, its size in
+  /// view pixels. Pointers may be null.
   virtual void GetViewPort(int* x, int* y, int* width, int* height) = 0;
 
   /// The content of the page's `meta` tag of this name or, where none has it, of this `http-equiv`.
@@ -212,16 +214,17 @@ class LARKA_EXPORT ILarkaBrowser {
 
   /// The first byte of the page image, or null before the first paint.
   ///
-  /// The image is 32-bit ARGB with premultiplied alpha: four bytes a pixel, in memory blue, green, red,
-  /// alpha (0xAARRGGBB as a native 32-bit number). Rows go from top to bottom, GetBrowserStride() bytes
-  /// apart. It is as large as the view was at the first paint (GetWidth(), GetHeight()), but at most
-  /// 1280 by 720. The library keeps ownership and paints into it whenever events are pumped: read it
-  /// between two pumps, or in ILarkaCallbacks::OnDirty. The address stays the same until the browser is
-  /// shut down or destroyed, except while a plug-in is shown full screen.
+  /// The image is 32-bit ARGB with premultiplied alpha: four bytes a pixel, in memory blue, green,
+  /// red, alpha (0xAARRGGBB as a native 32-bit number). Rows go from top to bottom,
+  /// GetBrowserStride() bytes apart. It is as large as the view was at the first paint (GetWidth(),
+  /// GetHeight()), but at most 1280 by 720. The library keeps ownership and paints into it whenever
+  /// events are pumped: read it between two pumps, or in ILarkaCallbacks::OnDirty. The address
+  /// stays the same until the browser is shut down or destroyed, except while a plug-in is shown
+  /// full screen.
   virtual unsigned char* GetBrowserImage() = 0;
 
-  /// Writes what the view shows into a JPEG file, scaled to fit into `width` by `height` pixels with
-  /// its proportions kept. A failure is told on the standard error stream only.
+  /// Writes what the view shows into a JPEG file, scaled to fit into `width` by `height` pixels
+  /// with its proportions kept. A failure is told on the standard error stream only.
   virtual void SaveBrowserImage(const char* path, int width, int height) = 0;
 
   /// Not supported: there is no native surface. Warns and returns null.
@@ -239,8 +242,8 @@ class LARKA_EXPORT ILarkaBrowser {
   /// focus. All inputs count as one tag. The caller deletes the handles.
   virtual std::vector<LarkaHTMLControl*> GetControls(ControlType type) = 0;
 
-  /// Opens the web inspector on this browser's page and returns it as a browser that can be resized and
-  /// shut down. It belongs to this browser and is destroyed with it.
+  /// Opens the web inspector on this browser's page and returns it as a browser that can be resized
+  /// and shut down. It belongs to this browser and is destroyed with it.
   virtual ILarkaBrowser* LaunchInspector(bool show) = 0;
 
   /// Does nothing.

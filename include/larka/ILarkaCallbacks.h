@@ -12,16 +12,16 @@ class LarkaHTMLControl;
 class LarkaPluginWidget;
 
 /// A listener to one or more browsers. The host implements it, registers it with
-/// ILarkaBrowser::AddListener and keeps ownership: it must outlive its registration. A host that wants
-/// only some of the events derives from CallbacksAdapter instead.
+/// ILarkaBrowser::AddListener and keeps ownership: it must outlive its registration. A host that
+/// wants only some of the events derives from CallbacksAdapter instead.
 ///
-/// Every operation is called on the thread that pumps events, on every registered listener in the order
-/// of registration, once for each time it is registered. The listeners of an event are those registered
-/// when it began: one that is added or removed by a listener takes part from the next event on.
-/// A listener may call back into its browser and may destroy it with `immediate` false.
+/// Every operation is called on the thread that pumps events, on every registered listener in the
+/// order of registration, once for each time it is registered. The listeners of an event are those
+/// registered when it began: one that is added or removed by a listener takes part from the next
+/// event on. A listener may call back into its browser and may destroy it with `immediate` false.
 ///
-/// Text arguments are NUL-terminated UTF-8 and valid only during the call; returned text is UTF-8. The
-/// order of the operations is part of the binary interface.
+/// Text arguments are NUL-terminated UTF-8 and valid only during the call; returned text is UTF-8.
+/// The order of the operations is part of the binary interface.
 class LARKA_EXPORT ILarkaCallbacks {
  public:
   virtual ~ILarkaCallbacks() {}
@@ -29,8 +29,8 @@ class LARKA_EXPORT ILarkaCallbacks {
   /// A page load has begun.
   virtual void OnLoadStarted() = 0;
 
-  /// A page load has ended. `ok` is false when the page could not be loaded or was stopped; the browser
-  /// then shows an empty page titled "Failed loading page", or what it had received.
+  /// A page load has ended. `ok` is false when the page could not be loaded or was stopped; the
+  /// browser then shows an empty page titled "Failed loading page", or what it had received.
   virtual void OnLoadFinished(bool ok) = 0;
 
   /// A page load has come to `percent` of 100.
@@ -49,8 +49,8 @@ class LARKA_EXPORT ILarkaCallbacks {
   /// The page set the text of a status bar.
   virtual void OnStatusBarMessage(const char* text) = 0;
 
-  /// The page is about to navigate because of a link, a form, the history or a reload; never because of
-  /// a script or of ILarkaBrowser::Navigate. A notice only: it can't be refused.
+  /// The page is about to navigate because of a link, a form, the history or a reload; never
+  /// because of a script or of ILarkaBrowser::Navigate. A notice only: it can't be refused.
   virtual void OnAcceptNavigationRequest() = 0;
 
   /// The page asked for another window size, in pixels. Nothing is resized.
@@ -62,48 +62,49 @@ class LARKA_EXPORT ILarkaCallbacks {
   /// The address of the page changed.
   virtual void OnUrlChanged(const char* url) = 0;
 
-  /// ILarkaBrowser::MouseClick was carried out on the element that `control` describes, or on none (an
-  /// empty handle). The reference is valid only during the call; a copy of the handle may be kept.
+  /// ILarkaBrowser::MouseClick was carried out on the element that `control` describes, or on none
+  /// (an empty handle). The reference is valid only during the call; a copy of the handle may be
+  /// kept.
   virtual void OnMouseClick(LarkaHTMLControl& control) = 0;
 
-  /// The page created a plug-in. The pointer is valid only during the call; a copy of the handle may be
-  /// kept.
+  /// The page created a plug-in. The pointer is valid only during the call; a copy of the handle
+  /// may be kept.
   virtual void OnPluginCreated(LarkaPluginWidget* plugin) = 0;
 
-  /// The part of the page image where `plugin` lies was repainted. Called right after this listener's
-  /// OnDirty, once for each such plug-in. The pointer is valid only during the call.
+  /// The part of the page image where `plugin` lies was repainted. Called right after this
+  /// listener's OnDirty, once for each such plug-in. The pointer is valid only during the call.
   virtual void OnPluginDirty(LarkaPluginWidget* plugin) = 0;
 
-  /// Page script sent `command` to the host. The returned text is the script's answer where it waits
-  /// for one: that of the listener called last.
+  /// Page script sent `command` to the host. The returned text is the script's answer where it
+  /// waits for one: that of the listener called last.
   virtual std::string OnExecuteInLarka(const char* command) = 0;
 
-  /// The page image of `browser` changed: read it with ILarkaBrowser::GetBrowserImage, here or before
-  /// the host next pumps events. Never called from inside painting.
+  /// The page image of `browser` changed: read it with ILarkaBrowser::GetBrowserImage, here or
+  /// before the host next pumps events. Never called from inside painting.
   virtual void OnDirty(ILarkaBrowser* browser) = 0;
 
-  /// The page asked for a new window for `url` (empty when the address is not known). No window is ever
-  /// opened; loading the address is up to the host. `modal` is true for a modal dialog.
+  /// The page asked for a new window for `url` (empty when the address is not known). No window is
+  /// ever opened; loading the address is up to the host. `modal` is true for a modal dialog.
   virtual void OnCreateWindow(bool modal, const char* url) = 0;
 
-  /// The page asks for a file to upload, suggesting one. The answer of the first listener is final: a
-  /// path, or the empty text for none.
+  /// The page asks for a file to upload, suggesting one. The answer of the first listener is final:
+  /// a path, or the empty text for none.
   virtual std::string OnChooseFile(const char* suggestedFile) = 0;
 
   /// Page script shows a message. The script waits until the last listener returns.
   virtual void OnJavaScriptAlert(const char* message) = 0;
 
-  /// Page script asks a yes-or-no question. The first listener that returns true answers "yes" and the
-  /// rest are not asked; with none the answer is "no".
+  /// Page script asks a yes-or-no question. The first listener that returns true answers "yes" and
+  /// the rest are not asked; with none the answer is "no".
   virtual bool OnJavaScriptConfirm(const char* message) = 0;
 
-  /// Page script asks for a text. A listener that sets `*handled` to true answers with what it returns,
-  /// and the rest are not asked; with none the question counts as cancelled.
+  /// Page script asks for a text. A listener that sets `*handled` to true answers with what it
+  /// returns, and the rest are not asked; with none the question counts as cancelled.
   virtual std::string OnJavaScriptPrompt(const char* message, const char* defaultValue,
                                          bool* handled) = 0;
 
-  /// Page script, or the engine, wrote to the console: the message, the line (from 1, 0 when unknown)
-  /// and the address of the script.
+  /// Page script, or the engine, wrote to the console: the message, the line (from 1, 0 when
+  /// unknown) and the address of the script.
   virtual void OnJavaScriptConsoleMessage(const char* message, int lineNumber,
                                           const char* sourceId) = 0;
 

@@ -5,10 +5,10 @@
 
 namespace LARKA {
 
-/// A timer that fires while the host pumps events. The library implements it; the host gets one from
-/// BrowserManager::CreateTimer, gives it back to BrowserManager::DisposeTimer and never deletes it.
-/// Use it only on the thread that called BrowserManager::Initialize. The order of the operations is
-/// part of the binary interface.
+/// A timer that fires while the host pumps events. The library implements it; the host gets one
+/// from BrowserManager::CreateTimer, gives it back to BrowserManager::DisposeTimer and never
+/// deletes it. Use it only on the thread that called BrowserManager::Initialize. The order of the
+/// operations is part of the binary interface.
 class LARKA_EXPORT ITimer {
  public:
   virtual ~ITimer() {}

@@ -10,9 +10,9 @@ class LarkaHTMLControlPrivate;
 /// A handle to one element of a page, made by the library and handed to the host by value, by
 /// reference or (from ILarkaBrowser::GetControls) as a heap object that the host deletes.
 ///
-/// Copies are cheap and share one record, which lives as long as any copy of the handle. A handle does
-/// not follow its page: once the page has been left it stays safe to use and describes nothing.
-/// Use, copy and destroy handles only on the thread that pumps events.
+/// Copies are cheap and share one record, which lives as long as any copy of the handle. A handle
+/// does not follow its page: once the page has been left it stays safe to use and describes
+/// nothing. Use, copy and destroy handles only on the thread that pumps events.
 class LARKA_EXPORT LarkaHTMLControl {
  public:
   /// A handle to no element.

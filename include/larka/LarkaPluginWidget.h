@@ -11,9 +11,9 @@ class LarkaPluginWidgetPrivate;
 /// plays itself. Handed to the host by pointer during a call, or by value from
 /// ILarkaBrowser::GetPluginWidgets.
 ///
-/// Copies are cheap and share one record, which lives as long as any copy of the handle. A handle does
-/// not follow its page: once the page has been left it stays safe to use and describes nothing.
-/// Use, copy and destroy handles only on the thread that pumps events.
+/// Copies are cheap and share one record, which lives as long as any copy of the handle. A handle
+/// does not follow its page: once the page has been left it stays safe to use and describes
+/// nothing. Use, copy and destroy handles only on the thread that pumps events.
 class LARKA_EXPORT LarkaPluginWidget {
  public:
   /// A handle to no element.

@@ -7,8 +7,9 @@
 
 namespace LARKA {
 
-/// The viewport of the hidden view that paints the pages: a plain widget under a name of its own, so
-/// that a host that walks the toolkit's widgets can tell the library's viewport from its own widgets.
+/// The viewport of the hidden view that paints the pages: a plain widget under a name of its own,
+/// so that a host that walks the toolkit's widgets can tell the library's viewport from its own
+/// widgets.
 class LARKA_EXPORT LarkaWidget : public QWidget {
  public:
   using QWidget::QWidget;

@@ -1,9 +1,9 @@
 // SystemInfoData.h: what the host says of the device it runs on.
 #pragma once
 
-/// Facts about the device, as NUL-terminated text. The host owns the record and its texts; the library
-/// reads them only during the call they are passed to. The order of the fields is part of the binary
-/// interface.
+/// Facts about the device, as NUL-terminated text. The host owns the record and its texts; the
+/// library reads them only during the call they are passed to. The order of the fields is part of
+/// the binary interface.
 struct SystemInfoData {
   const char* serialNumber;
   const char* productName;

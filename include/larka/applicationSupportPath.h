@@ -8,9 +8,10 @@
 namespace LARKA {
 
 /// The path of the item `name` in the application's data directory. The directory is the toolkit's
-/// per-user data location of the running application or, where there is none, a hidden directory named
-/// after the application in the home directory. It is created, with its parents, if it is missing; the
-/// item itself is not. Where the directory can't be created the path is returned all the same.
+/// per-user data location of the running application or, where there is none, a hidden directory
+/// named after the application in the home directory. It is created, with its parents, if it is
+/// missing; the item itself is not. Where the directory can't be created the path is returned all
+/// the same.
 LARKA_EXPORT QString applicationSupportPath(const QString& name);
 
 }  // namespace LARKA

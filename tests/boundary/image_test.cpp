@@ -11,8 +11,9 @@ class ImageTest : public test::BrowserTest {};
 TEST_F(ImageTest, IsNullBeforeTheFirstPaintAndPremultipliedArgbAfterIt) {
   EXPECT_EQ(browser->GetBrowserImage(), nullptr);
   EXPECT_EQ(browser->GetBrowserStride(), 0);
-  ASSERT_TRUE(load("<body style='margin:0;background:#102030'><div style='width:100px;height:50px;"
-                   "background:#c08040'></div>"));
+  ASSERT_TRUE(
+      load("<body style='margin:0;background:#102030'><div style='width:100px;height:50px;"
+           "background:#c08040'></div>"));
   EXPECT_EQ(browser->GetBrowserStride(), 640 * 4);
   EXPECT_EQ(pixel(browser, 0, 0), 0xffc08040u);
   EXPECT_EQ(pixel(browser, 99, 49), 0xffc08040u);
@@ -104,8 +105,9 @@ TEST_F(ImageTest, OtherSurfacesAreRefusedWithAWarning) {
 }
 
 TEST_F(ImageTest, FollowsZoomAndScroll) {
-  ASSERT_TRUE(load("<body style='margin:0;height:2000px;background:linear-gradient(#ff0000 100px,"
-                   "#0000ff 100px)'>"));
+  ASSERT_TRUE(
+      load("<body style='margin:0;height:2000px;background:linear-gradient(#ff0000 100px,"
+           "#0000ff 100px)'>"));
   browser->SetZoomLevel(150);
   settle();
   EXPECT_DOUBLE_EQ(browser->GetZoomLevel(), 150);

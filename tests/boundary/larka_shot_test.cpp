@@ -60,7 +60,9 @@ class SilentServer {
       abort();
   }
   ~SilentServer() { close(m_socket); }
-  std::string url() const { return "http://127.0.0.1:" + std::to_string(ntohs(m_address.sin_port)); }
+  std::string url() const {
+    return "http://127.0.0.1:" + std::to_string(ntohs(m_address.sin_port));
+  }
 
  private:
   int m_socket;

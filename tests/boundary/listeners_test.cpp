@@ -36,8 +36,8 @@ TEST_F(ListenersTest, AreCalledInTheOrderOfRegistrationAndAsOftenAsRegistered) {
   browser->AddListener(&second);
   browser->AddListener(&recorder);
   browser->ExecuteJavascript("alert(1)");
-  const std::vector<std::string> expected = {"first OnJavaScriptAlert 1", "second OnJavaScriptAlert 1",
-                                             "first OnJavaScriptAlert 1"};
+  const std::vector<std::string> expected = {
+      "first OnJavaScriptAlert 1", "second OnJavaScriptAlert 1", "first OnJavaScriptAlert 1"};
   EXPECT_EQ(calls, expected);
 
   calls.clear();

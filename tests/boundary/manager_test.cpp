@@ -6,8 +6,8 @@ namespace {
 using test::pixel;
 using test::Recorder;
 
-/// What is written to the standard error stream while `action` ran; it is passed on afterwards, so that
-/// calls may nest.
+/// What is written to the standard error stream while `action` ran; it is passed on afterwards, so
+/// that calls may nest.
 std::string diagnosticsOf(const std::function<void()>& action) {
   FILE* file = tmpfile();
   fflush(stderr);
@@ -95,7 +95,8 @@ TEST_F(ManagerTest, WritesItsDiagnosticsInTheirFixedForm) {
   EXPECT_EQ(diagnosticsOf([&] { host.manager->DestroyBrowser(browser, true); }),
             std::string("----destroying browser ") + address +
                 " (immediate 1)\n----browser quitting\n----destroying webview\n"
-                "----destroying browser " + address + " 4\n");
+                "----destroying browser " +
+                address + " 4\n");
   EXPECT_EQ(diagnosticsOf([&] { host.manager->DestroyBrowser(nullptr, false); }),
             "----destroying browser (nil) (immediate 0)\n");
   EXPECT_EQ(diagnosticsOf([&] { host.manager->Shutdown(true); }),
@@ -213,8 +214,7 @@ TEST_F(ManagerTest, TheEventLoopAnimatesAtFullRateAndEndsWithShutdown) {
   browser->Navigate(page.c_str());
   host.manager->RunEventLoop();
   const auto returned = std::chrono::steady_clock::now();
-  const double seconds =
-      std::chrono::duration<double>(animation.ended - animation.started).count();
+  const double seconds = std::chrono::duration<double>(animation.ended - animation.started).count();
   EXPECT_LT(returned - animation.ended, std::chrono::milliseconds(500));
   EXPECT_GT(90 / seconds, 40) << "paints a second";
   host.manager->DestroyBrowser(browser, true);
@@ -288,16 +288,21 @@ TEST_F(ManagerTest, FiftyBrowsersLoadAndPaintAtOnce) {
   for (int i = 0; i < 50; ++i) {
     listeners.push_back(std::make_unique<Recorder>());
     browsers.push_back(host.createBrowser(listeners.back().get(), 1280, 720));
-    const std::string page = host.directory.write(
-        "many" + std::to_string(i) + ".html",
-        "<body style='background:#0000" + std::string(i < 16 ? "f" : i < 32 ? "8" : "2") + "0'>");
+    const std::string page =
+        host.directory.write("many" + std::to_string(i) + ".html", "<body style='background:#0000" +
+                                                                       std::string(i < 16   ? "f"
+                                                                                   : i < 32 ? "8"
+                                                                                            : "2") +
+                                                                       "0'>");
     browsers.back()->Navigate(page.c_str());
   }
   for (int i = 0; i < 50; ++i) {
     ASSERT_TRUE(host.pumpUntil([&] { return listeners[i]->finished; }));
     host.settle(*listeners[i]);
     ASSERT_NE(browsers[i]->GetBrowserImage(), nullptr);
-    EXPECT_EQ(pixel(browsers[i], 1279, 719), i < 16 ? 0xff0000f0u : i < 32 ? 0xff000080u : 0xff000020u);
+    EXPECT_EQ(pixel(browsers[i], 1279, 719), i < 16   ? 0xff0000f0u
+                                             : i < 32 ? 0xff000080u
+                                                      : 0xff000020u);
   }
   for (LARKA::ILarkaBrowser* browser : browsers) host.manager->DestroyBrowser(browser, false);
   host.manager->PumpEvents();

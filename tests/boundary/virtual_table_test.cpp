@@ -1,9 +1,9 @@
 // The order of the operations in the virtual tables, which hosts built earlier call by number.
 //
-// A table below names the operation that belongs to each slot, from 1 (the destructor takes the slots
-// before). Each is called through its slot number, on an object that writes down which operation it
-// was: moving, adding or removing an operation in a header makes a row fail. A deliberate change of
-// the interface breaks every host that isn't built again.
+// A table below names the operation that belongs to each slot, from 1 (the destructor takes the
+// slots before). Each is called through its slot number, on an object that writes down which
+// operation it was: moving, adding or removing an operation in a header makes a row fail. A
+// deliberate change of the interface breaks every host that isn't built again.
 #include <cstring>
 #include <functional>
 
@@ -24,8 +24,8 @@ struct MemberOf<Result(Arguments...)> {
   using In = Result (Class::*)(Arguments...);
 };
 
-/// Calls the operation in a slot, counted from 1, of an object's virtual table. A pointer to a virtual
-/// member holds the operation's offset in the table, plus 1.
+/// Calls the operation in a slot, counted from 1, of an object's virtual table. A pointer to a
+/// virtual member holds the operation's offset in the table, plus 1.
 template <typename Signature, typename Class, typename... Arguments>
 decltype(auto) callSlot(Class* object, int slot, Arguments&&... arguments) {
   typename MemberOf<Signature>::template In<Class> member;

@@ -70,23 +70,48 @@ TEST_F(ObjectsTest, ABrowserIsSetUpAsAgreed) {
 }
 
 TEST_F(ObjectsTest, TheBrowsersSlotsKeepTheirOrder) {
-  const char* const slots_[] = {
-      "executeInLarka(QString)", "executeMediaAction(QString)", "tester()", "notifyOnDirty(QRect)",
-      "invalidateRect(QRect)", "addRect(QRect)", "contentsChanged()",
-      "databaseQuotaExceeded(QWebFrame*,QString)", "downloadRequested(QNetworkRequest)",
-      "frameCreated(QWebFrame*)", "geometryChangeRequested(QRect)", "linkClicked(QUrl)",
-      "linkHovered(QString,QString,QString)", "loadFinished(bool)", "loadProgress(int)",
-      "loadStarted()", "menuBarVisibilityChangeRequested(bool)", "microFocusChanged()",
-      "printRequested(QWebFrame*)", "debugRepaintRequested(QRect)",
-      "restoreFrameStateRequested(QWebFrame*)",
-      "saveFrameStateRequested(QWebFrame*,QWebHistoryItem*)", "scrollRequested(int,int,QRect)",
-      "selectionChanged()", "statusBarMessage(QString)", "statusBarVisibilityChangeRequested(bool)",
-      "toolBarVisibilityChangeRequested(bool)", "unsupportedContent(QNetworkReply*)",
-      "windowCloseRequested()", "renderToScreen()", "contentsSizeChanged(QSize)", "iconChanged()",
-      "initialLayoutCompleted()", "javaScriptWindowObjectCleared()", "titleChanged(QString)",
-      "urlChanged(QUrl)", "pluginCreated(QWebElement,void*)", "creatingRequest(QUrl)",
-      "requestError()", "sslErrors()", "workaroundForPluginDrawingBug()",
-      "repaintCollectorChanged()"};
+  const char* const slots_[] = {"executeInLarka(QString)",
+                                "executeMediaAction(QString)",
+                                "tester()",
+                                "notifyOnDirty(QRect)",
+                                "invalidateRect(QRect)",
+                                "addRect(QRect)",
+                                "contentsChanged()",
+                                "databaseQuotaExceeded(QWebFrame*,QString)",
+                                "downloadRequested(QNetworkRequest)",
+                                "frameCreated(QWebFrame*)",
+                                "geometryChangeRequested(QRect)",
+                                "linkClicked(QUrl)",
+                                "linkHovered(QString,QString,QString)",
+                                "loadFinished(bool)",
+                                "loadProgress(int)",
+                                "loadStarted()",
+                                "menuBarVisibilityChangeRequested(bool)",
+                                "microFocusChanged()",
+                                "printRequested(QWebFrame*)",
+                                "debugRepaintRequested(QRect)",
+                                "restoreFrameStateRequested(QWebFrame*)",
+                                "saveFrameStateRequested(QWebFrame*,QWebHistoryItem*)",
+                                "scrollRequested(int,int,QRect)",
+                                "selectionChanged()",
+                                "statusBarMessage(QString)",
+                                "statusBarVisibilityChangeRequested(bool)",
+                                "toolBarVisibilityChangeRequested(bool)",
+                                "unsupportedContent(QNetworkReply*)",
+                                "windowCloseRequested()",
+                                "renderToScreen()",
+                                "contentsSizeChanged(QSize)",
+                                "iconChanged()",
+                                "initialLayoutCompleted()",
+                                "javaScriptWindowObjectCleared()",
+                                "titleChanged(QString)",
+                                "urlChanged(QUrl)",
+                                "pluginCreated(QWebElement,void*)",
+                                "creatingRequest(QUrl)",
+                                "requestError()",
+                                "sslErrors()",
+                                "workaroundForPluginDrawingBug()",
+                                "repaintCollectorChanged()"};
   const QMetaObject& meta = LARKA::LarkaBrowser::staticMetaObject;
   ASSERT_EQ(meta.methodCount() - meta.methodOffset(), 42);
   for (int i = 0; i < 42; ++i) {
@@ -102,20 +127,26 @@ TEST_F(ObjectsTest, SlotsThatNothingIsConnectedToReachTheListeners) {
   browser->AddListener(&second);
   recorder.events.clear();
   recorder.allowsDownload = false;
-  QMetaObject::invokeMethod(larka(), "statusBarMessage", Q_ARG(QString, QString::fromUtf8("Zeit: ü")));
+  QMetaObject::invokeMethod(larka(), "statusBarMessage",
+                            Q_ARG(QString, QString::fromUtf8("Zeit: ü")));
   QMetaObject::invokeMethod(larka(), "printRequested", Q_ARG(QWebFrame*, nullptr));
   QMetaObject::invokeMethod(larka(), "geometryChangeRequested", Q_ARG(QRect, QRect(5, 6, 70, 80)));
-  QMetaObject::invokeMethod(larka(), "downloadRequested", Q_ARG(QNetworkRequest, QNetworkRequest()));
+  QMetaObject::invokeMethod(larka(), "downloadRequested",
+                            Q_ARG(QNetworkRequest, QNetworkRequest()));
   QMetaObject::invokeMethod(larka(), "requestError");
   QMetaObject::invokeMethod(larka(), "sslErrors");
   QMetaObject::invokeMethod(larka(), "linkHovered", Q_ARG(QString, "x"), Q_ARG(QString, ""),
                             Q_ARG(QString, ""));
   QMetaObject::invokeMethod(larka(), "linkHovered", Q_ARG(QString, ""), Q_ARG(QString, "t"),
                             Q_ARG(QString, "t"));
-  const std::vector<std::string> expected = {
-      "OnStatusBarMessage Zeit: \xc3\xbc", "OnPrintRequested", "OnGeometryChangeRequested 70x80",
-      "OnDownloadRequested", "OnRequestError", "OnRequestError", "OnLinkHovered true",
-      "OnLinkHovered false"};
+  const std::vector<std::string> expected = {"OnStatusBarMessage Zeit: \xc3\xbc",
+                                             "OnPrintRequested",
+                                             "OnGeometryChangeRequested 70x80",
+                                             "OnDownloadRequested",
+                                             "OnRequestError",
+                                             "OnRequestError",
+                                             "OnLinkHovered true",
+                                             "OnLinkHovered false"};
   EXPECT_EQ(recorder.events, expected);
   EXPECT_EQ(second.count("OnDownloadRequested"), 0) << "the first had refused";
   EXPECT_EQ(second.events.size(), expected.size() - 1);
@@ -131,10 +162,9 @@ TEST(FrameRateTest, ReportsAfterMoreThanItsInterval) {
     usleep(20000);
   }
   const QString written = QString::fromStdString(testing::internal::GetCapturedStderr());
-  EXPECT_TRUE(
-      QRegularExpression(QStringLiteral("^-----> loud\\(\\) FPS: \\d+\\.\\d\\d\n"))
-          .match(written)
-          .hasMatch())
+  EXPECT_TRUE(QRegularExpression(QStringLiteral("^-----> loud\\(\\) FPS: \\d+\\.\\d\\d\n"))
+                  .match(written)
+                  .hasMatch())
       << written.toStdString();
   EXPECT_EQ(written.count(QStringLiteral("silent")), 0);
 }

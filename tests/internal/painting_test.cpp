@@ -175,8 +175,7 @@ TEST_F(PaintingTest, TheHostCanTakeWhatHasChanged) {
 TEST_F(PaintingTest, AFullScreenElementReplacesThePageImageAndGivesItBack) {
   ASSERT_TRUE(load(kPage));
   const unsigned char* page = browser->GetBrowserImage();
-  const QWebElement cell =
-      view()->page()->mainFrame()->findFirstElement(QStringLiteral("#c3"));
+  const QWebElement cell = view()->page()->mainFrame()->findFirstElement(QStringLiteral("#c3"));
   for (int i = 0; i < 3; ++i) {
     larka()->showFullscreen(cell, true);
     drain();
@@ -189,8 +188,8 @@ TEST_F(PaintingTest, AFullScreenElementReplacesThePageImageAndGivesItBack) {
   EXPECT_TRUE(imageIsCurrent());
 }
 
-// A host's own style of scene: an item outside the view, such as an open list, must not shift what the
-// view exposes.
+// A host's own style of scene: an item outside the view, such as an open list, must not shift what
+// the view exposes.
 TEST_F(PaintingTest, AnItemBesideThePageDoesNotMakeItStale) {
   ASSERT_TRUE(load(kPage));
   view()->scene()->addRect(QRectF(-500, -400, 50, 50));

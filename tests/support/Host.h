@@ -128,7 +128,8 @@ class Host {
     // The toolkit keeps these until the process ends.
     static char program[] = "test", option[] = "-platform", offscreen[] = "offscreen";
     static char xcb[] = "xcb";
-    static char* arguments[] = {program, option, getenv("LARKA_TEST_XCB") ? xcb : offscreen, nullptr};
+    static char* arguments[] = {program, option, getenv("LARKA_TEST_XCB") ? xcb : offscreen,
+                                nullptr};
     manager->Initialize(3, arguments);
   }
 

@@ -1,7 +1,7 @@
 // probe.cpp: one measurement of one scenario, by the bare engine or by the library, in a process of
 // its own. Prints one line of `name=value` pairs; end_to_end.cpp runs it in pairs and compares.
 //
-//   probe bare|larka run|pump SCENARIO PAGE [STARTED_NANOSECONDS]
+//   probe bare|larka run|pump SCENARIO PAGE [STARTED_MILLISECONDS]
 
 #include <sys/resource.h>
 #include <time.h>

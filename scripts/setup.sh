@@ -2,7 +2,7 @@
 
 build_packages="g++ cmake ninja-build qtbase5-dev libqt5webkit5-dev qt5-style-plugins
   fonts-dejavu-core fonts-dejavu-extra"
-test_packages="libgtest-dev libbenchmark-dev xvfb xauth"
+test_packages="libgtest-dev xvfb xauth"
 
 fail() {
   echo "$(basename "$0"): $*" >&2

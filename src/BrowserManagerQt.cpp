@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QGraphicsScene>
 #include <QGraphicsView>
+#include <QNetworkAccessManager>
 #include <QNetworkCookieJar>
 #include <QNetworkDiskCache>
 #include <QNetworkProxyFactory>
@@ -18,6 +19,7 @@
 #include <QWebSettings>
 #include <atomic>
 #include <cstdio>
+#include <cstdlib>
 
 #include "HostCalls.h"
 #include "LarkaBrowserQt.h"
@@ -43,14 +45,20 @@ std::atomic<bool> g_running{false};
 // How many PumpEvents and RunEventLoop passes are on the stack.
 int g_pumpDepth = 0;
 
-// The toolkit carries out a deferred destruction only when an event loop of its own returns to
-// where it was asked for; one asked for outside all event handlers would wait for ever while a host
-// only pumps. Nothing is destroyed here underneath an event handler or a callback: it may be the
-// object's own.
+// Set when the process ends with a manager still there, such as a global one: the toolkit may be
+// gone.
+bool g_processEnding = false;
+
+// In an application of the host's own, its objects are its own business: it may be pumping from one
+// of its event handlers.
+bool g_applicationIsOurs = false;
+
+// Only the outermost pump destroys anything; what runs below another may be an object's own
+// handler.
 void carryOutDeferredDestructions() {
-  if (g_pumpDepth > 0 || HostCalls::anyRunning()) return;
-  if (!QCoreApplication::instance() || QThread::currentThread()->loopLevel() > 0) return;
-  QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  if (g_pumpDepth > 0 || g_processEnding) return;
+  if (QThread::currentThread()->loopLevel() > 0) return;
+  carryOutDestructions(g_applicationIsOurs);
 }
 
 void pump(QEventLoop::ProcessEventsFlags flags) {
@@ -84,14 +92,22 @@ BrowserManagerPrivate::~BrowserManagerPrivate() {
 
 // The scene would take their views along, and their requests would go on to use the shared jar.
 void BrowserManagerPrivate::releaseLivingBrowsers() {
-  if (!scene) return;
-  for (QGraphicsItem* item : scene->items()) {
-    auto* webView = qobject_cast<LarkaWebView*>(item->toGraphicsObject());
-    if (!webView) continue;
-    scene->removeItem(webView);
-    QNetworkAccessManager* manager = webView->page()->networkAccessManager();
-    if (manager->cookieJar() == cookieJar) manager->setCookieJar(new QNetworkCookieJar(manager));
+  if (scene) {
+    for (QGraphicsItem* item : scene->items())
+      if (qobject_cast<LarkaWebView*>(item->toGraphicsObject())) scene->removeItem(item);
   }
+  for (const QPointer<QNetworkAccessManager>& manager : jarUsers)
+    if (manager && manager->cookieJar() == cookieJar)
+      manager->setCookieJar(new QNetworkCookieJar(manager));
+}
+
+void BrowserManagerPrivate::shareCookieJar(QNetworkAccessManager* manager) {
+  manager->setCookieJar(cookieJar);
+  // The network manager takes the jar; it must not die with the first browser.
+  cookieJar->setParent(this);
+  diskCache->setParent(this);
+  jarUsers.removeAll(QPointer<QNetworkAccessManager>());
+  jarUsers.append(manager);
 }
 
 void BrowserManagerPrivate::createView() {
@@ -129,8 +145,12 @@ void BrowserManagerPrivate::spareTheView() {
 
 BrowserManager::BrowserManager() : d(new BrowserManagerPrivate) {}
 
+// Without the toolkit the view and the scene can't be destroyed any more; the process is ending, or
+// the host's application has taken the widgets along.
 BrowserManager::~BrowserManager() {
   if (d) g_running = false;
+  const bool toolkitGone = g_processEnding || !QCoreApplication::instance();
+  if (d && d->view && toolkitGone) return;
   delete d;
   carryOutDeferredDestructions();
 }
@@ -138,6 +158,8 @@ BrowserManager::~BrowserManager() {
 void BrowserManager::Initialize(int argc, char** argv) {
   g_running = true;
   if (!d) d = new BrowserManagerPrivate;
+  static const int registered = std::atexit([] { g_processEnding = true; });
+  Q_UNUSED(registered)
   if (QCoreApplication::instance()) {
     d->application = qobject_cast<QApplication*>(QCoreApplication::instance());
   } else {
@@ -145,6 +167,7 @@ void BrowserManager::Initialize(int argc, char** argv) {
     d->application = new QApplication(applicationArgc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("LarkaBrowser"));
     d->applicationCreatedHere = true;
+    g_applicationIsOurs = true;
     d->createView();
   }
   if (d->application) QApplication::setStyle(new LarkaStyle);
@@ -158,7 +181,7 @@ void BrowserManager::Initialize(int argc, char** argv) {
 void BrowserManager::Shutdown(bool immediate) {
   fprintf(stderr, "browser manager shutdown (immediate %d)\n", immediate);
   QWebSettings::clearMemoryCaches();
-  if (!immediate && d) d->deleteLater();
+  if (!immediate && d) destroyLater(d);
   if (immediate) delete d;
   d = nullptr;
   g_running = false;
@@ -173,10 +196,7 @@ ILarkaBrowser* BrowserManager::CreateBrowser() {
   fprintf(stderr, "\n%s::%s(%d)\tcalled\n\n", kSourcePath, "CreateBrowser", 138);
   fflush(stderr);
   auto* manager = new NetworkAccessManager(nullptr);
-  manager->setCookieJar(d->cookieJar);
-  // The network manager takes the jar; it must not die with the first browser.
-  d->cookieJar->setParent(d);
-  d->diskCache->setParent(d);
+  d->shareCookieJar(manager);
   fprintf(stderr, "\n%s::%s(%d)\tcreating LarkaBrowser\n\n", kSourcePath, "CreateBrowser", 154);
   fflush(stderr);
   auto* browser = new LarkaBrowser(manager, nullptr);
@@ -196,7 +216,7 @@ void BrowserManager::DestroyBrowser(ILarkaBrowser* browser, bool immediate) {
   if (immediate)
     delete larkaBrowser;
   else
-    larkaBrowser->deleteLater();
+    destroyLater(larkaBrowser);
   fprintf(stderr, "----destroying browser %p 4\n", address);
 }
 

@@ -1,11 +1,14 @@
 // BrowserManagerQt.h: what all browsers share.
 #pragma once
 
+#include <QList>
 #include <QObject>
+#include <QPointer>
 
 class QApplication;
 class QGraphicsScene;
 class QGraphicsView;
+class QNetworkAccessManager;
 class QNetworkCookieJar;
 class QNetworkDiskCache;
 
@@ -23,6 +26,9 @@ class BrowserManagerPrivate : public QObject {
   /// Builds the hidden scene and view, once.
   void createView();
 
+  /// Gives a browser's requests the shared jar, and keeps the jar.
+  void shareCookieJar(QNetworkAccessManager* manager);
+
   QNetworkCookieJar* cookieJar = nullptr;
   QNetworkDiskCache* diskCache = nullptr;
   QApplication* application = nullptr;
@@ -34,6 +40,8 @@ class BrowserManagerPrivate : public QObject {
  private:
   void spareTheView();
   void releaseLivingBrowsers();
+
+  QList<QPointer<QNetworkAccessManager>> jarUsers;
 };
 
 }  // namespace LARKA

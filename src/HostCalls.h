@@ -1,4 +1,5 @@
-// HostCalls.h: which objects have a call into the host's code on the stack.
+// HostCalls.h: destroying objects later, and never underneath the host's code that they are
+// calling.
 #pragma once
 
 #include <QPointer>
@@ -7,6 +8,17 @@ class QEvent;
 class QObject;
 
 namespace LARKA {
+
+/// Asks for the deferred destruction of one of the library's objects.
+void destroyLater(QObject* object);
+
+/// Carries out the destructions asked for with destroyLater and, with `ofEverything`, those that
+/// anyone asked the toolkit for. Does nothing while host code is being called.
+///
+/// The toolkit carries out a deferred destruction only when an event loop of its own returns to
+/// where it was asked for; one asked for outside all event handlers would wait for ever while a
+/// host only pumps.
+void carryOutDestructions(bool ofEverything);
 
 /// Counts the calls into host code that an object has on the stack and puts off the object's
 /// deferred destruction until the last of them has returned.

@@ -181,6 +181,16 @@ void LarkaBrowser::notify(Call call) {
   });
 }
 
+template <typename Call>
+void LarkaBrowser::notifyWhileEngineIsBusy(Call call) {
+  const QPointer<LarkaBrowser> self(this);
+  ++m_engineBusy;
+  notify(call);
+  if (!self || --m_engineBusy > 0 || m_delayedNavigations.empty()) return;
+  QMetaObject::invokeMethod(
+      this, [this] { runDelayedNavigations(); }, Qt::QueuedConnection);
+}
+
 // Page events.
 
 void LarkaBrowser::loadStarted() {
@@ -189,7 +199,7 @@ void LarkaBrowser::loadStarted() {
 }
 
 void LarkaBrowser::loadProgress(int percent) {
-  notify([=](ILarkaCallbacks* listener) { listener->OnLoadProgress(percent); });
+  notifyWhileEngineIsBusy([=](ILarkaCallbacks* listener) { listener->OnLoadProgress(percent); });
 }
 
 void LarkaBrowser::loadFinished(bool ok) {
@@ -232,7 +242,8 @@ void LarkaBrowser::downloadRequested(const QNetworkRequest&) {
 
 void LarkaBrowser::creatingRequest(const QUrl& url) {
   const std::string text = toHost(url);
-  notify([&](ILarkaCallbacks* listener) { listener->OnCreatingRequest(text.c_str()); });
+  notifyWhileEngineIsBusy(
+      [&](ILarkaCallbacks* listener) { listener->OnCreatingRequest(text.c_str()); });
 }
 
 void LarkaBrowser::requestError() {
@@ -327,24 +338,41 @@ void LarkaBrowser::SetUserAgent(const char* userAgent) {
 
 // Navigation and history.
 
+// In these two events the engine is in the middle of starting a request, and crashes when it is
+// told to start or stop another.
+void LarkaBrowser::whenEngineIsFree(std::function<void(LarkaWebView*)> navigation) {
+  if (m_engineBusy > 0)
+    m_delayedNavigations.push_back(std::move(navigation));
+  else if (m_webView)
+    navigation(m_webView);
+}
+
+void LarkaBrowser::runDelayedNavigations() {
+  if (m_engineBusy > 0) return;  // asked for again when it is free
+  std::vector<std::function<void(LarkaWebView*)>> navigations;
+  navigations.swap(m_delayedNavigations);
+  for (auto& navigation : navigations) whenEngineIsFree(std::move(navigation));
+}
+
 void LarkaBrowser::Navigate(const char* url) {
-  if (m_webView) m_webView->Navigate(QUrl::fromEncoded(url));
+  const QUrl address = QUrl::fromEncoded(url);
+  whenEngineIsFree([address](LarkaWebView* webView) { webView->Navigate(address); });
 }
 
 void LarkaBrowser::Reload() {
-  if (m_webView) m_webView->reload();
+  whenEngineIsFree([](LarkaWebView* webView) { webView->reload(); });
 }
 
 void LarkaBrowser::Back() {
-  if (m_webView) m_webView->back();
+  whenEngineIsFree([](LarkaWebView* webView) { webView->back(); });
 }
 
 void LarkaBrowser::Forward() {
-  if (m_webView) m_webView->forward();
+  whenEngineIsFree([](LarkaWebView* webView) { webView->forward(); });
 }
 
 void LarkaBrowser::Stop() {
-  if (m_webView) m_webView->stop();
+  whenEngineIsFree([](LarkaWebView* webView) { webView->stop(); });
 }
 
 int LarkaBrowser::GetHistoryLength() {
@@ -425,11 +453,14 @@ void LarkaBrowser::ScrollToPoint(int x, int y) {
 }
 
 void LarkaBrowser::GetViewPort(int* x, int* y, int* width, int* height) {
-  if (!m_webView) return;
-  const QSize size = page()->viewportSize();
-  QPoint position = mainFrame()->scrollPosition();
-  const double zoom = m_webView->zoomFactor();
-  if (zoom != 1.0) position = scaled(position, 1 / zoom);
+  QSize size(0, 0);
+  QPoint position(0, 0);
+  if (m_webView) {
+    size = page()->viewportSize();
+    position = mainFrame()->scrollPosition();
+    const double zoom = m_webView->zoomFactor();
+    if (zoom != 1.0) position = scaled(position, 1 / zoom);
+  }
   if (x) *x = position.x();
   if (y) *y = position.y();
   if (width) *width = size.width();
@@ -437,8 +468,7 @@ void LarkaBrowser::GetViewPort(int* x, int* y, int* width, int* height) {
 }
 
 void LarkaBrowser::GetFrameContentSize(int& width, int& height) {
-  if (!m_webView) return;
-  const QSize size = page()->currentFrame()->contentsSize();
+  const QSize size = m_webView ? page()->currentFrame()->contentsSize() : QSize(0, 0);
   width = size.width();
   height = size.height();
 }

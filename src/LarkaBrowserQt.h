@@ -10,6 +10,7 @@
 #include <QWebElement>
 #include <QWebPage>
 #include <QWebSettings>
+#include <functional>
 #include <utility>
 #include <vector>
 
@@ -189,6 +190,14 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   template <typename Call>
   void notify(Call call);
 
+  /// notify() for the events during which the engine can't be told to navigate.
+  template <typename Call>
+  void notifyWhileEngineIsBusy(Call call);
+
+  /// Calls a navigation now or, where the engine is in the middle of one, from the event loop.
+  void whenEngineIsFree(std::function<void(LarkaWebView*)> navigation);
+  void runDelayedNavigations();
+
   void installPage(QNetworkAccessManager* manager);
   void useLocalStorage(const QString& directory);
   void connectPage();
@@ -204,6 +213,8 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   QElapsedTimer m_frameClock;
   double m_smoothedFrameTime = 0.0;  // seconds
   HostCalls m_hostCalls;
+  int m_engineBusy = 0;  // events on the stack during which the engine can't be told to navigate
+  std::vector<std::function<void(LarkaWebView*)>> m_delayedNavigations;
 };
 
 }  // namespace LARKA

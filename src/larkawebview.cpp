@@ -59,12 +59,14 @@ QRegion LarkaWebView::takePendingRegion() {
 
 void LarkaWebView::paint(QPainter* painter, const QStyleOptionGraphicsItem* option,
                          QWidget* widget) {
+  const QSize device(painter->device()->width(), painter->device()->height());
+  if (!hasPageImage() && imageSize(device).isEmpty()) return;  // until the view has a size
   QRegion region = takePendingRegion();
   if (region.isEmpty()) return;
   countFrame();
 
   if (!hasPageImage()) {
-    createImages(QSize(painter->device()->width(), painter->device()->height()));
+    createImages(imageSize(device));
     region += pageImage()->rect();  // a new image holds nothing yet
   }
   paintPage(region, option, widget);
@@ -73,9 +75,12 @@ void LarkaWebView::paint(QPainter* painter, const QStyleOptionGraphicsItem* opti
   emit dirty(region.boundingRect());
 }
 
-void LarkaWebView::createImages(const QSize& device) {
-  const QSize size(std::min(device.width(), static_cast<int>(this->size().width())),
-                   std::min(device.height(), static_cast<int>(this->size().height())));
+QSize LarkaWebView::imageSize(const QSize& device) const {
+  return QSize(std::min(device.width(), static_cast<int>(size().width())),
+               std::min(device.height(), static_cast<int>(size().height())));
+}
+
+void LarkaWebView::createImages(const QSize& size) {
   m_pageImages.push_back(std::make_unique<QImage>(size, kImageFormat));
   m_spareImage = std::make_unique<QImage>(size, kImageFormat);
 }

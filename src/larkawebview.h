@@ -67,7 +67,8 @@ class LarkaWebView : public QGraphicsWebView {
 
  private:
   QRegion takePendingRegion();
-  void createImages(const QSize& device);
+  QSize imageSize(const QSize& device) const;
+  void createImages(const QSize& size);
   void paintPage(const QRegion& region, const QStyleOptionGraphicsItem* option, QWidget* widget);
   void copyElementImage();
   bool hasPageImage() const { return !m_pageImages.empty(); }

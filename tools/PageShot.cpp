@@ -14,6 +14,7 @@ const milliseconds kFailingFor(100);
 // second.
 const milliseconds kQuietFor(80);
 const milliseconds kMovesFor(1000);
+const milliseconds kPaintsWithin(5000);
 
 const int kLargestImageWidth = 1280;
 const int kLargestImageHeight = 720;
@@ -64,7 +65,10 @@ bool PageShot::advance() {
     finish(write());
   else if (m_state == kFailing && now >= m_entered + kFailingFor)
     finish("could not be loaded");
-  else if (m_state != kDone && now >= m_started + std::chrono::seconds(m_options.timeoutSeconds))
+  else if (m_state == kSettling &&
+           now >= m_entered + milliseconds(m_options.waitMilliseconds) + kPaintsWithin)
+    finish("was not painted");
+  else if (m_state == kLoading && now >= m_started + std::chrono::seconds(m_options.timeoutSeconds))
     finish("timed out after " + std::to_string(m_options.timeoutSeconds) + " s");
   return m_state == kDone;
 }

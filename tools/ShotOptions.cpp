@@ -23,12 +23,13 @@ Renders web pages without a display, as a television would show them, into PNG o
 A URL may also be a local file, or a host name without a scheme.
 
   -o, --output OUT      the image file; .png, .jpg or .jpeg decides the format. With several pages
-                        their numbers go before the extension; an existing folder is filled with
-                        001.png, 002.png, ... (default: larka-shot.png)
+                        their numbers go before the extension; a folder (one that exists, or a name
+                        that ends in /) is filled with 001.png, 002.png, ...
+                        (default: larka-shot.png)
       --size WxH        the size of the view in pixels, at most 1280x720 (default: 1280x720)
       --thumbnail WxH   scale the image to fit into this size, keeping its proportions
       --wait MS         wait this long after a page has loaded (default: 0)
-      --timeout S       give up on a page after this many seconds (default: 30)
+      --timeout S       give up on a page that has not loaded after S seconds (default: 30)
       --user-agent TEXT the user agent to ask with
       --jobs N          how many pages to render at once, at most 64 (default: 4)
       --list FILE       read more addresses from a file, one a line ("-": standard input);
@@ -180,6 +181,8 @@ std::string applyOption(int option, const char* given, ShotOptions* options, Ask
 
 std::string makeShots(const Asked& asked, ShotOptions* options) {
   if (asked.addresses.empty()) return "no address given; see --help";
+  if (asked.output.endsWith('/') && !QDir().mkpath(asked.output))
+    return "can't make the folder " + asked.output.toStdString();
   const int count = static_cast<int>(asked.addresses.size());
   for (int i = 0; i < count; ++i) {
     const QString output = outputFor(asked.output, i, count);

@@ -39,6 +39,12 @@ class Console {
     fflush(m_stream);
   }
 
+  void done(const std::string& text) {
+    clearBar();
+    printf("%s\n", text.c_str());
+    fflush(stdout);
+  }
+
   void progress(size_t done) {
     if (!m_showsBar) return;
     const size_t kWidth = 40;
@@ -50,7 +56,9 @@ class Console {
 
  private:
   void clearBar() {
-    if (m_showsBar) fputs("\r\033[K", m_stream);
+    if (!m_showsBar) return;
+    fputs("\r\033[K", m_stream);
+    fflush(m_stream);
   }
 
   FILE* m_stream;
@@ -77,8 +85,9 @@ size_t render(LARKA::BrowserManager* manager, const ShotOptions& options, Consol
         ++failed;
         console->error(page->shot(), page->error());
       } else if (!options.quiet) {
-        printf("%s (%.2f s)\n", page->shot().output.c_str(), page->seconds());
-        fflush(stdout);
+        char seconds[32];
+        snprintf(seconds, sizeof(seconds), " (%.2f s)", page->seconds());
+        console->done(page->shot().output + seconds);
       }
       page = running.erase(page);
       console->progress(done);

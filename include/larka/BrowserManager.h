@@ -30,7 +30,9 @@ class LARKA_EXPORT BrowserManager {
   /// arguments makes the library run without a display. `argv` and its texts must stay valid until
   /// the process ends; arguments that the toolkit knows are removed from it.
   ///
-  /// A host that brings its own application object must bring a QApplication, made on this thread.
+  /// A host that brings its own application object must bring a QApplication, made on this thread,
+  /// and keep it until after Shutdown. Where it doesn't, or the process ends first, what the
+  /// browsers share is left to the process.
   void Initialize(int argc, char** argv);
 
   /// Stops the library and ends RunEventLoop. With `immediate` everything shared is destroyed at
@@ -41,7 +43,7 @@ class LARKA_EXPORT BrowserManager {
   void Shutdown(bool immediate);
 
   /// Makes a browser. The caller gives it back with DestroyBrowser and calls
-  /// ILarkaBrowser::Initialize before anything else. Returns null before Initialize, after
+  /// ILarkaBrowser::Initialize before it loads anything. Returns null before Initialize, after
   /// Shutdown, and where the host's own application object is not a QApplication.
   ILarkaBrowser* CreateBrowser();
 
@@ -67,7 +69,8 @@ class LARKA_EXPORT BrowserManager {
   /// is destroyed then. A host with its own loop calls this at least as often as it shows pictures.
   void PumpEvents();
 
-  /// Handles events as they arrive, until Shutdown. Without events it uses no processor time.
+  /// Handles events as they arrive, until Shutdown. Between events it sleeps; each initialised
+  /// browser wakes it about thirty times a second.
   void RunEventLoop();
 
  private:

@@ -36,7 +36,8 @@ class LARKA_EXPORT ILarkaBrowser {
 
   // Life and listeners.
 
-  /// Makes the browser ready. Called once, before anything else.
+  /// Makes the browser ready. Called once, before anything is loaded; listeners
+  /// and the user agent may be set earlier.
   ///
   /// `width` and `height`: the view's size in pixels. The page image never exceeds 1280 by 720.
   /// `cookiePath`: the file of a cookie store of this browser's own; null for the store that all
@@ -146,10 +147,12 @@ class LARKA_EXPORT ILarkaBrowser {
   /// Loads the current page again.
   virtual void Reload() = 0;
 
-  /// Moves the keyboard focus to the next focusable element. False when there is none.
+  /// Moves the keyboard focus to the next focusable element. False when there is none, and when it
+  /// leaves the last one; the next call starts with the first.
   virtual bool FocusNext() = 0;
 
-  /// Moves the keyboard focus to the previous focusable element. False when there is none.
+  /// Moves the keyboard focus to the previous focusable element. False when there is
+  /// none, and when it leaves the first one; the next call starts with the last.
   virtual bool FocusPrev() = 0;
 
   // History.
@@ -223,8 +226,9 @@ class LARKA_EXPORT ILarkaBrowser {
   /// full screen.
   virtual unsigned char* GetBrowserImage() = 0;
 
-  /// Writes what the view shows into a JPEG file, scaled to fit into `width` by `height` pixels
-  /// with its proportions kept. A failure is told on the standard error stream only.
+  /// Writes what the view shows (while a child frame has the focus, that frame) into a JPEG file,
+  /// scaled to fit into `width` by `height` pixels with its proportions kept. A failure is told on
+  /// the standard error stream only.
   virtual void SaveBrowserImage(const char* path, int width, int height) = 0;
 
   /// Not supported: there is no native surface. Warns and returns null.

@@ -19,6 +19,9 @@ class LarkaPluginWidget;
 /// order of registration, once for each time it is registered. The listeners of an event are those
 /// registered when it began: one that is added or removed by a listener takes part from the next
 /// event on. A listener may call back into its browser and may destroy it with `immediate` false.
+/// Two events come while the engine is starting a request, OnCreatingRequest and OnLoadProgress:
+/// loading, stopping and history are carried out after them, and a script that replaces the
+/// document must not be run in them.
 ///
 /// Text arguments are NUL-terminated UTF-8 and valid only during the call; returned text is UTF-8.
 /// The order of the operations is part of the binary interface.

@@ -40,6 +40,17 @@ TEST_F(ImageTest, KeepsItsFirstSizeWhenTheViewIsResized) {
   EXPECT_EQ(pixel(browser, 170, 100), 0xff0000ffu);
 }
 
+TEST_F(ImageTest, WaitsForAViewThatHasASize) {
+  Recorder listener;
+  LARKA::ILarkaBrowser* empty = host.createBrowser(&listener, 0, 0);
+  EXPECT_FALSE(host.load(empty, &listener, "<body style='background:#123456'>"));
+  EXPECT_EQ(listener.dirty, 0);
+  empty->Resize(320, 180);
+  ASSERT_TRUE(host.pumpUntil([&] { return listener.dirty > 0; }));
+  EXPECT_EQ(pixel(empty, 319, 179), 0xff123456u);
+  host.manager->DestroyBrowser(empty, true);
+}
+
 TEST_F(ImageTest, IsNeverLargerThan1280By720) {
   Recorder large;
   LARKA::ILarkaBrowser* hd = host.createBrowser(&large, 1920, 1080);
@@ -66,6 +77,9 @@ TEST_F(ImageTest, ShowsTheKeyboardFocusInEveryBrowser) {
   }
   for (LARKA::ILarkaBrowser* each : {browser, others[0], others[1]})
     EXPECT_EQ(pixel(each, 200, 80), 0xffffcc00u);
+  EXPECT_EQ(recorder.dirtyBrowser, browser);
+  EXPECT_EQ(second.dirtyBrowser, others[0]);
+  EXPECT_EQ(third.dirtyBrowser, others[1]);
   host.manager->DestroyBrowser(others[0], true);
   host.pumpFor(100);
   EXPECT_EQ(pixel(browser, 200, 80), 0xffffcc00u);

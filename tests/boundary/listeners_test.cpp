@@ -108,6 +108,27 @@ TEST_F(ListenersTest, HearOfAFailedLoadAndTheBrowserStaysUsable) {
   EXPECT_EQ(pixel(browser, 600, 300), 0xff204060u);
 }
 
+// The engine is in the middle of a request then; the library carries the navigation out after it.
+TEST_F(ListenersTest, MayNavigateInAnyEvent) {
+  const std::string other = host.directory.write("other.html", "<title>Other</title>");
+  for (const char* event : {"OnCreatingRequest", "OnLoadProgress", "OnLoadStarted", "OnUrlChanged",
+                            "OnTitleChanged", "OnLoadFinished", "OnDirty"}) {
+    SCOPED_TRACE(event);
+    ASSERT_TRUE(load(kPage));
+    bool navigated = false;
+    recorder.onEvent = [&](const std::string& heard) {
+      if (navigated || heard.compare(0, strlen(event), event) != 0) return;
+      navigated = true;
+      browser->Stop();
+      browser->Navigate(other.c_str());
+      host.manager->PumpEvents();
+    };
+    browser->Navigate(host.directory.write("next.html", kPage).c_str());
+    EXPECT_TRUE(host.pumpUntil([&] { return navigated && browser->GetTitle() == "Other"; }));
+    recorder.onEvent = nullptr;
+  }
+}
+
 TEST_F(ListenersTest, HearOfLinkNavigationsButNotOfScriptedOnes) {
   ASSERT_TRUE(load("<a id=link href='#there'>go</a>"));
   EXPECT_EQ(recorder.count("OnAcceptNavigationRequest"), 0);

@@ -225,6 +225,31 @@ TEST_F(HostApplicationTest, KeepsItsApplicationAndGetsItsViewWithTheFirstBrowser
   host.manager.reset();
 }
 
+TEST_F(HostApplicationTest, KeepsItsOwnObjectsWhenItPumpsFromOneOfTheirHandlers) {
+  QApplication application(argc, argv);
+  host.manager->Initialize(0, nullptr);
+  QPointer<QTimer> own = new QTimer;
+  bool pumped = false;
+  QObject::connect(own, &QTimer::timeout, [&] {
+    own->deleteLater();
+    host.manager->PumpEvents();
+    EXPECT_FALSE(own.isNull()) << "deleted underneath its own handler";
+    pumped = true;
+  });
+  own->start(0);
+  while (!pumped) QCoreApplication::processEvents();
+  host.manager->Shutdown(true);
+}
+
+TEST_F(HostApplicationTest, MayEndItsApplicationBeforeTheManager) {
+  {
+    QApplication application(argc, argv);
+    host.manager->Initialize(0, nullptr);
+    host.manager->DestroyBrowser(host.createBrowser(nullptr), true);
+  }
+  host.manager.reset();
+}
+
 TEST_F(HostApplicationTest, WithoutWidgetsGetsNoBrowserAndNoCrash) {
   QCoreApplication application(argc, argv);
   host.manager->Initialize(0, nullptr);

@@ -53,6 +53,7 @@ class Recorder : public LARKA::CallbacksAdapter {
   std::string promptAnswer;
   bool confirms = false, answersPrompt = false, allowsDownload = true;
   int dirty = 0;
+  LARKA::ILarkaBrowser* dirtyBrowser = nullptr;  // of the last OnDirty
   bool finished = false, ok = false;
 
   int count(const std::string& event) const {
@@ -83,8 +84,9 @@ class Recorder : public LARKA::CallbacksAdapter {
   }
   void OnCreatingRequest(const char* url) override { add(std::string("OnCreatingRequest ") + url); }
   void OnUrlChanged(const char* url) override { add(std::string("OnUrlChanged ") + url); }
-  void OnDirty(LARKA::ILarkaBrowser*) override {
+  void OnDirty(LARKA::ILarkaBrowser* browser) override {
     ++dirty;
+    dirtyBrowser = browser;
     add("OnDirty");
   }
   void OnJavaScriptAlert(const char* message) override {

@@ -49,6 +49,9 @@ int g_pumpDepth = 0;
 // gone.
 bool g_processEnding = false;
 
+// What could not be destroyed any more: kept in sight of tools that look for leaks.
+BrowserManagerPrivate* volatile g_leftToTheProcess = nullptr;
+
 // In an application of the host's own, its objects are its own business: it may be pumping from one
 // of its event handlers.
 bool g_applicationIsOurs = false;
@@ -150,7 +153,10 @@ BrowserManager::BrowserManager() : d(new BrowserManagerPrivate) {}
 BrowserManager::~BrowserManager() {
   if (d) g_running = false;
   const bool toolkitGone = g_processEnding || !QCoreApplication::instance();
-  if (d && d->view && toolkitGone) return;
+  if (d && d->view && toolkitGone) {
+    g_leftToTheProcess = d;
+    return;
+  }
   delete d;
   carryOutDeferredDestructions();
 }

@@ -39,36 +39,6 @@ TEST_F(ObjectsTest, TheStyleHasThinScrollBarsAndIsOtherwiseItsBase) {
     EXPECT_EQ(style->pixelMetric(metric), style->baseStyle()->pixelMetric(metric));
 }
 
-TEST_F(ObjectsTest, TheHiddenViewIsBuiltAsAgreed) {
-  QGraphicsView* view = nullptr;
-  for (QWidget* widget : QApplication::topLevelWidgets())
-    if (auto* found = qobject_cast<QGraphicsView*>(widget)) view = found;
-  ASSERT_NE(view, nullptr);
-  EXPECT_NE(dynamic_cast<LARKA::LarkaWidget*>(view->viewport()), nullptr);
-  EXPECT_EQ(view->size(), QSize(1280, 720));
-  EXPECT_EQ(static_cast<int>(view->optimizationFlags()), 10);
-  EXPECT_EQ(static_cast<int>(view->renderHints()), 7);
-  EXPECT_EQ(view->viewportUpdateMode(), QGraphicsView::BoundingRectViewportUpdate);
-  EXPECT_TRUE(view->windowFlags() & Qt::FramelessWindowHint);
-  EXPECT_TRUE(view->testAttribute(Qt::WA_DontShowOnScreen));
-  EXPECT_EQ(view->styleSheet(), QStringLiteral("background: transparent"));
-  EXPECT_EQ(QPixmapCache::cacheLimit(), 51200);
-  EXPECT_EQ(QCoreApplication::applicationName(), QStringLiteral("LarkaBrowser"));
-}
-
-TEST_F(ObjectsTest, ABrowserIsSetUpAsAgreed) {
-  const QWebSettings* settings = larka()->webView()->settings();
-  for (int attribute : {1, 3, 15, 11, 12, 14, 13})
-    EXPECT_TRUE(settings->testAttribute(static_cast<QWebSettings::WebAttribute>(attribute)));
-  for (int attribute : {20, 17})
-    EXPECT_FALSE(settings->testAttribute(static_cast<QWebSettings::WebAttribute>(attribute)));
-  EXPECT_EQ(QWebSettings::maximumPagesInCache(), 5);
-  auto* tick = larka()->findChild<QTimer*>();
-  ASSERT_NE(tick, nullptr);
-  EXPECT_TRUE(tick->isActive());
-  EXPECT_EQ(tick->interval(), 33);
-}
-
 TEST_F(ObjectsTest, TheBrowsersSlotsKeepTheirOrder) {
   const char* const slots_[] = {"executeInLarka(QString)",
                                 "executeMediaAction(QString)",

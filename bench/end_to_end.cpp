@@ -1,7 +1,7 @@
 // end_to_end.cpp: the library beside the bare engine, each measurement in a process of its own, in
 // alternating pairs. Prints the medians and their ratios as a table.
 //
-//   larka-end-to-end [PAIRS]        (default 5; about two minutes a pair)
+//   larka-end-to-end [PAIRS [run|pump]]    (default: 5 pairs, both loops; about two minutes a pair)
 
 #include <limits.h>
 #include <time.h>
@@ -75,14 +75,16 @@ std::string probePath() {
 
 int main(int argc, char** argv) {
   const int pairs = argc > 1 ? atoi(argv[1]) : 5;
-  if (pairs < 1) {
-    fprintf(stderr, "usage: larka-end-to-end [PAIRS]\n");
+  const std::string only = argc > 2 ? argv[2] : "";
+  if (pairs < 1 || !(only.empty() || only == "run" || only == "pump")) {
+    fprintf(stderr, "usage: larka-end-to-end [PAIRS [run|pump]]\n");
     return 2;
   }
   const std::string probe = probePath();
   printf("| loop | what | measure | bare engine | library | ratio | difference |\n");
   printf("|---|---|---|---|---|---|---|\n");
   for (const char* loop : {"run", "pump"}) {
+    if (!only.empty() && only != loop) continue;
     for (const Scenario& scenario : kScenarios) {
       Values bare, larka;
       for (int i = 0; i < pairs; ++i) {

@@ -135,13 +135,15 @@ void BrowserManagerPrivate::createView() {
   spareTheView();
 }
 
-// Nobody ever sees the view, and nothing is painted into it: no background is drawn, and the few
-// items are found without an index, which costs more to keep than it saves.
+// Nobody ever sees the view, and nothing is painted into it: no background is drawn, the few items
+// are found without an index, which costs more to keep than it saves, and a host's application must
+// not end because its last window seems to be this one.
 void BrowserManagerPrivate::spareTheView() {
   for (QWidget* widget : {static_cast<QWidget*>(view), view->viewport()}) {
     widget->setAttribute(Qt::WA_OpaquePaintEvent);
     widget->setAttribute(Qt::WA_NoSystemBackground);
   }
+  view->setAttribute(Qt::WA_QuitOnClose, false);
   view->viewport()->setAutoFillBackground(false);
   scene->setItemIndexMethod(QGraphicsScene::NoIndex);
 }

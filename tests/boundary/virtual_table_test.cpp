@@ -24,8 +24,8 @@ struct MemberOf<Result(Arguments...)> {
   using In = Result (Class::*)(Arguments...);
 };
 
-/// The operation in a slot, counted from 1, of an object's virtual table, ready to be called. A pointer
-/// to a virtual member holds the operation's offset in the table, plus 1.
+/// The operation in a slot, counted from 1, of an object's virtual table, ready to be called. A
+/// pointer to a virtual member holds the operation's offset in the table, plus 1.
 template <typename Signature, typename Class>
 auto operation(Class* object, int slot) {
   typename MemberOf<Signature>::template In<Class> member;
@@ -195,7 +195,8 @@ TEST(VirtualTable, IsThatOfTheLibrary) {
   host.initialize();
   ILarkaBrowser* browser = host.manager->CreateBrowser();
   operation<void(ILarkaCallbacks*)>(browser, 3)(&recorder);
-  operation<void(int, int, const char*, const char*, bool, SystemInfoData*)>(browser, 1)(320, 180, nullptr, nullptr, false, nullptr);
+  operation<void(int, int, const char*, const char*, bool, SystemInfoData*)>(browser, 1)(
+      320, 180, nullptr, nullptr, false, nullptr);
   operation<void(const char*)>(browser, 16)("data:text/html,<title>slots</title>");
   ASSERT_TRUE(host.pumpUntil([&] { return recorder.finished && recorder.dirty > 0; }));
   EXPECT_EQ(operation<std::string(const char*)>(browser, 38)("6*7"), "42");

@@ -1,0 +1,13 @@
+#!/bin/sh
+# The library exports the names of the namespace LARKA, and no others.
+set -eu
+symbols=$(nm -DC --defined-only "$1")
+echo "$symbols" | grep -q 'LARKA::BrowserManager::Initialize(int, char\*\*)'
+if echo "$symbols" | grep -vE ' (typeinfo (name )?for |vtable for |non-virtual thunk to )?LARKA::'; then
+  echo "exported, but not public (see above)"
+  exit 1
+fi
+if echo "$symbols" | grep -E 'LarkaBrowser::|Private::|WebPage|HostCalls'; then
+  echo "internal, but exported (see above)"
+  exit 1
+fi

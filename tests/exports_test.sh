@@ -2,7 +2,13 @@
 # The library exports the names of the namespace LARKA, and no others.
 set -eu
 symbols=$(nm -DC --defined-only "$1")
-echo "$symbols" | grep -q 'LARKA::BrowserManager::Initialize(int, char\*\*)'
+for expected in 'LARKA::BrowserManager::Initialize(int, char\*\*)' \
+  'typeinfo for LARKA::LarkaHTMLControl' 'vtable for LARKA::LarkaWidget'; do
+  echo "$symbols" | grep -q "$expected" || {
+    echo "not exported: $expected"
+    exit 1
+  }
+done
 if echo "$symbols" | grep -vE ' (typeinfo (name )?for |vtable for |non-virtual thunk to )?LARKA::'; then
   echo "exported, but not public (see above)"
   exit 1

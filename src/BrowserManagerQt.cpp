@@ -1,7 +1,5 @@
 #include "BrowserManagerQt.h"
 
-#include <unistd.h>
-
 #include <QAbstractEventDispatcher>
 #include <QApplication>
 #include <QDir>

@@ -1,8 +1,12 @@
 #include "WebPage.h"
 
-#include <QUrl>
+#include <QNetworkRequest>
+#include <QPointer>
+#include <QWebFrame>
+#include <utility>
 
 #include "LarkaBrowserQt.h"
+#include "WindowProbe.h"
 
 namespace LARKA {
 
@@ -13,7 +17,14 @@ const char kErrorPage[] =
 
 }  // namespace
 
-WebPage::WebPage(LarkaBrowser* browser) : m_browser(browser) {}
+WebPage::WebPage(LarkaBrowser* browser) : m_browser(browser) {
+  connect(this, &QWebPage::featurePermissionRequested, this, &WebPage::refuseFeature);
+}
+
+// Nobody is there to be asked for the place or for notifications.
+void WebPage::refuseFeature(QWebFrame* frame, Feature feature) {
+  setFeaturePermission(frame, feature, PermissionDeniedByUser);
+}
 
 bool WebPage::supportsExtension(Extension extension) const {
   return extension == ErrorPageExtension;
@@ -26,14 +37,24 @@ bool WebPage::extension(Extension, const ExtensionOption*, ExtensionReturn* outp
 
 bool WebPage::shouldInterruptJavaScript() { return true; }
 
-// The engine doesn't pass the address of the new window.
+// The address of a link or a form has been announced. That of script's own window has to be found
+// out.
 QWebPage* WebPage::createWindow(WebWindowType type) {
-  return m_browser->createWindow(type == WebModalDialog, QUrl());
+  const bool modal = type == WebModalDialog;
+  if (m_newWindowUrl) {
+    const QUrl url = *std::exchange(m_newWindowUrl, std::nullopt);
+    return m_browser->createWindow(modal, url);
+  }
+  return new WindowProbe([page = QPointer<WebPage>(this), modal](const QUrl& url) {
+    if (page) page->m_browser->createWindow(modal, url);
+  });
 }
 
+// Without a frame it is about a new window, and the engine goes on to ask for that at once.
 bool WebPage::acceptNavigationRequest(QWebFrame* frame, const QNetworkRequest& request,
                                       NavigationType type) {
   m_browser->acceptNavigationRequest(type);
+  m_newWindowUrl = frame ? std::nullopt : std::make_optional(request.url());
   return QWebPage::acceptNavigationRequest(frame, request, type);
 }
 

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <QString>
+#include <QUrl>
 #include <QWebPage>
+#include <optional>
 
 namespace LARKA {
 
@@ -43,8 +45,11 @@ class WebPage : public QWebPage {
   QString userAgentForUrl(const QUrl& url) const override;
 
  private:
+  void refuseFeature(QWebFrame* frame, Feature feature);
+
   LarkaBrowser* m_browser;
   QString m_userAgent;
+  std::optional<QUrl> m_newWindowUrl;  // announced by the engine, right before it asks for a window
 };
 
 }  // namespace LARKA

@@ -1,0 +1,30 @@
+#include "WebElement.h"
+
+#include <QTransform>
+#include <QWebFrame>
+#include <QWebPage>
+
+namespace LARKA {
+
+QWebElement WebElement::ifOnPage(const QWebElement& element) {
+  QWebFrame* const frame = element.webFrame();
+  if (!frame || !frame->page() || element.document() != frame->documentElement())
+    return QWebElement();
+  const QWebFrame* top = frame;
+  while (top->parentFrame()) top = top->parentFrame();
+  return top == frame->page()->mainFrame() ? element : QWebElement();
+}
+
+QRect WebElement::mapTo(Target target, const QRect& rect) const {
+  QRect mapped = rect;
+  QWebFrame* const ownFrame = element().webFrame();
+  for (QWebFrame* frame = ownFrame; frame; frame = frame->parentFrame()) {
+    mapped.translate(frame->geometry().topLeft());
+    if (target == Viewport || frame->parentFrame()) mapped.translate(-frame->scrollPosition());
+  }
+  if (!ownFrame) return mapped;
+  const double zoom = ownFrame->page()->mainFrame()->zoomFactor();
+  return zoom == 1.0 ? mapped : QTransform::fromScale(1 / zoom, 1 / zoom).mapRect(mapped);
+}
+
+}  // namespace LARKA

@@ -4,7 +4,6 @@
 #include <QApplication>
 #include <QDir>
 #include <QGraphicsScene>
-#include <QGraphicsView>
 #include <QNetworkAccessManager>
 #include <QNetworkCookieJar>
 #include <QNetworkDiskCache>
@@ -19,6 +18,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "HiddenView.h"
 #include "HostCalls.h"
 #include "LarkaBrowserQt.h"
 #include "LarkaBrowserTimerQt.h"
@@ -115,7 +115,7 @@ void BrowserManagerPrivate::createView() {
   if (viewCreated) return;
   viewCreated = true;
   scene = new QGraphicsScene;
-  view = new QGraphicsView(scene);
+  view = new HiddenView(scene);
   view->setOptimizationFlags(QGraphicsView::DontSavePainterState | QGraphicsView::IndirectPainting);
   view->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
   view->setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing |

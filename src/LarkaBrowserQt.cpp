@@ -2,7 +2,11 @@
 
 #include <QApplication>
 #include <QFile>
+#include <QGraphicsScene>
+#include <QGraphicsView>
 #include <QImage>
+#include <QKeyEvent>
+#include <QMouseEvent>
 #include <QNetworkAccessManager>
 #include <QNetworkCookieJar>
 #include <QNetworkProxy>
@@ -11,12 +15,18 @@
 #include <QTransform>
 #include <QWebFrame>
 #include <QWebHistory>
+#include <QWheelEvent>
 #include <cstdio>
+#include <memory>
+#include <utility>
 
 #include "FrameRate.h"
 #include "HostText.h"
+#include "KeyEvent.h"
+#include "LarkaHTMLControlQt.h"
 #include "WebPage.h"
 #include "larka/ILarkaCallbacks.h"
+#include "larka/KeyCodes.h"
 #include "larkawebview.h"
 
 namespace LARKA {
@@ -36,6 +46,9 @@ QNetworkProxy::ProxyType toolkitProxyType(ProxyType type) {
       return QNetworkProxy::DefaultProxy;
   }
 }
+
+/// The negative of a number; of the lowest one, itself.
+int negated(int number) { return static_cast<int>(0u - static_cast<unsigned>(number)); }
 
 QPoint scaled(const QPoint& point, double factor) {
   return QTransform::fromScale(factor, factor).map(point);
@@ -74,11 +87,19 @@ void LarkaBrowser::installPage(QNetworkAccessManager* manager) {
   m_webView->keepPageFocused();
 }
 
+// The widget over which the engine opens its dialogs; it takes its size for that of the page.
+void LarkaBrowser::setDialogParent(QWidget* widget) {
+  const QSize size = page()->viewportSize();
+  page()->setView(widget);
+  page()->setViewportSize(size);
+}
+
 void LarkaBrowser::Initialize(int width, int height, const char* cookiePath,
                               const char* localStoragePath, bool, SystemInfoData*) {
   if (!m_webView || m_frameTimer) return;
   if (cookiePath) page()->networkAccessManager()->setCookieJar(new QNetworkCookieJar);
   useLocalStorage(QFile::decodeName(localStoragePath));
+  if (m_webView->scene()) setDialogParent(m_webView->scene()->views().value(0));
   Resize(width, height);
   SetAttribute(QWebSettings::JavascriptEnabled, true);
   SetAttribute(QWebSettings::PluginsEnabled, true);
@@ -431,11 +452,11 @@ void LarkaBrowser::Scroll(Directions direction, int amount) {
     case DIRECTION_DOWN:
       return Scroll(0, amount);
     case DIRECTION_UP:
-      return Scroll(0, -amount);
+      return Scroll(0, negated(amount));
     case DIRECTION_RIGHT:
       return Scroll(amount, 0);
     case DIRECTION_LEFT:
-      return Scroll(-amount, 0);
+      return Scroll(negated(amount), 0);
     default:
       return Scroll(0, 0);
   }
@@ -477,6 +498,110 @@ int LarkaBrowser::GetWidth() { return m_webView ? static_cast<int>(m_webView->si
 
 int LarkaBrowser::GetHeight() {
   return m_webView ? static_cast<int>(m_webView->size().height()) : 0;
+}
+
+// Input.
+
+// The page may open an event loop of its own meanwhile; see HiddenView.
+void LarkaBrowser::sendToPage(QEvent* event) {
+  if (!m_webView) return;
+  HostCalls::Scope scope(&m_hostCalls);
+  page()->event(event);
+}
+
+void LarkaBrowser::sendMouse(QEvent::Type type, const QPoint& position, Qt::MouseButton button,
+                             Qt::MouseButtons buttons) {
+  QMouseEvent event(type, position, position, position, button, buttons, Qt::NoModifier);
+  sendToPage(&event);
+}
+
+void LarkaBrowser::sendWheel(int delta, Qt::Orientation orientation) {
+  const QPoint angle = orientation == Qt::Vertical ? QPoint(0, delta) : QPoint(delta, 0);
+  QWheelEvent event(m_pointer, m_pointer, QPoint(), angle, Qt::NoButton, Qt::NoModifier,
+                    Qt::NoScrollPhase, false);
+  sendToPage(&event);
+}
+
+void LarkaBrowser::sendKey(QEvent::Type type, int key, int modifiers) {
+  const std::unique_ptr<QKeyEvent> event(
+      createKeyEventFromVirtualKeyCode(key, modifiers, type, false));
+  sendToPage(event.get());
+}
+
+void LarkaBrowser::MouseMove(int x, int y, int) {
+  m_pointer = QPoint(x, y);
+  sendMouse(QEvent::MouseMove, m_pointer, Qt::NoButton, m_heldButtons);
+}
+
+void LarkaBrowser::MouseDown(int x, int y, int) {
+  m_heldButtons = Qt::LeftButton;
+  sendMouse(QEvent::MouseButtonPress, QPoint(x, y), Qt::LeftButton, Qt::LeftButton);
+}
+
+// After the first press, moves say for good that the button is held; hosts rely on it.
+void LarkaBrowser::MouseUp(int x, int y, int) {
+  m_heldButtons = Qt::LeftButton;
+  sendMouse(QEvent::MouseButtonRelease, QPoint(x, y), Qt::LeftButton, Qt::NoButton);
+}
+
+// Tested first: the control is what was there before the click.
+void LarkaBrowser::MouseClick(int x, int y, int reserved) {
+  const LarkaHTMLControl clicked = HitTest(x, y);
+  MouseDown(x, y, reserved);
+  MouseUp(x, y, reserved);
+  LarkaHTMLControl control(clicked);
+  notify([&](ILarkaCallbacks* listener) { listener->OnMouseClick(control); });
+}
+
+void LarkaBrowser::MouseWheel(Directions direction, int amount, int) {
+  const bool horizontal = direction == DIRECTION_RIGHT || direction == DIRECTION_LEFT;
+  const bool backwards = direction == DIRECTION_DOWN || direction == DIRECTION_RIGHT;
+  sendWheel(backwards ? negated(amount) : amount, horizontal ? Qt::Horizontal : Qt::Vertical);
+}
+
+void LarkaBrowser::MouseWheel(int dx, int dy, int) {
+  sendWheel(dy, Qt::Vertical);
+  sendWheel(dx, Qt::Horizontal);
+}
+
+void LarkaBrowser::KeyDown(int key, int modifiers) {
+  sendKey(QEvent::KeyPress, key, modifiers);
+  m_spaceHeldOn = key == KEYCODE_SPACE && modifiers == 0 ? focusedToggle() : QWebElement();
+}
+
+// The space travels as a character without a key, and the engine lets only a key toggle anything.
+void LarkaBrowser::KeyUp(int key, int modifiers) {
+  const QWebElement held = std::exchange(m_spaceHeldOn, QWebElement());
+  sendKey(QEvent::KeyRelease, key, modifiers);
+  if (key != KEYCODE_SPACE || held.isNull() || held != focusedToggle()) return;
+  QWebElement(held).evaluateJavaScript(QStringLiteral("this.click()"));
+}
+
+QWebElement LarkaBrowser::focusedToggle() const {
+  if (!m_webView) return QWebElement();
+  return page()->currentFrame()->findFirstElement(
+      QStringLiteral("input[type=checkbox]:focus, input[type=radio]:focus"));
+}
+
+// Controls.
+
+LarkaHTMLControl LarkaBrowser::HitTest(int x, int y) {
+  if (!m_webView) return LarkaHTMLControl();
+  const QWebHitTestResult hit = mainFrame()->hitTestContent(QPoint(x, y));
+  return LarkaHTMLControl(new LarkaHTMLControlPrivate(hit), true);
+}
+
+// The type attribute doesn't count: hosts filter by LarkaHTMLControl::GetControlType.
+std::vector<LarkaHTMLControl*> LarkaBrowser::GetControls(ControlType type) {
+  std::vector<LarkaHTMLControl*> controls;
+  std::string tag, inputType;
+  if (!m_webView || !LarkaHTMLControl::ConvertLarkaTypeToQTagAndType(type, tag, inputType))
+    return controls;
+  const QWebElementCollection elements =
+      page()->currentFrame()->findAllElements(QString::fromStdString(tag));
+  for (const QWebElement& element : elements)
+    controls.push_back(new LarkaHTMLControl(new LarkaHTMLControlPrivate(element), true));
+  return controls;
 }
 
 // Focus.
@@ -581,17 +706,7 @@ bool LarkaBrowser::ClearCookie(const char*) { return false; }
 void LarkaBrowser::ClearAllCookies() {}
 std::string LarkaBrowser::ReadCookie(const char*) { return std::string(); }
 std::vector<std::pair<std::string, std::string>> LarkaBrowser::ReadCookies() { return {}; }
-void LarkaBrowser::MouseMove(int, int, int) {}
-void LarkaBrowser::MouseDown(int, int, int) {}
-void LarkaBrowser::MouseUp(int, int, int) {}
-void LarkaBrowser::MouseClick(int, int, int) {}
-void LarkaBrowser::MouseWheel(Directions, int, int) {}
-void LarkaBrowser::MouseWheel(int, int, int) {}
-void LarkaBrowser::KeyDown(int, int) {}
-void LarkaBrowser::KeyUp(int, int) {}
 std::vector<LarkaPluginWidget> LarkaBrowser::GetPluginWidgets() { return {}; }
-LarkaHTMLControl LarkaBrowser::HitTest(int, int) { return LarkaHTMLControl(); }
-std::vector<LarkaHTMLControl*> LarkaBrowser::GetControls(ControlType) { return {}; }
 ILarkaBrowser* LarkaBrowser::LaunchInspector(bool) { return nullptr; }
 
 }  // namespace LARKA

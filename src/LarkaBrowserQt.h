@@ -2,8 +2,10 @@
 #pragma once
 
 #include <QElapsedTimer>
+#include <QEvent>
 #include <QList>
 #include <QObject>
+#include <QPoint>
 #include <QRegion>
 #include <QString>
 #include <QUrl>
@@ -198,7 +200,15 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   void whenEngineIsFree(std::function<void(LarkaWebView*)> navigation);
   void runDelayedNavigations();
 
+  void sendToPage(QEvent* event);
+  void sendMouse(QEvent::Type type, const QPoint& position, Qt::MouseButton button,
+                 Qt::MouseButtons buttons);
+  void sendWheel(int delta, Qt::Orientation orientation);
+  void sendKey(QEvent::Type type, int key, int modifiers);
+  QWebElement focusedToggle() const;
+
   void installPage(QNetworkAccessManager* manager);
+  void setDialogParent(QWidget* widget);
   void useLocalStorage(const QString& directory);
   void connectPage();
   std::string historyLocation(int offset) const;
@@ -209,6 +219,9 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   QTimer* m_frameTimer = nullptr;
   QList<ILarkaCallbacks*> m_listeners;
   std::vector<LarkaPluginWidget> m_pluginWidgets;
+  QPoint m_pointer;  // of the last MouseMove
+  Qt::MouseButtons m_heldButtons = Qt::NoButton;
+  QWebElement m_spaceHeldOn;  // the check box or radio button with the focus
   QWebElement m_fullScreenElement;
   QElapsedTimer m_frameClock;
   double m_smoothedFrameTime = 0.0;  // seconds

@@ -2,15 +2,22 @@
 #pragma once
 
 #include <QWebElement>
+#include <QWebHitTestResult>
 
 #include "SharedRecord.h"
+#include "WebElement.h"
 #include "larka/LarkaHTMLControl.h"
 
 namespace LARKA {
 
-class LarkaHTMLControlPrivate : public SharedRecord {
+class LarkaHTMLControlPrivate : public SharedRecord, public WebElement {
  public:
-  QWebElement element;
+  LarkaHTMLControlPrivate() = default;
+  explicit LarkaHTMLControlPrivate(const QWebElement& element) : WebElement(element) {}
+  explicit LarkaHTMLControlPrivate(const QWebHitTestResult& hit)
+      : WebElement(hit.element()), hitTest(hit) {}
+
+  QWebHitTestResult hitTest;  // empty unless the handle came from a hit test
 };
 
 }  // namespace LARKA

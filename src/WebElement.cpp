@@ -6,13 +6,17 @@
 
 namespace LARKA {
 
+// A page that the engine keeps for going back to still has its frames; what it lost is its place in
+// the main frame, or its frames their place among the children of their parents.
 QWebElement WebElement::ifOnPage(const QWebElement& element) {
-  QWebFrame* const frame = element.webFrame();
+  QWebFrame* frame = element.webFrame();
   if (!frame || !frame->page() || element.document() != frame->documentElement())
     return QWebElement();
-  const QWebFrame* top = frame;
-  while (top->parentFrame()) top = top->parentFrame();
-  return top == frame->page()->mainFrame() ? element : QWebElement();
+  while (QWebFrame* parent = frame->parentFrame()) {
+    if (!parent->childFrames().contains(frame)) return QWebElement();
+    frame = parent;
+  }
+  return frame == frame->page()->mainFrame() ? element : QWebElement();
 }
 
 QRect WebElement::mapTo(Target target, const QRect& rect) const {

@@ -8,6 +8,7 @@
 #include "larka/ILarkaBrowser.h"
 #include "larka/ILarkaCallbacks.h"
 #include "larka/ITimer.h"
+#include "larka/KeyCodes.h"
 #include "larka/LarkaHTMLControl.h"
 #include "larka/LarkaPluginWidget.h"
 #include "larka/ProxyType.h"

@@ -50,7 +50,7 @@ class Recorder : public LARKA::CallbacksAdapter {
   std::vector<std::string>* sharedEvents = nullptr;  // events of several recorders in one list
   std::string name;
   std::function<void(const std::string&)> onEvent;  // called after each event is written down
-  std::string promptAnswer;
+  std::string promptAnswer, chosenFile;
   bool confirms = false, answersPrompt = false, allowsDownload = true;
   int dirty = 0;
   LARKA::ILarkaBrowser* dirtyBrowser = nullptr;  // of the last OnDirty
@@ -78,7 +78,6 @@ class Recorder : public LARKA::CallbacksAdapter {
   void OnStatusBarMessage(const char* text) override {
     add(std::string("OnStatusBarMessage ") + text);
   }
-  void OnAcceptNavigationRequest() override { add("OnAcceptNavigationRequest"); }
   void OnGeometryChangeRequested(int width, int height) override {
     add("OnGeometryChangeRequested " + std::to_string(width) + "x" + std::to_string(height));
   }
@@ -106,6 +105,22 @@ class Recorder : public LARKA::CallbacksAdapter {
     add(hovering ? "OnLinkHovered true" : "OnLinkHovered false");
   }
   void OnRequestError() override { add("OnRequestError"); }
+  void OnAcceptNavigationRequest() override { add("OnAcceptNavigationRequest"); }
+  void OnMouseClick(LARKA::LarkaHTMLControl& control) override {
+    add("OnMouseClick " + control.GetControlId());
+  }
+  void OnCreateWindow(bool modal, const char* url) override {
+    add(std::string(modal ? "OnCreateWindow modal " : "OnCreateWindow ") + url);
+  }
+  std::string OnChooseFile(const char* suggested) override {
+    add(std::string("OnChooseFile ") + suggested);
+    return chosenFile;
+  }
+  void OnJavaScriptConsoleMessage(const char* message, int line, const char* source) override {
+    const std::string file = source;
+    add(std::string("OnJavaScriptConsoleMessage ") + message + "|" + std::to_string(line) + "|" +
+        file.substr(file.rfind('/') + 1));
+  }
 
  private:
   void add(const std::string& event) {
@@ -121,6 +136,7 @@ class Host {
   Host() {
     setenv("XDG_DATA_HOME", directory.path().c_str(), 1);
     setenv("HOME", directory.path().c_str(), 1);
+    setenv("no_proxy", "127.0.0.1", 1);
     manager = std::make_unique<LARKA::BrowserManager>();
   }
   Host(const Host&) = delete;
@@ -172,7 +188,12 @@ class Host {
   /// Loads a page from a file and waits until it has been painted.
   bool load(LARKA::ILarkaBrowser* browser, Recorder* recorder, const std::string& html) {
     static int pages = 0;
-    const std::string url = directory.write("page" + std::to_string(++pages) + ".html", html);
+    return visit(browser, recorder,
+                 directory.write("page" + std::to_string(++pages) + ".html", html));
+  }
+
+  /// Loads an address and waits until it has been painted.
+  bool visit(LARKA::ILarkaBrowser* browser, Recorder* recorder, const std::string& url) {
     recorder->finished = false;
     browser->Navigate(url.c_str());
     if (!pumpUntil([&] { return recorder->finished; }) || !recorder->ok) return false;
@@ -205,7 +226,27 @@ class BrowserTest : public testing::Test {
     host.manager->Shutdown(true);
   }
   bool load(const std::string& html) { return host.load(browser, &recorder, html); }
+  bool visit(const std::string& url) { return host.visit(browser, &recorder, url); }
   void settle() { host.settle(recorder); }
+  std::string script(const std::string& code) { return browser->ExecuteJavascript(code.c_str()); }
+
+  void press(int key, int modifiers = 0) {
+    browser->KeyDown(key, modifiers);
+    browser->KeyUp(key, modifiers);
+  }
+  void type(const std::u16string& text) {
+    for (char16_t character : text) press(character);
+  }
+
+  /// The element with an id; one of no kind when there is none.
+  LARKA::LarkaHTMLControl control(LARKA::ControlType type, const std::string& id) {
+    LARKA::LarkaHTMLControl found;
+    for (LARKA::LarkaHTMLControl* control : browser->GetControls(type)) {
+      if (control->GetControlId() == id) found = *control;
+      delete control;
+    }
+    return found;
+  }
 
   Host host;
   Recorder recorder;

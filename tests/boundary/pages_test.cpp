@@ -1,0 +1,146 @@
+// Navigation, history, script, meta tags, zoom and the viewport.
+#include <climits>
+
+#include "Host.h"
+#include "HttpServer.h"
+
+namespace {
+
+class PagesTest : public test::BrowserTest {
+ protected:
+  /// Goes somewhere and waits until the load has ended, well or not.
+  bool end(const std::function<void()>& go) {
+    recorder.finished = false;
+    go();
+    return host.pumpUntil([this] { return recorder.finished; });
+  }
+
+  test::HttpServer server;
+};
+
+TEST_F(PagesTest, HistoryGoesToBothEnds) {
+  EXPECT_EQ(browser->GetHistoryLength(), 0);
+  EXPECT_EQ(browser->GetPrevLocation() + browser->GetNextLocation(), "");
+  std::vector<std::string> urls;
+  for (int i = 0; i < 10; ++i) {
+    const std::string path = "/page" + std::to_string(i);
+    server.page(path, "<title>" + path + "</title>");
+    urls.push_back(server.url(path));
+    ASSERT_TRUE(visit(urls.back()));
+    EXPECT_EQ(browser->GetHistoryLength(), i + 1);
+  }
+  const auto isAt = [&](size_t i) {
+    EXPECT_EQ(browser->GetCurrentLocation(), urls[i]);
+    EXPECT_EQ(browser->GetTitle(), "/page" + std::to_string(i));
+    EXPECT_EQ(browser->GetPrevLocation(), i > 0 ? urls[i - 1] : "");
+    EXPECT_EQ(browser->GetNextLocation(), i < 9 ? urls[i + 1] : "");
+    EXPECT_EQ(browser->GetHistoryLength(), 10);
+  };
+  isAt(9);
+  browser->Forward();
+  host.pumpFor(50);
+  isAt(9);
+  for (size_t i = 9; i-- > 0;) {
+    ASSERT_TRUE(end([this] { browser->Back(); }));
+    isAt(i);
+  }
+  browser->Back();
+  host.pumpFor(50);
+  isAt(0);
+  for (size_t i = 1; i < 10; ++i) {
+    ASSERT_TRUE(end([this] { browser->Forward(); }));
+    isAt(i);
+  }
+}
+
+TEST_F(PagesTest, AFailedLoadLeavesTheBrowserUsable) {
+  test::HttpServer gone;
+  gone.stop();
+  server.page("/good", "<title>Good</title>");
+  server.answer("/cut",
+                "HTTP/1.1 200 OK\r\nContent-Type: text/html\r\nContent-Length: 9000\r\n\r\n"
+                "<title>Cut</title><p>half");
+  server.answer("/garbage", "no http at all");
+  struct {
+    const char* what;
+    std::string url;
+    bool ok;  // an address that is none shows an empty page
+  } const rows[] = {
+      {"refused", gone.url("/"), false},
+      {"unknown host", "http://no-such-host.invalid/", false},
+      {"malformed", "http://[bad", true},
+      {"unknown scheme", "nonsense:stuff", false},
+      {"empty", "", true},
+      {"missing file", "file:///no/such/file.html", false},
+      {"404 without a body", server.url("/missing"), false},
+      {"garbage", server.url("/garbage"), false},
+      {"cut in the middle", server.url("/cut"), false},
+  };
+  for (const auto& row : rows) {
+    ASSERT_TRUE(visit(server.url("/good"))) << row.what;
+    recorder.finished = recorder.ok = false;
+    browser->Navigate(row.url.c_str());
+    EXPECT_TRUE(host.pumpUntil([this] { return recorder.finished; })) << row.what;
+    EXPECT_EQ(recorder.ok, row.ok) << row.what;
+    EXPECT_EQ(browser->GetTitle(), row.ok ? "" : "Failed loading page") << row.what;
+    EXPECT_EQ(script("1+1"), "2") << row.what;
+  }
+  EXPECT_TRUE(visit(server.url("/good")));
+}
+
+TEST_F(PagesTest, ScriptIsEscapedNarrowly) {
+  ASSERT_TRUE(load("<title>x</title>"));
+  const std::pair<const char*, const char*> rows[] = {
+      {"1+1", "2"},
+      {"document.title='it'; document.title", "it"},
+      {"'\\\\x41'", "A"},  // one level of backslashes is gone
+      {"'a\nb'", ""},      // a line break ends the text
+      {"undefined", ""},
+      {"null", ""},
+      {"syntax error here", ""},
+      {"[1,[2,3]]", "1,2,3"},
+      {"'\xe4'.length", "1"},  // Latin-1 in
+      {"'\xe4'", "\xc3\xa4"},  // UTF-8 out
+  };
+  for (const auto& row : rows) EXPECT_EQ(script(row.first), row.second) << row.first;
+}
+
+TEST_F(PagesTest, MetaTagsAreFoundByNameFirst) {
+  ASSERT_TRUE(
+      load("<head><meta http-equiv=both content=h><meta name=both content=n>"
+           "<meta http-equiv=only content='\xc3\xa4'><meta charset=utf-8><meta name=bare>"
+           "</head><body><meta name=late content=l>"));
+  const std::pair<const char*, const char*> rows[] = {
+      {"both", "n"}, {"only", "\xc3\xa4"}, {"bare", ""}, {"late", ""}, {"none", ""}, {"a\"b", ""}};
+  for (const auto& row : rows) EXPECT_EQ(browser->GetMetaTagValue(row.first), row.second);
+}
+
+TEST_F(PagesTest, ZoomScrollAndViewportAgree) {
+  ASSERT_TRUE(load("<body style='margin:0'><div style='width:3000px;height:3000px'></div>"));
+  for (int percent : {50, 100, 150, 200}) {
+    browser->SetZoomLevel(percent);
+    settle();
+    EXPECT_EQ(browser->GetZoomLevel(), percent);
+    browser->ScrollToPoint(100, 200);
+    EXPECT_EQ(script("scrollX*" + std::to_string(percent) + "/100"), std::to_string(percent));
+    int x = 0, y = 0, width = 0, height = 0, contentWidth = 0, contentHeight = 0;
+    browser->GetViewPort(&x, &y, &width, &height);
+    EXPECT_EQ(std::to_string(x) + "," + std::to_string(y), "100,200") << percent;
+    EXPECT_EQ(std::to_string(width) + "x" + std::to_string(height), "640x360");
+    browser->Scroll(LARKA::DIRECTION_DOWN, percent);
+    browser->Scroll(LARKA::DIRECTION_RIGHT, percent);
+    browser->Scroll(-percent / 2, 0);
+    browser->GetViewPort(&x, &y, nullptr, nullptr);
+    EXPECT_EQ(std::to_string(x) + "," + std::to_string(y), "150,300") << percent;
+    browser->Scroll(LARKA::DIRECTION_UP, INT_MAX);
+    browser->Scroll(LARKA::DIRECTION_LEFT, INT_MAX);
+    browser->Scroll(static_cast<LARKA::Directions>(7), 50);
+    browser->GetViewPort(&x, &y, nullptr, nullptr);
+    EXPECT_EQ(std::to_string(x) + "," + std::to_string(y), "0,0") << percent;
+    browser->GetFrameContentSize(contentWidth, contentHeight);
+    EXPECT_EQ(contentWidth, 30 * percent);
+  }
+  browser->GetViewPort(nullptr, nullptr, nullptr, nullptr);
+}
+
+}  // namespace

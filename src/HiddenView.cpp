@@ -7,25 +7,31 @@
 
 namespace LARKA {
 
-// A child that is being added is still under construction: what it is shows later.
+HiddenView::HiddenView(QGraphicsScene* scene)
+    : QGraphicsView(scene), m_dialogParent(new QWidget(this)) {
+  m_dialogParent->resize(0, 0);
+  m_dialogParent->installEventFilter(this);
+}
+
+// The engine makes its drags children of the scene's first view. A child that is being added is
+// still under construction; that it is a drag shows in the event loop of the drag itself.
 void HiddenView::childEvent(QChildEvent* event) {
   QGraphicsView::childEvent(event);
-  if (!event->added()) return;
-  if (event->child()->isWidgetType()) {
-    event->child()->installEventFilter(this);
-    return;
-  }
+  if (!event->added() || event->child()->isWidgetType()) return;
   const auto cancel = [child = QPointer<QObject>(event->child())] {
     if (qobject_cast<QDrag*>(child)) QDrag::cancel();
   };
-  QMetaObject::invokeMethod(this, cancel, Qt::QueuedConnection);  // from within the drag's own loop
+  QMetaObject::invokeMethod(this, cancel, Qt::QueuedConnection);
 }
 
+// A dialog is polished right before it is shown; the refusal then arrives in its own event loop.
 bool HiddenView::eventFilter(QObject* object, QEvent* event) {
+  if (object == m_dialogParent && event->type() == QEvent::ChildAdded)
+    static_cast<QChildEvent*>(event)->child()->installEventFilter(this);
   auto* dialog = event->type() == QEvent::Polish ? qobject_cast<QDialog*>(object) : nullptr;
   if (!dialog) return QGraphicsView::eventFilter(object, event);
   dialog->setAttribute(Qt::WA_DontShowOnScreen);
-  QMetaObject::invokeMethod(dialog, "reject", Qt::QueuedConnection);  // from within its own loop
+  QMetaObject::invokeMethod(dialog, "reject", Qt::QueuedConnection);
   return false;
 }
 

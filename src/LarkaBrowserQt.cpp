@@ -3,7 +3,6 @@
 #include <QApplication>
 #include <QFile>
 #include <QGraphicsScene>
-#include <QGraphicsView>
 #include <QImage>
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -16,11 +15,13 @@
 #include <QWebFrame>
 #include <QWebHistory>
 #include <QWheelEvent>
+#include <cmath>
 #include <cstdio>
 #include <memory>
 #include <utility>
 
 #include "FrameRate.h"
+#include "HiddenView.h"
 #include "HostText.h"
 #include "KeyEvent.h"
 #include "LarkaHTMLControlQt.h"
@@ -87,10 +88,13 @@ void LarkaBrowser::installPage(QNetworkAccessManager* manager) {
   m_webView->keepPageFocused();
 }
 
-// The widget over which the engine opens its dialogs; it takes its size for that of the page.
-void LarkaBrowser::setDialogParent(QWidget* widget) {
+// What the engine would ask a person is refused there.
+void LarkaBrowser::setDialogParent() {
+  const QGraphicsScene* scene = m_webView->scene();
+  auto* view = scene ? qobject_cast<HiddenView*>(scene->views().value(0)) : nullptr;
+  if (!view) return;
   const QSize size = page()->viewportSize();
-  page()->setView(widget);
+  page()->setView(view->dialogParent());
   page()->setViewportSize(size);
 }
 
@@ -99,7 +103,7 @@ void LarkaBrowser::Initialize(int width, int height, const char* cookiePath,
   if (!m_webView || m_frameTimer) return;
   if (cookiePath) page()->networkAccessManager()->setCookieJar(new QNetworkCookieJar);
   useLocalStorage(QFile::decodeName(localStoragePath));
-  if (m_webView->scene()) setDialogParent(m_webView->scene()->views().value(0));
+  setDialogParent();
   Resize(width, height);
   SetAttribute(QWebSettings::JavascriptEnabled, true);
   SetAttribute(QWebSettings::PluginsEnabled, true);
@@ -441,8 +445,9 @@ std::string LarkaBrowser::GetMetaTagValue(const char* name) {
 
 // Zoom and scrolling.
 
+// The engine would lay the page out in a space without a size, or of an endless one.
 void LarkaBrowser::SetZoomLevel(double percent) {
-  if (m_webView) m_webView->setZoomFactor(percent / 100);
+  if (m_webView && percent > 0 && std::isfinite(percent)) m_webView->setZoomFactor(percent / 100);
 }
 
 double LarkaBrowser::GetZoomLevel() { return m_webView ? m_webView->zoomFactor() * 100 : 0.0; }

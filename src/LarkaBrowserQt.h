@@ -208,7 +208,7 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   QWebElement focusedToggle() const;
 
   void installPage(QNetworkAccessManager* manager);
-  void setDialogParent(QWidget* widget);
+  void setDialogParent();
   void useLocalStorage(const QString& directory);
   void connectPage();
   std::string historyLocation(int offset) const;

@@ -62,11 +62,16 @@ ControlType recognised(const RecognisedName (&names)[Size], const QString& name,
   return otherwise;
 }
 
+/// From the first pixel to the last; modulo 2^32, as at a zoom of nearly nothing a page is endless.
+int extent(int first, int last) {
+  return static_cast<int>(static_cast<unsigned>(last) - static_cast<unsigned>(first) + 1u);
+}
+
 void writeRect(const QRect& rect, int* x, int* y, int* width, int* height) {
   if (x) *x = rect.x();
   if (y) *y = rect.y();
-  if (width) *width = rect.width();
-  if (height) *height = rect.height();
+  if (width) *width = extent(rect.left(), rect.right());
+  if (height) *height = extent(rect.top(), rect.bottom());
 }
 
 QString latin1(const std::string& text) {
@@ -110,6 +115,7 @@ ControlType LarkaHTMLControl::GetControlType() {
   return recognised(kRecognisedInputs, type, CONTROL_TEXT);
 }
 
+// NOLINTBEGIN(performance-unnecessary-value-param): the interface takes the texts by value.
 std::string LarkaHTMLControl::GetStyleProperty(std::string name) {
   return d->element()
       .styleProperty(latin1(name), QWebElement::ComputedStyle)
@@ -120,6 +126,7 @@ std::string LarkaHTMLControl::GetStyleProperty(std::string name) {
 void LarkaHTMLControl::SetStyleProperty(std::string name, std::string value) {
   d->element().setStyleProperty(latin1(name), latin1(value));
 }
+// NOLINTEND(performance-unnecessary-value-param)
 
 bool LarkaHTMLControl::IsClickable() { return !d->hitTest.linkUrl().isEmpty(); }
 

@@ -22,10 +22,9 @@ bool WindowProbe::acceptNavigationRequest(QWebFrame*, const QNetworkRequest& req
 // The engine is prepared for a page that goes away here: it asks a page whether it still has its
 // frame after each of these two notices.
 void WindowProbe::finish(const QUrl& url) {
-  const std::function<void(const QUrl&)> found = std::move(m_found);
-  const QUrl address = url;
+  const auto report = [found = std::move(m_found), url] { found(url); };
   delete this;
-  found(address);
+  report();
 }
 
 }  // namespace LARKA

@@ -3,6 +3,7 @@
 #include <QImage>
 #include <QSaveFile>
 #include <algorithm>
+#include <cstdio>
 
 namespace {
 
@@ -15,9 +16,24 @@ const milliseconds kFailingFor(100);
 const milliseconds kQuietFor(80);
 const milliseconds kMovesFor(1000);
 const milliseconds kPaintsWithin(5000);
+// The page is given this long to take in each key.
+const milliseconds kKeyEvery(20);
 
 const int kLargestImageWidth = 1280;
 const int kLargestImageHeight = 720;
+
+/// `code` in the form that reaches the page unchanged through ILarkaBrowser::ExecuteJavascript,
+/// which reads Latin-1 and takes away one level of backslashes.
+std::string escaped(const std::string& code) {
+  std::string text;
+  for (const QChar character : QString::fromStdString(code)) {
+    char unit[8];
+    snprintf(unit, sizeof(unit), "\\u%04x", character.unicode());
+    const bool plain = character >= ' ' && character <= '~' && character != '\\';
+    text += plain ? std::string(1, character.toLatin1()) : unit;
+  }
+  return text;
+}
 
 }  // namespace
 
@@ -32,6 +48,7 @@ PageShot::PageShot(LARKA::BrowserManager* manager, const ShotOptions& options, c
   m_browser->AddListener(this);
   m_browser->Initialize(options.size.width, options.size.height, nullptr, nullptr, false, nullptr);
   if (options.hasUserAgent) m_browser->SetUserAgent(options.userAgent.c_str());
+  m_browser->SetZoomLevel(options.zoomPercent);
   m_browser->Navigate(shot.url.c_str());
 }
 
@@ -62,7 +79,9 @@ bool PageShot::settled(Clock::time_point now) const {
 bool PageShot::advance() {
   const Clock::time_point now = Clock::now();
   if (m_state == kSettling && settled(now))
-    finish(write());
+    goOn();
+  else if (m_state == kPressing && now >= m_entered + kKeyEvery)
+    pressNextKey();
   else if (m_state == kFailing && now >= m_entered + kFailingFor)
     finish("could not be loaded");
   else if (m_state == kSettling &&
@@ -71,6 +90,27 @@ bool PageShot::advance() {
   else if (m_state == kLoading && now >= m_started + std::chrono::seconds(m_options.timeoutSeconds))
     finish("timed out after " + std::to_string(m_options.timeoutSeconds) + " s");
   return m_state == kDone;
+}
+
+// The next thing to do to a page at rest; it may set the page in motion again, or leave it.
+void PageShot::goOn() {
+  if (m_keysPressed < m_options.keys.size()) {
+    pressNextKey();
+  } else if (m_options.hasScript && !m_scriptDone) {
+    m_scriptDone = true;
+    enter(kSettling);
+    m_scriptValue = m_browser->ExecuteJavascript(escaped(m_options.script).c_str());
+  } else {
+    finish(write());
+  }
+}
+
+void PageShot::pressNextKey() {
+  enter(m_keysPressed < m_options.keys.size() ? kPressing : kSettling);
+  if (m_state != kPressing) return;
+  const ShotKey& key = m_options.keys[m_keysPressed++];
+  m_browser->KeyDown(key.code, key.modifiers);
+  m_browser->KeyUp(key.code, key.modifiers);
 }
 
 std::string PageShot::write() const {

@@ -25,10 +25,12 @@ class PageShot : private LARKA::CallbacksAdapter {
   /// Why there is no image; empty when there is one.
   const std::string& error() const { return m_error; }
   const Shot& shot() const { return m_shot; }
+  /// What the script of the options gave.
+  const std::string& scriptValue() const { return m_scriptValue; }
   double seconds() const { return std::chrono::duration<double>(m_ended - m_started).count(); }
 
  private:
-  enum State { kLoading, kFailing, kSettling, kDone };
+  enum State { kLoading, kFailing, kSettling, kPressing, kDone };
 
   void OnLoadStarted() override { enter(kLoading); }
   void OnLoadFinished(bool ok) override { enter(ok ? kSettling : kFailing); }
@@ -37,6 +39,8 @@ class PageShot : private LARKA::CallbacksAdapter {
   void enter(State state);
   void finish(const std::string& error);
   bool settled(Clock::time_point now) const;
+  void goOn();
+  void pressNextKey();
   std::string write() const;
 
   LARKA::BrowserManager* m_manager;
@@ -45,5 +49,8 @@ class PageShot : private LARKA::CallbacksAdapter {
   LARKA::ILarkaBrowser* m_browser = nullptr;
   State m_state = kLoading;
   std::string m_error;
+  std::string m_scriptValue;
+  bool m_scriptDone = false;
+  size_t m_keysPressed = 0;
   Clock::time_point m_started, m_entered, m_painted, m_ended;
 };

@@ -28,7 +28,15 @@ A URL may also be a local file, or a host name without a scheme.
                         (default: larka-shot.png)
       --size WxH        the size of the view in pixels, at most 1280x720 (default: 1280x720)
       --thumbnail WxH   scale the image to fit into this size, keeping its proportions
-      --wait MS         wait this long after a page has loaded (default: 0)
+      --zoom PERCENT    the zoom, from 10 to 1000 (default: 100)
+      --wait MS         wait this long after a page has loaded, and again after --keys and --script
+                        (default: 0)
+      --keys LIST       press keys in the loaded page, separated by commas or blanks: characters
+                        ("h,i"), the names tab, return, escape, space, backspace, delete, insert, up,
+                        down, left, right, home, end, page-up, page-down, comma and plus, or key codes
+                        of two or more digits; with shift+, ctrl+, alt+ or meta+ before it where wanted
+      --script JS       then run script in the page and print its value, as text, on standard output;
+                        nothing for undefined, null and script that fails
       --timeout S       give up on a page that has not loaded after S seconds (default: 30)
       --user-agent TEXT the user agent to ask with
       --jobs N          how many pages to render at once, at most 64 (default: 4)
@@ -45,6 +53,8 @@ standard error; the others are rendered), 2 when the command line makes no sense
 Examples:
   larka-shot example.org
   larka-shot menu.html -o menu.jpg --size 960x540
+  larka-shot search.html --keys "l,a,r,k,tab,return" --wait 500
+  larka-shot menu.html --script "document.links.length"
   larka-shot --list portals.txt --jobs 8 --thumbnail 320x180 -o thumbs/
 )";
 
@@ -54,6 +64,12 @@ bool parseNumber(const char* text, int least, int most, int* number) {
   if (end == text || *end != '\0' || value < least || value > most) return false;
   *number = static_cast<int>(value);
   return true;
+}
+
+bool parsePercent(const char* text, double* percent) {
+  char* end = nullptr;
+  *percent = strtod(text, &end);
+  return end != text && *end == '\0' && *percent >= 10 && *percent <= 1000;
 }
 
 bool parseSize(const std::string& text, const Size& most, Size* size) {
@@ -99,6 +115,9 @@ QString outputFor(const QString& output, int index, int count) {
 enum LongOption {
   kSize = 256,
   kThumbnail,
+  kZoom,
+  kScript,
+  kKeys,
   kWait,
   kTimeout,
   kUserAgent,
@@ -113,6 +132,9 @@ const option kLongOptions[] = {{"output", required_argument, nullptr, 'o'},
                                {"help", no_argument, nullptr, 'h'},
                                {"size", required_argument, nullptr, kSize},
                                {"thumbnail", required_argument, nullptr, kThumbnail},
+                               {"zoom", required_argument, nullptr, kZoom},
+                               {"script", required_argument, nullptr, kScript},
+                               {"keys", required_argument, nullptr, kKeys},
                                {"wait", required_argument, nullptr, kWait},
                                {"timeout", required_argument, nullptr, kTimeout},
                                {"user-agent", required_argument, nullptr, kUserAgent},
@@ -150,6 +172,18 @@ std::string applyOption(int option, const char* given, ShotOptions* options, Ask
       return parseSize(value, {kLargestThumbnail, kLargestThumbnail}, &options->thumbnail)
                  ? ""
                  : "--thumbnail takes WxH, from 1x1 to 8192x8192, not " + quoted;
+    case kZoom:
+      return parsePercent(value, &options->zoomPercent)
+                 ? ""
+                 : "--zoom takes a percentage from 10 to 1000, not " + quoted;
+    case kScript:
+      options->script = value;
+      options->hasScript = true;
+      return "";
+    case kKeys: {
+      const std::string word = parseKeys(value, &options->keys);
+      return word.empty() ? "" : "--keys: no such key: '" + word + "'; see --help";
+    }
     case kWait:
       return parseNumber(value, 0, INT_MAX / 2, &options->waitMilliseconds)
                  ? ""

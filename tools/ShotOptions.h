@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "ShotKeys.h"
+
 struct Size {
   int width = 0;
   int height = 0;
@@ -28,6 +30,10 @@ struct ShotOptions {
   int jobs = 4;
   std::string userAgent;
   bool hasUserAgent = false;
+  double zoomPercent = 100;
+  std::string script;
+  bool hasScript = false;
+  std::vector<ShotKey> keys;
   bool quiet = false;
   bool verbose = false;
 };

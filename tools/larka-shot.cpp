@@ -66,6 +66,16 @@ class Console {
   bool m_showsBar;
 };
 
+/// Says on standard output what became of a page.
+void report(const PageShot& page, const ShotOptions& options, Console* console) {
+  const std::string whose = options.shots.size() > 1 ? page.shot().asked + ": " : "";
+  if (options.hasScript) console->done(whose + page.scriptValue());
+  if (options.quiet) return;
+  char seconds[32];
+  snprintf(seconds, sizeof(seconds), " (%.2f s)", page.seconds());
+  console->done(page.shot().output + seconds);
+}
+
 /// Renders every page, several at once. Returns how many failed.
 size_t render(LARKA::BrowserManager* manager, const ShotOptions& options, Console* console) {
   std::list<PageShot> running;
@@ -84,10 +94,8 @@ size_t render(LARKA::BrowserManager* manager, const ShotOptions& options, Consol
       if (!page->error().empty()) {
         ++failed;
         console->error(page->shot(), page->error());
-      } else if (!options.quiet) {
-        char seconds[32];
-        snprintf(seconds, sizeof(seconds), " (%.2f s)", page->seconds());
-        console->done(page->shot().output + seconds);
+      } else {
+        report(*page, options, console);
       }
       page = running.erase(page);
       console->progress(done);

@@ -107,12 +107,17 @@ class LARKA_EXPORT ILarkaBrowser {
   virtual std::vector<std::pair<std::string, std::string>> ReadCookies() = 0;
 
   /// Starts to load a page. `url` is an absolute address in its encoded form (no spaces, non-ASCII
-  /// characters percent-encoded). Returns at once; how it goes is told by ILarkaCallbacks.
+  /// characters percent-encoded). Returns at once; how it goes is told by ILarkaCallbacks. An
+  /// address that can't be read as one loads an empty page. A page that does not want to be left
+  /// asks first: ILarkaCallbacks::OnJavaScriptConfirm.
   virtual void Navigate(const char* url) = 0;
 
-  // Pointer and keys. The last argument of the pointer operations is not used.
+  // Pointer and keys. Everything they set off in the page, and the calls of the listeners that
+  // follow from it, happens before they return. Positions are pixels of the page image; those
+  // outside it are passed on as they are. The last argument of the pointer operations is not used.
 
-  /// Moves the pointer.
+  /// Moves the pointer. After the first press the page takes every move for one with the left
+  /// button held.
   virtual void MouseMove(int x, int y, int reserved) = 0;
 
   /// Presses the left button at a point.
@@ -125,17 +130,19 @@ class LARKA_EXPORT ILarkaBrowser {
   /// the element that was there before.
   virtual void MouseClick(int x, int y, int reserved) = 0;
 
-  /// Turns the wheel at the pointer's last position; 120 is one notch.
+  /// Turns the wheel at the point of the last MouseMove by `amount`, of which 120 make a notch,
+  /// towards `direction`. A value that is no direction counts as DIRECTION_UP.
   virtual void MouseWheel(Directions direction, int amount, int reserved) = 0;
 
-  /// Turns the wheel at the pointer's last position by an amount along each axis, first vertically;
-  /// 120 is one notch, positive is up and left.
+  /// Turns the wheel at the point of the last MouseMove, vertically by `dy` and then horizontally
+  /// by `dx`, of which 120 make a notch and positive values mean up and left.
   virtual void MouseWheel(int dx, int dy, int reserved) = 0;
 
-  /// Presses a key of the host's numbering, with its modifier bits.
+  /// Presses a key; see KeyCode and KeyModifier. The element with the focus gets it, or else the
+  /// page, which scrolls.
   virtual void KeyDown(int key, int modifiers) = 0;
 
-  /// Releases a key of the host's numbering, with its modifier bits.
+  /// Releases a key; see KeyCode and KeyModifier.
   virtual void KeyUp(int key, int modifiers) = 0;
 
   /// Scrolls the main frame by `amount` pixels; negative amounts go the other way.
@@ -184,7 +191,8 @@ class LARKA_EXPORT ILarkaBrowser {
   /// Runs a script (Latin-1) in the main frame and returns its value as text; the empty text when
   /// it throws, or when its value is undefined or null. The script is handed to the page's eval()
   /// inside single quotes: single quotes in it are escaped, but backslashes lose one level and a
-  /// line break is a syntax error.
+  /// line break is a syntax error. A script passes unharmed when every backslash, line break and
+  /// character beyond ASCII in it is written as \uXXXX. A script that never ends is not ended.
   virtual std::string ExecuteJavascript(const char* script) = 0;
 
   /// The address of the current page.
@@ -193,7 +201,8 @@ class LARKA_EXPORT ILarkaBrowser {
   /// The title of the current page.
   virtual std::string GetTitle() = 0;
 
-  /// Sets the zoom in percent: 150 magnifies one and a half times.
+  /// Sets the zoom in percent: 150 magnifies one and a half times. What is not a positive number is
+  /// ignored.
   virtual void SetZoomLevel(double percent) = 0;
 
   /// The zoom in percent.
@@ -239,7 +248,8 @@ class LARKA_EXPORT ILarkaBrowser {
   /// The plug-ins of the current page, in the order of their creation.
   virtual std::vector<LarkaPluginWidget> GetPluginWidgets() = 0;
 
-  /// The element at a point of the view, or an empty handle.
+  /// The innermost element at a point of the page image, child frames included, or an empty handle.
+  /// The page notices nothing.
   virtual LarkaHTMLControl HitTest(int x, int y) = 0;
 
   /// The elements with the tag that belongs to `type`, in document order, of the frame that has the

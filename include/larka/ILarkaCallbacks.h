@@ -86,19 +86,22 @@ class LARKA_EXPORT ILarkaCallbacks {
   /// before the host next pumps events. Never called from inside painting.
   virtual void OnDirty(ILarkaBrowser* browser) = 0;
 
-  /// The page asked for a new window for `url` (empty when the address is not known). No window is
-  /// ever opened; loading the address is up to the host. `modal` is true for a modal dialog.
+  /// The page asked for a new window for `url`, by a link or a form with a target or by script;
+  /// only what a viewer does can make it ask. The address is absolute, and empty when the page gave
+  /// none or it is script itself. No window is ever opened; loading the address is up to the host.
+  /// `modal` is true for a modal dialog.
   virtual void OnCreateWindow(bool modal, const char* url) = 0;
 
   /// The page asks for a file to upload, suggesting one. The answer of the first listener is final:
-  /// a path, or the empty text for none.
+  /// a path, or the empty text for none. It is one file even where the page would take several.
   virtual std::string OnChooseFile(const char* suggestedFile) = 0;
 
   /// Page script shows a message. The script waits until the last listener returns.
   virtual void OnJavaScriptAlert(const char* message) = 0;
 
   /// Page script asks a yes-or-no question. The first listener that returns true answers "yes" and
-  /// the rest are not asked; with none the answer is "no".
+  /// the rest are not asked; with none the answer is "no". A page that does not want to be left
+  /// asks so too; "no" then keeps it and no load is begun.
   virtual bool OnJavaScriptConfirm(const char* message) = 0;
 
   /// Page script asks for a text. A listener that sets `*handled` to true answers with what it

@@ -7,21 +7,22 @@ namespace LARKA {
 /// interface.
 ///
 /// Every other number up to 65535 stands for the character with that Unicode code point: 'a' is 97,
-/// 'A' is 65 (send MODIFIER_LEFT_SHIFT with it), the space is 32, the euro sign is 8364. It is
-/// typed into the page but is no key that a script could tell from others by its key code, except
-/// for the letters A to Z and a to z and the digits 0 to 9. The keys named here win over characters
-/// with their number, so the characters U+0100 to U+0119 can't be typed.
+/// the space 32, the euro sign 8364. It is typed; to page script only the letters A to Z (with
+/// MODIFIER_LEFT_SHIFT, or it looks like caps lock) and a to z and the digits are also keys with a
+/// key code.
 ///
-/// A page receives the character with a key's number along with the key, even where that makes
-/// little sense: KEYCODE_UP comes with U+0111.
+/// Each key comes with the character that has its number. For the keys from KEYCODE_KEYPAD_0 on
+/// that character (U+0100 to U+0119) has nothing to do with the key, and a text field types it for
+/// those it has no other use for: the keypad's (but enter), insert, page up and page down. To type
+/// a digit send KEYCODE_0 to KEYCODE_9.
 enum KeyCode {
   KEYCODE_BACKSPACE = 8,   ///< deletes before the caret
   KEYCODE_TAB = 9,         ///< moves the focus on; with shift, back
   KEYCODE_LINE_FEED = 10,  ///< the same key as KEYCODE_RETURN
   KEYCODE_RETURN = 13,     ///< follows a link, presses a button, sends a form, breaks a line
   KEYCODE_ESCAPE = 27,
-  KEYCODE_SPACE = 32,
-  KEYCODE_0 = 48,  ///< the digits follow in order
+  KEYCODE_SPACE = 32,  ///< toggles the check box or radio button with the focus, when released
+  KEYCODE_0 = 48,      ///< the digits follow in order
   KEYCODE_9 = 57,
   KEYCODE_DELETE = 127,    ///< deletes after the caret
   KEYCODE_KEYPAD_0 = 256,  ///< the keypad's digits follow in order

@@ -146,4 +146,22 @@ TEST_F(LarkaShotTest, SaysInOneLineWhatIsWrong) {
   }
 }
 
+TEST_F(LarkaShotTest, PressesKeysAndRunsScript) {
+  directory.write("f.html", "<form action=g.html><input name=q><input type=submit></form>");
+  directory.write("g.html", "<p>found</p>");
+  const Outcome outcome =
+      run("f.html --keys 'tab,h,shift+I 5 é,comma,273 tab return' --zoom 200 --quiet "
+          "--script \"innerWidth+unescape(location.search)+'\\n\\xe4ü'\"");
+  EXPECT_EQ(outcome.status, 0) << outcome.errors;
+  EXPECT_EQ(outcome.output, "640?q=hI5é,\näü\n");
+  const Outcome two = run("f.html g.html --script document.forms.length --quiet --jobs 1");
+  EXPECT_EQ(two.output, "f.html: 1\ng.html: 0\n");
+  for (const char* wrong : {"--keys bogus", "--keys tab,hyper+a", "--keys 70000", "--keys shift+",
+                            "--zoom 5", "--zoom 1e9", "--zoom x"}) {
+    const Outcome failed = run(std::string("f.html ") + wrong);
+    EXPECT_EQ(failed.status, 2) << wrong;
+    EXPECT_EQ(lines(failed.errors), 1) << wrong;
+  }
+}
+
 }  // namespace

@@ -35,7 +35,7 @@ TEST_F(ListenersTest, AreCalledInTheOrderOfRegistrationAndAsOftenAsRegistered) {
   recorder.sharedEvents = second.sharedEvents = &calls;
   browser->AddListener(&second);
   browser->AddListener(&recorder);
-  browser->ExecuteJavascript("alert(1)");
+  browser->ExecuteJavascript("1+alert(1)");
   const std::vector<std::string> expected = {
       "first OnJavaScriptAlert 1", "second OnJavaScriptAlert 1", "first OnJavaScriptAlert 1"};
   EXPECT_EQ(calls, expected);
@@ -43,7 +43,7 @@ TEST_F(ListenersTest, AreCalledInTheOrderOfRegistrationAndAsOftenAsRegistered) {
   calls.clear();
   browser->RemoveListener(&recorder);  // both registrations
   browser->RemoveListener(&recorder);  // and nothing for an unknown one
-  browser->ExecuteJavascript("alert(2)");
+  browser->ExecuteJavascript("1+alert(2)");
   EXPECT_EQ(calls, std::vector<std::string>{"second OnJavaScriptAlert 2"});
 }
 
@@ -56,8 +56,8 @@ TEST_F(ListenersTest, ThatAreAddedOrRemovedDuringAnEventCountFromTheNextOne) {
     browser->RemoveListener(&removed);
     browser->AddListener(&added);
   };
-  browser->ExecuteJavascript("alert(1)");
-  browser->ExecuteJavascript("alert(2)");
+  browser->ExecuteJavascript("1+alert(1)");
+  browser->ExecuteJavascript("1+alert(2)");
   EXPECT_EQ(recorder.events, std::vector<std::string>{"OnJavaScriptAlert 1"});
   EXPECT_EQ(removed.events, std::vector<std::string>{"OnJavaScriptAlert 1"});
   EXPECT_EQ(added.events, std::vector<std::string>{"OnJavaScriptAlert 2"});

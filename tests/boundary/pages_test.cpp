@@ -1,5 +1,6 @@
 // Navigation, history, script, meta tags, zoom and the viewport.
 #include <climits>
+#include <cmath>
 
 #include "Host.h"
 #include "HttpServer.h"
@@ -141,6 +142,14 @@ TEST_F(PagesTest, ZoomScrollAndViewportAgree) {
     EXPECT_EQ(contentWidth, 30 * percent);
   }
   browser->GetViewPort(nullptr, nullptr, nullptr, nullptr);
+  for (double nonsense : {0.0, -100.0, static_cast<double>(NAN), static_cast<double>(INFINITY)}) {
+    browser->SetZoomLevel(nonsense);
+    EXPECT_EQ(browser->GetZoomLevel(), 200);
+  }
+  int left, top, width, height;
+  browser->SetZoomLevel(1e-9);
+  settle();
+  browser->HitTest(10, 10).GetControlRect(&left, &top, &width, &height);
 }
 
 }  // namespace

@@ -40,9 +40,6 @@ const int kPixmapCacheKilobytes = 51200;
 
 std::atomic<bool> g_running{false};
 
-// How many PumpEvents and RunEventLoop passes are on the stack.
-int g_pumpDepth = 0;
-
 // Set when the process ends with a manager still there, such as a global one: the toolkit may be
 // gone.
 bool g_processEnding = false;
@@ -57,15 +54,16 @@ bool g_applicationIsOurs = false;
 // Only the outermost pump destroys anything; what runs below another may be an object's own
 // handler.
 void carryOutDeferredDestructions() {
-  if (g_pumpDepth > 0 || g_processEnding) return;
+  if (PumpScope::anyRunning() || g_processEnding) return;
   if (QThread::currentThread()->loopLevel() > 0) return;
   carryOutDestructions(g_applicationIsOurs);
 }
 
 void pump(QEventLoop::ProcessEventsFlags flags) {
-  ++g_pumpDepth;
-  QCoreApplication::processEvents(flags);
-  --g_pumpDepth;
+  {
+    PumpScope scope;
+    QCoreApplication::processEvents(flags);
+  }
   carryOutDeferredDestructions();
 }
 

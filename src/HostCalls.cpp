@@ -13,9 +13,24 @@ QList<QPointer<QObject>>& pendingDestructions() {
   return pending;
 }
 
+/// What was to be destroyed during a pass of event processing.
+QList<QPointer<QObject>>& postponedDestructions() {
+  static QList<QPointer<QObject>> postponed;
+  return postponed;
+}
+
 }  // namespace
 
 int HostCalls::s_running = 0;
+int PumpScope::s_depth = 0;
+
+PumpScope::~PumpScope() {
+  if (--s_depth > 0) return;
+  QList<QPointer<QObject>> postponed;
+  postponed.swap(postponedDestructions());
+  for (const QPointer<QObject>& object : postponed)
+    if (object) destroyLater(object);
+}
 
 void destroyLater(QObject* object) {
   pendingDestructions().append(object);
@@ -32,9 +47,13 @@ void carryOutDestructions(bool ofEverything) {
 }
 
 bool HostCalls::postpones(QEvent* event) {
-  if (event->type() != QEvent::DeferredDelete || m_running == 0) return false;
-  m_destructionPending = true;
-  return true;
+  if (event->type() != QEvent::DeferredDelete) return false;
+  if (m_running > 0) {
+    m_destructionPending = true;
+    return true;
+  }
+  if (PumpScope::anyRunning()) postponedDestructions().append(m_owner);
+  return PumpScope::anyRunning();
 }
 
 HostCalls::Scope::Scope(HostCalls* calls) : m_calls(calls), m_owner(calls->m_owner) {

@@ -20,6 +20,22 @@ void destroyLater(QObject* object);
 /// host only pumps.
 void carryOutDestructions(bool ofEverything);
 
+/// Stands around a pass of event processing, during which none of the library's objects is
+/// destroyed: the engine may open an event loop of its own in it, and be running underneath. At the
+/// end of the outermost one they are asked for again.
+class PumpScope {
+ public:
+  PumpScope() { ++s_depth; }
+  ~PumpScope();
+  PumpScope(const PumpScope&) = delete;
+  PumpScope& operator=(const PumpScope&) = delete;
+
+  static bool anyRunning() { return s_depth > 0; }
+
+ private:
+  static int s_depth;
+};
+
 /// Counts the calls into host code that an object has on the stack and puts off the object's
 /// deferred destruction until the last of them has returned.
 ///
@@ -33,7 +49,7 @@ class HostCalls {
   HostCalls& operator=(const HostCalls&) = delete;
 
   /// For the owner's event(): true when `event` is a deferred destruction that has to wait. It is
-  /// asked for again when the last call returns.
+  /// asked for again when the last call returns, and the last pass of event processing has ended.
   bool postpones(QEvent* event);
 
   /// Whether any object has a call into host code on the stack.

@@ -18,7 +18,6 @@
 #include <cmath>
 #include <cstdio>
 #include <memory>
-#include <utility>
 
 #include "FrameRate.h"
 #include "HiddenView.h"
@@ -507,9 +506,9 @@ int LarkaBrowser::GetHeight() {
 
 // Input.
 
-// The page may open an event loop of its own meanwhile; see HiddenView.
+// The page may open an event loop of its own meanwhile, which only HiddenView ends.
 void LarkaBrowser::sendToPage(QEvent* event) {
-  if (!m_webView) return;
+  if (!m_webView || !m_webView->scene()) return;
   HostCalls::Scope scope(&m_hostCalls);
   page()->event(event);
 }
@@ -527,9 +526,12 @@ void LarkaBrowser::sendWheel(int delta, Qt::Orientation orientation) {
   sendToPage(&event);
 }
 
+// The space is a character without a key, for which the engine presses no button and toggles
+// nothing; there it gets the key as well.
 void LarkaBrowser::sendKey(QEvent::Type type, int key, int modifiers) {
-  const std::unique_ptr<QKeyEvent> event(
-      createKeyEventFromVirtualKeyCode(key, modifiers, type, false));
+  std::unique_ptr<QKeyEvent> event(createKeyEventFromVirtualKeyCode(key, modifiers, type, false));
+  if (key == KEYCODE_SPACE && focusIsOnButton())
+    event = std::make_unique<QKeyEvent>(type, Qt::Key_Space, event->modifiers(), event->text());
   sendToPage(event.get());
 }
 
@@ -569,31 +571,29 @@ void LarkaBrowser::MouseWheel(int dx, int dy, int) {
   sendWheel(dx, Qt::Horizontal);
 }
 
-void LarkaBrowser::KeyDown(int key, int modifiers) {
-  sendKey(QEvent::KeyPress, key, modifiers);
-  m_spaceHeldOn = key == KEYCODE_SPACE && modifiers == 0 ? focusedToggle() : QWebElement();
-}
+void LarkaBrowser::KeyDown(int key, int modifiers) { sendKey(QEvent::KeyPress, key, modifiers); }
 
-// The space travels as a character without a key, and the engine lets only a key toggle anything.
-void LarkaBrowser::KeyUp(int key, int modifiers) {
-  const QWebElement held = std::exchange(m_spaceHeldOn, QWebElement());
-  sendKey(QEvent::KeyRelease, key, modifiers);
-  if (key != KEYCODE_SPACE || held.isNull() || held != focusedToggle()) return;
-  QWebElement(held).evaluateJavaScript(QStringLiteral("this.click()"));
-}
+void LarkaBrowser::KeyUp(int key, int modifiers) { sendKey(QEvent::KeyRelease, key, modifiers); }
 
-QWebElement LarkaBrowser::focusedToggle() const {
-  if (!m_webView) return QWebElement();
-  return page()->currentFrame()->findFirstElement(
-      QStringLiteral("input[type=checkbox]:focus, input[type=radio]:focus"));
+bool LarkaBrowser::focusIsOnButton() const {
+  const QString buttons = QStringLiteral(
+      "input[type=checkbox]:focus,input[type=radio]:focus,input[type=button]:focus,"
+      "input[type=submit]:focus,input[type=reset]:focus,input[type=image]:focus,"
+      "input[type=file]:focus,button:focus");
+  return m_webView && !page()->currentFrame()->findFirstElement(buttons).isNull();
 }
 
 // Controls.
 
+// Where nothing is hit, as while a page begins to arrive, the engine leaves the pointer to the
+// element uninitialised, and the result can be neither read nor copied nor destroyed; only the
+// frame tells.
 LarkaHTMLControl LarkaBrowser::HitTest(int x, int y) {
-  if (!m_webView) return LarkaHTMLControl();
-  const QWebHitTestResult hit = mainFrame()->hitTestContent(QPoint(x, y));
-  return LarkaHTMLControl(new LarkaHTMLControlPrivate(hit), true);
+  if (!m_webView || mainFrame()->documentElement().isNull()) return LarkaHTMLControl();
+  auto* hit = new QWebHitTestResult(mainFrame()->hitTestContent(QPoint(x, y)));
+  if (!hit->frame()) return LarkaHTMLControl();
+  const std::unique_ptr<QWebHitTestResult> owned(hit);
+  return LarkaHTMLControl(new LarkaHTMLControlPrivate(*hit), true);
 }
 
 // The type attribute doesn't count: hosts filter by LarkaHTMLControl::GetControlType.

@@ -205,7 +205,7 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
                  Qt::MouseButtons buttons);
   void sendWheel(int delta, Qt::Orientation orientation);
   void sendKey(QEvent::Type type, int key, int modifiers);
-  QWebElement focusedToggle() const;
+  bool focusIsOnButton() const;
 
   void installPage(QNetworkAccessManager* manager);
   void setDialogParent();
@@ -221,7 +221,6 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   std::vector<LarkaPluginWidget> m_pluginWidgets;
   QPoint m_pointer;  // of the last MouseMove
   Qt::MouseButtons m_heldButtons = Qt::NoButton;
-  QWebElement m_spaceHeldOn;  // the check box or radio button with the focus
   QWebElement m_fullScreenElement;
   QElapsedTimer m_frameClock;
   double m_smoothedFrameTime = 0.0;  // seconds

@@ -74,6 +74,12 @@ void writeRect(const QRect& rect, int* x, int* y, int* width, int* height) {
   if (height) *height = extent(rect.top(), rect.bottom());
 }
 
+/// The engine gives the geometry of its last layout; being asked for a width makes it lay out.
+QRect geometryOfNow(QWebElement element) {
+  element.evaluateJavaScript(QStringLiteral("this.offsetWidth"));
+  return element.geometry();
+}
+
 QString latin1(const std::string& text) {
   return QString::fromLatin1(text.data(), static_cast<int>(text.size()));
 }
@@ -128,10 +134,12 @@ void LarkaHTMLControl::SetStyleProperty(std::string name, std::string value) {
 }
 // NOLINTEND(performance-unnecessary-value-param)
 
-bool LarkaHTMLControl::IsClickable() { return !d->hitTest.linkUrl().isEmpty(); }
+bool LarkaHTMLControl::IsClickable() {
+  return !d->element().isNull() && !d->hitTest.linkUrl().isEmpty();
+}
 
 void LarkaHTMLControl::GetControlRect(int* x, int* y, int* width, int* height) {
-  writeRect(d->mapToPage(d->element().geometry()), x, y, width, height);
+  writeRect(d->mapToPage(geometryOfNow(d->element())), x, y, width, height);
 }
 
 std::string LarkaHTMLControl::GetControlId() {
@@ -168,7 +176,8 @@ bool LarkaHTMLControl::HasFocus() { return d->element().hasFocus(); }
 
 void LarkaHTMLControl::GetZoomRect(int* x, int* y, int* width, int* height) {
   const QWebElement block = WebElement::ifOnPage(d->hitTest.enclosingBlockElement());
-  writeRect(block.isNull() ? kWholeScreen : d->mapToPage(block.geometry()), x, y, width, height);
+  writeRect(block.isNull() ? kWholeScreen : d->mapToPage(geometryOfNow(block)), x, y, width,
+            height);
 }
 
 }  // namespace LARKA

@@ -11,8 +11,9 @@ namespace LARKA {
 /// address to nobody else, and to the page as its first navigation, before the script goes on. The
 /// page then deletes itself, and to the script it is as if there had never been one.
 ///
-/// An address that is script itself ("javascript:") is neither told nor run; the page then lives
-/// until the event loop turns.
+/// An address that is script itself ("javascript:"), or that the engine keeps the opener from, is
+/// neither told nor loaded. The page then lives until the event loop turns, and the script has a
+/// window in which nothing works.
 class WindowProbe : public QWebPage {
   Q_OBJECT
 
@@ -20,9 +21,18 @@ class WindowProbe : public QWebPage {
   /// Calls `found` once with the address, which is empty where there is none, and is gone.
   explicit WindowProbe(std::function<void(const QUrl&)> found);
 
+  bool supportsExtension(Extension) const override { return false; }
+
  protected:
   bool acceptNavigationRequest(QWebFrame* frame, const QNetworkRequest& request,
                                NavigationType type) override;
+  QWebPage* createWindow(WebWindowType) override { return nullptr; }
+  QString chooseFile(QWebFrame*, const QString&) override { return QString(); }
+  void javaScriptAlert(QWebFrame*, const QString&) override {}
+  bool javaScriptConfirm(QWebFrame*, const QString&) override { return false; }
+  bool javaScriptPrompt(QWebFrame*, const QString&, const QString&, QString*) override {
+    return false;
+  }
 
  private:
   void finish(const QUrl& url);

@@ -182,7 +182,8 @@ std::string applyOption(int option, const char* given, ShotOptions* options, Ask
       return "";
     case kKeys: {
       const std::string word = parseKeys(value, &options->keys);
-      return word.empty() ? "" : "--keys: no such key: '" + word + "'; see --help";
+      if (!word.empty()) return "--keys: no such key: '" + word + "'; see --help";
+      return options->keys.empty() ? "--keys names no key" : "";
     }
     case kWait:
       return parseNumber(value, 0, INT_MAX / 2, &options->waitMilliseconds)

@@ -87,9 +87,11 @@ class LARKA_EXPORT ILarkaCallbacks {
   virtual void OnDirty(ILarkaBrowser* browser) = 0;
 
   /// The page asked for a new window for `url`, by a link or a form with a target or by script;
-  /// only what a viewer does can make it ask. The address is absolute, and empty when the page gave
-  /// none or it is script itself. No window is ever opened; loading the address is up to the host.
-  /// `modal` is true for a modal dialog.
+  /// only what a viewer does can make it ask. The address is absolute. It is empty when the page
+  /// gave none, and when it is script itself or one that the engine keeps the page from, as a file
+  /// is for a page from the network; one that can't be read as an address is not told at all. No
+  /// window is ever opened; loading the address is up to the host. `modal` is true for a modal
+  /// dialog.
   virtual void OnCreateWindow(bool modal, const char* url) = 0;
 
   /// The page asks for a file to upload, suggesting one. The answer of the first listener is final:

@@ -21,7 +21,7 @@ enum KeyCode {
   KEYCODE_LINE_FEED = 10,  ///< the same key as KEYCODE_RETURN
   KEYCODE_RETURN = 13,     ///< follows a link, presses a button, sends a form, breaks a line
   KEYCODE_ESCAPE = 27,
-  KEYCODE_SPACE = 32,  ///< toggles the check box or radio button with the focus, when released
+  KEYCODE_SPACE = 32,  ///< presses the button or toggles the box that has the focus
   KEYCODE_0 = 48,      ///< the digits follow in order
   KEYCODE_9 = 57,
   KEYCODE_DELETE = 127,    ///< deletes after the caret

@@ -49,6 +49,11 @@ class ControlsTest : public test::BrowserTest {
     control.GetControlRect(&x, &y, &width, &height);
     return describe(x, y, width, height);
   }
+  static std::string zoomRect(LarkaHTMLControl control) {
+    int x = 0, y = 0, width = 0, height = 0;
+    control.GetZoomRect(&x, &y, &width, &height);
+    return describe(x, y, width, height);
+  }
   static std::string describe(int x, int y, int width, int height) {
     return std::to_string(x) + "," + std::to_string(y) + " " + std::to_string(width) + "x" +
            std::to_string(height);
@@ -178,21 +183,40 @@ TEST_F(ControlsTest, GeometryIsWhereThePixelsAre) {
   }
 }
 
-TEST_F(ControlsTest, TheZoomRectIsTheBlockAroundTheHit) {
+TEST_F(ControlsTest, GeometryIsThatOfNow) {
   ASSERT_TRUE(
       load("<body style='margin:0'><div style='margin:20px;width:200px;height:100px'><b>some "
-           "text</b></div><input id=i>"));
-  int x, y, width, height;
-  browser->HitTest(25, 25).GetZoomRect(&x, &y, &width, &height);
-  EXPECT_EQ(describe(x, y, width, height), "20,20 200x100");
-  control(CONTROL_TEXT, "i").GetZoomRect(&x, &y, &width, &height);
-  EXPECT_EQ(describe(x, y, width, height), "0,0 1024x768");
-  browser->HitTest(25, 25).GetZoomRect(nullptr, nullptr, nullptr, nullptr);
+           "text</b></div><input id=i style='position:absolute;left:10px;top:150px;width:50px;"
+           "height:20px;border:0;padding:0'>"));
+  LarkaHTMLControl input = control(CONTROL_TEXT, "i"), text = browser->HitTest(25, 25);
+  EXPECT_EQ(zoomRect(text), "20,20 200x100");
+  EXPECT_EQ(zoomRect(input), "0,0 1024x768");
+  script(
+      "document.getElementById('i').style.left='200px';document.body.firstChild.style.margin='"
+      "9px'");
+  EXPECT_EQ(rect(input), "200,150 50x20");
+  EXPECT_EQ(zoomRect(text), "9,9 200x100");
+  text.GetZoomRect(nullptr, nullptr, nullptr, nullptr);
+}
+
+// As while a page begins to arrive.
+TEST_F(ControlsTest, WhereNothingIsThereIsNothingToHit) {
+  std::string seen;
+  recorder.onEvent = [&](const std::string& event) {
+    if (event.rfind("OnUrlChanged", 0) == 0) seen += browser->HitTest(9, 9).GetControlId() + ".";
+  };
+  ASSERT_TRUE(load("<div id=d style='height:90px'>x</div>"));
+  EXPECT_EQ(seen.substr(0, 1), ".") << "there was an element already";
+  EXPECT_EQ(browser->HitTest(9, 9).GetControlId(), "d");
+  script("document.removeChild(document.documentElement)");
+  browser->MouseClick(9, 9, 0);
+  EXPECT_EQ(browser->HitTest(9, 9).GetControlType(), CONTROL_UNKNOWN);
+  EXPECT_EQ(recorder.count("OnMouseClick"), 1);
 }
 
 TEST_F(ControlsTest, HandlesOutliveTheirPageAndTheirBrowser) {
   const std::string page =
-      "<body style='margin:0'><input id=i value=v style='width:90px;height:50px;color:red'>";
+      "<body style='margin:0'><a href=x><input id=i value=v style='width:90px;height:50px'></a>";
   ASSERT_TRUE(load(page));
   LarkaHTMLControl left = browser->HitTest(20, 20), copy(left), assigned;
   assigned = copy;
@@ -203,9 +227,11 @@ TEST_F(ControlsTest, HandlesOutliveTheirPageAndTheirBrowser) {
     handle.SetStyleProperty("color", "blue");
     return handle.GetControlType() == CONTROL_UNKNOWN && handle.GetControlId().empty() &&
            handle.GetControlText().empty() && handle.GetStyleProperty("color").empty() &&
-           !handle.IsControlSelected() && !handle.HasFocus() && rect(handle) == "0,0 0x0";
+           !handle.IsControlSelected() && !handle.HasFocus() && !handle.IsClickable() &&
+           rect(handle) == "0,0 0x0" && zoomRect(handle) == "0,0 1024x768";
   };
   EXPECT_EQ(left.GetControlId(), "i");
+  EXPECT_TRUE(left.IsClickable());
   EXPECT_TRUE(describesNothing(LarkaHTMLControl()));
   ASSERT_TRUE(load("<iframe srcdoc=\"<input id=in autofocus>\"></iframe><input id=other>"));
   EXPECT_TRUE(describesNothing(left));

@@ -204,6 +204,39 @@ function(){place='told'},function(e){place='refused '+e.code});else place='refus
   EXPECT_TRUE(host.pumpUntil([this] { return recorder.finished; }));
 }
 
+// Of an address that is script, and of one that the engine keeps the page from.
+TEST_F(DialogsTest, AWindowThatGoesNowhereAsksNobody) {
+  for (const char* address : {"javascript:1", "file:///etc/hostname"}) {
+    ASSERT_TRUE(visit(std::string("data:text/html,<style>body{margin:0}</style><button onclick=\"w="
+                                  "window.open('") +
+                      address +
+                      "');w.alert(1);document.title=w.confirm(2)+''+w.prompt(3)\">x</button>"));
+    browser->MouseClick(5, 5, 0);
+    host.pumpFor(20);
+    EXPECT_EQ(browser->GetTitle(), "falsenull") << address;
+    EXPECT_EQ(recorder.count("OnJavaScriptAlert"), 0);
+  }
+  EXPECT_EQ(recorder.count("OnCreateWindow "), 2);
+}
+
+// The dialog's event loop turns below the page's own script.
+TEST_F(DialogsTest, ABrowserIsNotDestroyedUnderADialogOfItsPage) {
+  for (const char* opens :
+       {"document.getElementById('c').click()", "showModalDialog('javascript:1')"}) {
+    LARKA::ILarkaBrowser* other = host.createBrowser(&recorder);
+    ASSERT_TRUE(host.load(
+        other, &recorder,
+        std::string("<style>*{margin:0}</style><button onclick=\"setTimeout(function(){") + opens +
+            "},5)\">x</button><input type=color id=c>"));
+    other->MouseClick(5, 5, 0);
+    other->RemoveListener(&recorder);
+    host.manager->DestroyBrowser(other, false);
+    usleep(40000);
+    host.pumpFor(50);
+  }
+  EXPECT_TRUE(load("<title>x</title>"));
+}
+
 // A page may ask whether to be left; the answer is that of any other question.
 TEST_F(DialogsTest, APageThatWantsToStayAsks) {
   const char kStays[] =

@@ -177,6 +177,20 @@ TEST_F(InputTest, SpaceTogglesOnlyWhatHasTheFocusWhenItGoesDownAndUp) {
   EXPECT_EQ(byId("t").GetControlText(), "a b");
 }
 
+TEST_F(InputTest, SpacePressesLikeAViewer) {
+  ASSERT_TRUE(load(
+      "<input type=checkbox id=a onclick=\"window.open('http://h.test/')\"><button onclick="
+      "\"document.title='pressed'\">b</button><input type=checkbox id=c onkeyup='return false'>"));
+  for (int i = 0; i < 3; ++i) {
+    press(KEYCODE_TAB);
+    press(KEYCODE_SPACE);
+  }
+  EXPECT_EQ(recorder.count("OnCreateWindow http://h.test/"), 1);
+  EXPECT_EQ(browser->GetTitle(), "pressed");
+  EXPECT_TRUE(byId("a").IsControlSelected());
+  EXPECT_FALSE(byId("c").IsControlSelected()) << "the page said no";
+}
+
 // Every pointer event as the page sees it.
 TEST_F(InputTest, ThePageSeesPointerAndWheelAsTheHostSentThem) {
   ASSERT_TRUE(load(R"(<style>body{margin:0;height:3000px}</style><script>var log=[];

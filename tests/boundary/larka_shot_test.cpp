@@ -157,7 +157,7 @@ TEST_F(LarkaShotTest, PressesKeysAndRunsScript) {
   const Outcome two = run("f.html g.html --script document.forms.length --quiet --jobs 1");
   EXPECT_EQ(two.output, "f.html: 1\ng.html: 0\n");
   for (const char* wrong : {"--keys bogus", "--keys tab,hyper+a", "--keys 70000", "--keys shift+",
-                            "--zoom 5", "--zoom 1e9", "--zoom x"}) {
+                            "--keys ,", "--zoom 5", "--zoom 1e9", "--zoom x"}) {
     const Outcome failed = run(std::string("f.html ") + wrong);
     EXPECT_EQ(failed.status, 2) << wrong;
     EXPECT_EQ(lines(failed.errors), 1) << wrong;

@@ -1,9 +1,7 @@
 #include "WebPage.h"
 
-#include <QNetworkRequest>
 #include <QPointer>
 #include <QWebFrame>
-#include <utility>
 
 #include "LarkaBrowserQt.h"
 #include "WindowProbe.h"
@@ -37,24 +35,17 @@ bool WebPage::extension(Extension, const ExtensionOption*, ExtensionReturn* outp
 
 bool WebPage::shouldInterruptJavaScript() { return true; }
 
-// The address of a link or a form has been announced. That of script's own window has to be found
-// out.
+// The engine doesn't pass the address.
 QWebPage* WebPage::createWindow(WebWindowType type) {
   const bool modal = type == WebModalDialog;
-  if (m_newWindowUrl) {
-    const QUrl url = *std::exchange(m_newWindowUrl, std::nullopt);
-    return m_browser->createWindow(modal, url);
-  }
   return new WindowProbe([page = QPointer<WebPage>(this), modal](const QUrl& url) {
     if (page) page->m_browser->createWindow(modal, url);
   });
 }
 
-// Without a frame it is about a new window, and the engine goes on to ask for that at once.
 bool WebPage::acceptNavigationRequest(QWebFrame* frame, const QNetworkRequest& request,
                                       NavigationType type) {
   m_browser->acceptNavigationRequest(type);
-  m_newWindowUrl = frame ? std::nullopt : std::make_optional(request.url());
   return QWebPage::acceptNavigationRequest(frame, request, type);
 }
 

@@ -2,9 +2,7 @@
 #pragma once
 
 #include <QString>
-#include <QUrl>
 #include <QWebPage>
-#include <optional>
 
 namespace LARKA {
 
@@ -49,7 +47,6 @@ class WebPage : public QWebPage {
 
   LarkaBrowser* m_browser;
   QString m_userAgent;
-  std::optional<QUrl> m_newWindowUrl;  // announced by the engine, right before it asks for a window
 };
 
 }  // namespace LARKA

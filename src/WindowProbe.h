@@ -1,4 +1,4 @@
-// WindowProbe.h: learns where a window that script opens would go.
+// WindowProbe.h: learns where a new window would go.
 #pragma once
 
 #include <QUrl>
@@ -7,9 +7,9 @@
 
 namespace LARKA {
 
-/// The page of a window that script asks for, until its address is known. The engine tells the
-/// address to nobody else, and to the page as its first navigation, before the script goes on. The
-/// page then deletes itself, and to the script it is as if there had never been one.
+/// The page of a window that a page asks for, until its address is known. The engine tells the
+/// address to the window's page as its first navigation, before the opener goes on. The page then
+/// deletes itself, and to the opener it is as if there had never been one.
 ///
 /// An address that is script itself ("javascript:"), or that the engine keeps the opener from, is
 /// neither told nor loaded. The page then lives until the event loop turns, and the script has a

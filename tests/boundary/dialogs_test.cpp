@@ -227,12 +227,18 @@ TEST_F(DialogsTest, ABrowserIsNotDestroyedUnderADialogOfItsPage) {
     ASSERT_TRUE(host.load(
         other, &recorder,
         std::string("<style>*{margin:0}</style><button onclick=\"setTimeout(function(){") + opens +
-            "},5)\">x</button><input type=color id=c>"));
+            ";console.log('survived')},5)\">x</button><input type=color id=c>"));
+    recorder.events.clear();
     other->MouseClick(5, 5, 0);
-    other->RemoveListener(&recorder);
     host.manager->DestroyBrowser(other, false);
     usleep(40000);
     host.pumpFor(50);
+    EXPECT_EQ(std::count_if(recorder.events.begin(), recorder.events.end(),
+                            [](const std::string& event) {
+                              return event.find("survived") != std::string::npos;
+                            }),
+              1)
+        << opens;
   }
   EXPECT_TRUE(load("<title>x</title>"));
 }

@@ -2,7 +2,8 @@
 
 build_packages="g++ cmake ninja-build qtbase5-dev libqt5webkit5-dev qt5-style-plugins
   fonts-dejavu-core fonts-dejavu-extra"
-test_packages="libgtest-dev xvfb xauth"
+test_packages="libgtest-dev libbenchmark-dev xvfb xauth nginx-light openssl tinyproxy microsocks"
+fuzz_packages="clang libclang-rt-14-dev"
 
 fail() {
   echo "$(basename "$0"): $*" >&2

@@ -18,6 +18,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "CookieJar.h"
 #include "HiddenView.h"
 #include "HostCalls.h"
 #include "LarkaBrowserQt.h"
@@ -77,9 +78,21 @@ QString applicationSupportPath(const QString& name) {
   return directory + QLatin1Char('/') + name;
 }
 
-BrowserManagerPrivate::BrowserManagerPrivate() = default;
+QList<BrowserManagerPrivate*> BrowserManagerPrivate::s_living;
+
+BrowserManagerPrivate::BrowserManagerPrivate() { s_living.append(this); }
+
+// A manager that is never shut down, such as a global one, can't be relied on to be destroyed.
+void BrowserManagerPrivate::saveCookiesOfAll() {
+  for (const BrowserManagerPrivate* manager : s_living) {
+    if (!manager->cookieJar) continue;
+    manager->cookieJar->endSession();
+    manager->cookieJar->save();
+  }
+}
 
 BrowserManagerPrivate::~BrowserManagerPrivate() {
+  s_living.removeOne(this);
   fprintf(stderr, "----browser manager quitting\n");
   fprintf(stderr, "---destroying scene\n");
   releaseLivingBrowsers();
@@ -162,7 +175,10 @@ BrowserManager::~BrowserManager() {
 void BrowserManager::Initialize(int argc, char** argv) {
   g_running = true;
   if (!d) d = new BrowserManagerPrivate;
-  static const int registered = std::atexit([] { g_processEnding = true; });
+  static const int registered = std::atexit([] {
+    g_processEnding = true;
+    BrowserManagerPrivate::saveCookiesOfAll();
+  });
   Q_UNUSED(registered)
   if (QCoreApplication::instance()) {
     d->application = qobject_cast<QApplication*>(QCoreApplication::instance());
@@ -176,7 +192,8 @@ void BrowserManager::Initialize(int argc, char** argv) {
   }
   if (d->application) QApplication::setStyle(new LarkaStyle);
   QNetworkProxyFactory::setUseSystemConfiguration(true);
-  if (!d->cookieJar) d->cookieJar = new QNetworkCookieJar(d);
+  if (!d->cookieJar)
+    d->cookieJar = new CookieJar(applicationSupportPath(QStringLiteral("cookies")), d);
   if (!d->diskCache) d->diskCache = new QNetworkDiskCache(d);
   d->diskCache->setCacheDirectory(applicationSupportPath(QStringLiteral("cache")));
   QPixmapCache::setCacheLimit(kPixmapCacheKilobytes);

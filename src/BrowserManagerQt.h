@@ -9,10 +9,11 @@ class QApplication;
 class QGraphicsScene;
 class QGraphicsView;
 class QNetworkAccessManager;
-class QNetworkCookieJar;
 class QNetworkDiskCache;
 
 namespace LARKA {
+
+class CookieJar;
 
 /// What all browsers share: the cookie jar and the disk cache (children of this object), and the
 /// hidden scene with the view that paints it.
@@ -29,7 +30,10 @@ class BrowserManagerPrivate : public QObject {
   /// Gives a browser's requests the shared jar, and keeps the jar.
   void shareCookieJar(QNetworkAccessManager* manager);
 
-  QNetworkCookieJar* cookieJar = nullptr;
+  /// Writes the cookies of every manager there is.
+  static void saveCookiesOfAll();
+
+  CookieJar* cookieJar = nullptr;
   QNetworkDiskCache* diskCache = nullptr;
   QApplication* application = nullptr;
   bool applicationCreatedHere = false;
@@ -42,6 +46,7 @@ class BrowserManagerPrivate : public QObject {
   void releaseLivingBrowsers();
 
   QList<QPointer<QNetworkAccessManager>> jarUsers;
+  static QList<BrowserManagerPrivate*> s_living;
 };
 
 }  // namespace LARKA

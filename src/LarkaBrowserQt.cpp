@@ -1,24 +1,31 @@
 #include "LarkaBrowserQt.h"
 
 #include <QApplication>
+#include <QDateTime>
+#include <QDebug>
 #include <QFile>
 #include <QGraphicsScene>
 #include <QImage>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QNetworkAccessManager>
-#include <QNetworkCookieJar>
+#include <QNetworkCookie>
+#include <QNetworkDiskCache>
 #include <QNetworkProxy>
+#include <QNetworkReply>
 #include <QPainter>
 #include <QTimer>
 #include <QTransform>
 #include <QWebFrame>
 #include <QWebHistory>
 #include <QWheelEvent>
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <memory>
 
+#include "CacheWrapper.h"
+#include "CookieJar.h"
 #include "FrameRate.h"
 #include "HiddenView.h"
 #include "HostText.h"
@@ -35,6 +42,7 @@ namespace {
 
 const int kPagesInCache = 5;
 const int kFrameIntervalMilliseconds = 33;
+const qint64 kDefaultCacheBytes = 209715200;  // 200 MiB
 
 QNetworkProxy::ProxyType toolkitProxyType(ProxyType type) {
   switch (static_cast<unsigned>(type)) {
@@ -100,7 +108,9 @@ void LarkaBrowser::setDialogParent() {
 void LarkaBrowser::Initialize(int width, int height, const char* cookiePath,
                               const char* localStoragePath, bool, SystemInfoData*) {
   if (!m_webView || m_frameTimer) return;
-  if (cookiePath) page()->networkAccessManager()->setCookieJar(new QNetworkCookieJar);
+  if (cookiePath)
+    page()->networkAccessManager()->setCookieJar(
+        new CookieJar(QFile::decodeName(cookiePath), nullptr));
   useLocalStorage(QFile::decodeName(localStoragePath));
   setDialogParent();
   Resize(width, height);
@@ -265,6 +275,11 @@ void LarkaBrowser::downloadRequested(const QNetworkRequest&) {
 }
 
 void LarkaBrowser::creatingRequest(const QUrl& url) {
+  if (m_diskCache && m_diskCache->cacheDirectory().isEmpty()) {
+    qWarning()
+        << "LarkaBrowser::creatingRequest() cannot use cache because cache directory is empty";
+    qWarning() << "   when trying to load " << url.toString();
+  }
   const std::string text = toHost(url);
   notifyWhileEngineIsBusy(
       [&](ILarkaCallbacks* listener) { listener->OnCreatingRequest(text.c_str()); });
@@ -358,6 +373,91 @@ void LarkaBrowser::SetProxy(const char* host, int port, ProxyType type, const ch
 
 void LarkaBrowser::SetUserAgent(const char* userAgent) {
   if (m_webView) page()->setUserAgent(fromHost(userAgent));
+}
+
+// The disk cache.
+
+QMap<QString, QWeakPointer<QNetworkDiskCache>> LarkaBrowser::s_allCaches;
+
+// The shift is in 32 bits: hosts count on what becomes of sizes from 2048 on.
+void LarkaBrowser::SetCacheParameters(const char* directory, int sizeInMegabytes) {
+  if (!m_webView) return;
+  const QString key = fromHost(directory);
+  keepCacheForRunningReplies();
+  m_diskCache = s_allCaches[key].toStrongRef();
+  if (!m_diskCache) {
+    m_diskCache.reset(new QNetworkDiskCache(nullptr));
+    m_diskCache->setCacheDirectory(key);
+    s_allCaches[key] = m_diskCache;
+  }
+  const auto bytes = static_cast<qint32>(static_cast<quint32>(sizeInMegabytes) << 20);
+  m_diskCache->setMaximumCacheSize(sizeInMegabytes < 0 ? kDefaultCacheBytes : bytes);
+  page()->networkAccessManager()->setCache(new CacheWrapper(m_diskCache.data()));
+}
+
+// They may be writing into it.
+void LarkaBrowser::keepCacheForRunningReplies() {
+  if (!m_diskCache) return;
+  for (QNetworkReply* reply : page()->networkAccessManager()->findChildren<QNetworkReply*>())
+    connect(reply, &QObject::destroyed, [cache = m_diskCache] {});
+}
+
+void LarkaBrowser::ClearCache() {
+  QWebSettings::clearMemoryCaches();
+  QAbstractNetworkCache* cache = m_webView ? page()->networkAccessManager()->cache() : nullptr;
+  if (cache) cache->clear();
+}
+
+// Cookies.
+
+QNetworkCookieJar* LarkaBrowser::cookieJar() const {
+  return m_webView ? page()->networkAccessManager()->cookieJar() : nullptr;
+}
+
+QList<QNetworkCookie> LarkaBrowser::pageCookies() const {
+  const QNetworkCookieJar* jar = cookieJar();
+  return jar ? jar->cookiesForUrl(mainFrame()->url()) : QList<QNetworkCookie>();
+}
+
+int LarkaBrowser::InjectCookie(const char* domain, const char* name, const char* value,
+                               int lifetimeSeconds) {
+  QNetworkCookieJar* jar = cookieJar();
+  if (!jar) return 0;
+  QNetworkCookie cookie(name, value);
+  if (lifetimeSeconds >= 0)
+    cookie.setExpirationDate(QDateTime::currentDateTimeUtc().addSecs(lifetimeSeconds));
+  QString host = fromHost(domain);
+  if (host.startsWith(QLatin1Char('.'))) host.remove(0, 1);
+  jar->setCookiesFromUrl({cookie}, QUrl::fromUserInput(host));
+  return 0;
+}
+
+void LarkaBrowser::ClearAllCookies() {
+  if (auto* jar = qobject_cast<CookieJar*>(cookieJar())) jar->clear();
+}
+
+std::string LarkaBrowser::ReadCookie(const char* name) {
+  for (const QNetworkCookie& cookie : pageCookies())
+    if (cookie.name() == QByteArray(name)) return cookie.value().toStdString();
+  return std::string();
+}
+
+std::vector<std::pair<std::string, std::string>> LarkaBrowser::ReadCookies() {
+  std::vector<std::pair<std::string, std::string>> cookies;
+  for (const QNetworkCookie& cookie : pageCookies())
+    cookies.emplace_back(cookie.name().constData(), cookie.value().toStdString());
+  return cookies;
+}
+
+// The cookies are stored again as they are: hosts rely on it that nothing is deleted.
+bool LarkaBrowser::ClearCookie(const char* name) {
+  const QList<QNetworkCookie> cookies = pageCookies();
+  const auto isNamed = [wanted = QByteArray(name)](const QNetworkCookie& cookie) {
+    return cookie.name() == wanted;
+  };
+  if (!std::any_of(cookies.begin(), cookies.end(), isNamed)) return false;
+  cookieJar()->setCookiesFromUrl(cookies, mainFrame()->url());
+  return true;
 }
 
 // Navigation and history.
@@ -704,13 +804,6 @@ void LarkaBrowser::SetConfig(const char*, bool) {}
 
 // Operations that are not built yet; see the README's list.
 
-void LarkaBrowser::SetCacheParameters(const char*, int) {}
-void LarkaBrowser::ClearCache() {}
-int LarkaBrowser::InjectCookie(const char*, const char*, const char*, int) { return 0; }
-bool LarkaBrowser::ClearCookie(const char*) { return false; }
-void LarkaBrowser::ClearAllCookies() {}
-std::string LarkaBrowser::ReadCookie(const char*) { return std::string(); }
-std::vector<std::pair<std::string, std::string>> LarkaBrowser::ReadCookies() { return {}; }
 std::vector<LarkaPluginWidget> LarkaBrowser::GetPluginWidgets() { return {}; }
 ILarkaBrowser* LarkaBrowser::LaunchInspector(bool) { return nullptr; }
 

@@ -4,11 +4,14 @@
 #include <QElapsedTimer>
 #include <QEvent>
 #include <QList>
+#include <QMap>
 #include <QObject>
 #include <QPoint>
 #include <QRegion>
+#include <QSharedPointer>
 #include <QString>
 #include <QUrl>
+#include <QWeakPointer>
 #include <QWebElement>
 #include <QWebPage>
 #include <QWebSettings>
@@ -22,6 +25,9 @@
 class LarkaWebView;
 class QImage;
 class QNetworkAccessManager;
+class QNetworkCookie;
+class QNetworkCookieJar;
+class QNetworkDiskCache;
 class QNetworkReply;
 class QNetworkRequest;
 class QPaintDevice;
@@ -211,9 +217,15 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   void setDialogParent();
   void useLocalStorage(const QString& directory);
   void connectPage();
+  void keepCacheForRunningReplies();
+  QNetworkCookieJar* cookieJar() const;
+  QList<QNetworkCookie> pageCookies() const;
   std::string historyLocation(int offset) const;
   WebPage* page() const;
   QWebFrame* mainFrame() const;
+
+  // The disk cache of each directory that a browser uses, or used.
+  static QMap<QString, QWeakPointer<QNetworkDiskCache>> s_allCaches;
 
   LarkaWebView* m_webView = nullptr;
   QTimer* m_frameTimer = nullptr;
@@ -222,6 +234,7 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   QPoint m_pointer;  // of the last MouseMove
   Qt::MouseButtons m_heldButtons = Qt::NoButton;
   QWebElement m_fullScreenElement;
+  QSharedPointer<QNetworkDiskCache> m_diskCache;  // null until SetCacheParameters
   QElapsedTimer m_frameClock;
   double m_smoothedFrameTime = 0.0;  // seconds
   HostCalls m_hostCalls;

@@ -2,6 +2,7 @@
 
 #include <QImage>
 #include <QSaveFile>
+#include <QUrl>
 #include <algorithm>
 #include <cstdio>
 
@@ -46,16 +47,30 @@ PageShot::PageShot(LARKA::BrowserManager* manager, const ShotOptions& options, c
   }
   m_browser = manager->CreateBrowser();
   m_browser->AddListener(this);
-  m_browser->Initialize(options.size.width, options.size.height, nullptr, nullptr, false, nullptr);
-  if (options.hasUserAgent) m_browser->SetUserAgent(options.userAgent.c_str());
+  const char* jar = options.cookieJar.empty() ? nullptr : options.cookieJar.c_str();
+  m_browser->Initialize(options.size.width, options.size.height, jar, nullptr, false, nullptr);
+  setUpNetwork();
   m_browser->SetZoomLevel(options.zoomPercent);
   m_browser->Navigate(shot.url.c_str());
 }
 
+// At once: the next page may want the cookies that this one has left.
 PageShot::~PageShot() {
   if (!m_browser) return;
   m_browser->RemoveListener(this);
-  m_manager->DestroyBrowser(m_browser, false);
+  m_manager->DestroyBrowser(m_browser, true);
+}
+
+void PageShot::setUpNetwork() {
+  if (m_options.hasUserAgent) m_browser->SetUserAgent(m_options.userAgent.c_str());
+  if (!m_options.cache.empty()) m_browser->SetCacheParameters(m_options.cache.c_str(), -1);
+  const ShotProxy& proxy = m_options.proxy;
+  if (!proxy.host.empty())
+    m_browser->SetProxy(proxy.host.c_str(), proxy.port, proxy.type, proxy.user.c_str(),
+                        proxy.password.c_str());
+  const std::string host = QUrl::fromEncoded(m_shot.url.c_str()).host().toStdString();
+  for (const auto& cookie : m_options.cookies)
+    m_browser->InjectCookie(host.c_str(), cookie.first.c_str(), cookie.second.c_str(), -1);
 }
 
 void PageShot::enter(State state) {

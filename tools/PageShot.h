@@ -39,6 +39,7 @@ class PageShot : private LARKA::CallbacksAdapter {
   void enter(State state);
   void finish(const std::string& error);
   bool settled(Clock::time_point now) const;
+  void setUpNetwork();
   void goOn();
   void pressNextKey();
   std::string write() const;

@@ -39,6 +39,13 @@ A URL may also be a local file, or a host name without a scheme.
                         nothing for undefined, null and script that fails
       --timeout S       give up on a page that has not loaded after S seconds (default: 30)
       --user-agent TEXT the user agent to ask with
+      --cookie NAME=VALUE
+                        send this cookie to each page's host; may be given several times
+      --cookie-jar FILE keep cookies in this file instead of the library's own; the pages are then
+                        rendered one after the other
+      --cache DIR       keep what is loaded in this folder, and take it from there next time
+      --proxy URL       load through a proxy: http://HOST:PORT or socks5://HOST:PORT, with
+                        USER:PASSWORD@ before the host where it wants them
       --jobs N          how many pages to render at once, at most 64 (default: 4)
       --list FILE       read more addresses from a file, one a line ("-": standard input);
                         empty lines and lines that begin with # are skipped
@@ -77,6 +84,33 @@ bool parseSize(const std::string& text, const Size& most, Size* size) {
   return x != std::string::npos &&
          parseNumber(text.substr(0, x).c_str(), 1, most.width, &size->width) &&
          parseNumber(text.substr(x + 1).c_str(), 1, most.height, &size->height);
+}
+
+bool parseCookie(const std::string& text,
+                 std::vector<std::pair<std::string, std::string>>* cookies) {
+  const size_t equals = text.find('=');
+  if (equals == std::string::npos || equals == 0) return false;
+  cookies->emplace_back(text.substr(0, equals), text.substr(equals + 1));
+  return true;
+}
+
+bool parseProxy(const char* text, ShotProxy* proxy) {
+  const QUrl url(QString::fromLocal8Bit(text), QUrl::StrictMode);
+  if (url.scheme() != "http" && url.scheme() != "socks5") return false;
+  if (url.host().isEmpty() || url.port() <= 0 || url.path().size() > 1) return false;
+  proxy->type = url.scheme() == "http" ? LARKA::PROXY_HTTP : LARKA::PROXY_SOCKS5;
+  proxy->host = url.host().toStdString();
+  proxy->port = url.port();
+  proxy->user = url.userName(QUrl::FullyDecoded).toStdString();
+  proxy->password = url.password(QUrl::FullyDecoded).toStdString();
+  return true;
+}
+
+/// Whether there is such a file, or a folder to make it in.
+bool canKeepFile(const char* path) {
+  const QFileInfo file(QString::fromLocal8Bit(path));
+  return *path && (file.exists() ? file.isFile() && file.isWritable()
+                                 : QFileInfo(file.absolutePath()).isWritable());
 }
 
 bool readList(const std::string& path, std::vector<std::string>* addresses) {
@@ -121,6 +155,10 @@ enum LongOption {
   kWait,
   kTimeout,
   kUserAgent,
+  kCookie,
+  kCookieJar,
+  kCache,
+  kProxy,
   kJobs,
   kList,
   kQuiet,
@@ -138,6 +176,10 @@ const option kLongOptions[] = {{"output", required_argument, nullptr, 'o'},
                                {"wait", required_argument, nullptr, kWait},
                                {"timeout", required_argument, nullptr, kTimeout},
                                {"user-agent", required_argument, nullptr, kUserAgent},
+                               {"cookie", required_argument, nullptr, kCookie},
+                               {"cookie-jar", required_argument, nullptr, kCookieJar},
+                               {"cache", required_argument, nullptr, kCache},
+                               {"proxy", required_argument, nullptr, kProxy},
                                {"jobs", required_argument, nullptr, kJobs},
                                {"list", required_argument, nullptr, kList},
                                {"quiet", no_argument, nullptr, kQuiet},
@@ -197,6 +239,21 @@ std::string applyOption(int option, const char* given, ShotOptions* options, Ask
       return parseNumber(value, 1, kMostJobs, &options->jobs)
                  ? ""
                  : "--jobs takes a number from 1 to 64, not " + quoted;
+    case kCookie:
+      return parseCookie(value, &options->cookies) ? ""
+                                                   : "--cookie takes NAME=VALUE, not " + quoted;
+    case kCookieJar:
+      options->cookieJar = value;
+      return canKeepFile(value) ? "" : "--cookie-jar: can't keep a file in " + quoted;
+    case kCache:
+      options->cache = value;
+      return *value && QDir().mkpath(QString::fromLocal8Bit(value))
+                 ? ""
+                 : "--cache: can't make the folder " + quoted;
+    case kProxy:
+      return parseProxy(value, &options->proxy)
+                 ? ""
+                 : "--proxy takes http://HOST:PORT or socks5://HOST:PORT, not " + quoted;
     case kUserAgent:
       options->userAgent = value;
       options->hasUserAgent = true;
@@ -215,6 +272,7 @@ std::string applyOption(int option, const char* given, ShotOptions* options, Ask
 }
 
 std::string makeShots(const Asked& asked, ShotOptions* options) {
+  if (!options->cookieJar.empty()) options->jobs = 1;  // each browser has the file to itself
   if (asked.addresses.empty()) return "no address given; see --help";
   if (asked.output.endsWith('/') && !QDir().mkpath(asked.output))
     return "can't make the folder " + asked.output.toStdString();

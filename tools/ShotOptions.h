@@ -2,9 +2,11 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ShotKeys.h"
+#include "larka/ProxyType.h"
 
 struct Size {
   int width = 0;
@@ -16,6 +18,13 @@ struct Shot {
   std::string asked;
   std::string url;
   std::string output;
+};
+
+/// A proxy for every request; none when the host is empty.
+struct ShotProxy {
+  LARKA::ProxyType type = LARKA::PROXY_HTTP;
+  std::string host, user, password;
+  int port = 0;
 };
 
 struct ShotOptions {
@@ -30,6 +39,10 @@ struct ShotOptions {
   int jobs = 4;
   std::string userAgent;
   bool hasUserAgent = false;
+  std::vector<std::pair<std::string, std::string>> cookies;
+  std::string cookieJar;  // empty for the library's own
+  std::string cache;      // empty for none
+  ShotProxy proxy;
   double zoomPercent = 100;
   std::string script;
   bool hasScript = false;

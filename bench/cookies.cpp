@@ -1,0 +1,90 @@
+// What the cookie store costs when it is full, with the toolkit's own beside it.
+#include <benchmark/benchmark.h>
+
+#include <QDateTime>
+#include <QNetworkCookie>
+#include <QUrl>
+
+#include "networkcookiejar.h"
+
+namespace {
+
+const int kPerDomain = 10;
+const QUrl kUrl(QStringLiteral("http://www.site0.example.com/dir/page.html"));
+
+class Jar : public LARKA::NetworkCookieJar {
+ public:
+  using NetworkCookieJar::setAllCookies;
+};
+
+class ToolkitJar : public QNetworkCookieJar {
+ public:
+  using QNetworkCookieJar::setAllCookies;
+};
+
+QList<QNetworkCookie> cookies(int count) {
+  QList<QNetworkCookie> made;
+  for (int i = 0; i < count; ++i) {
+    QNetworkCookie cookie("name" + QByteArray::number(i % kPerDomain), QByteArray(40, 'v'));
+    cookie.setDomain(QStringLiteral("www.site%1.example.com").arg(i / kPerDomain));
+    cookie.setPath(QStringLiteral("/"));
+    cookie.setExpirationDate(QDateTime::currentDateTimeUtc().addYears(1));
+    made.append(cookie);
+  }
+  return made;
+}
+
+template <typename AnyJar>
+void cookiesForUrl(benchmark::State& state) {
+  AnyJar jar;
+  jar.setAllCookies(cookies(static_cast<int>(state.range(0))));
+  for (auto _ : state) {
+    const QList<QNetworkCookie> found = jar.cookiesForUrl(kUrl);
+    if (found.size() != kPerDomain) state.SkipWithError("not what was stored");
+    benchmark::DoNotOptimize(found);
+  }
+}
+BENCHMARK_TEMPLATE(cookiesForUrl, Jar)->Arg(10)->Arg(50000);
+BENCHMARK_TEMPLATE(cookiesForUrl, ToolkitJar)->Arg(10)->Arg(50000);
+
+template <typename AnyJar>
+void setOneCookie(benchmark::State& state) {
+  AnyJar jar;
+  jar.setAllCookies(cookies(static_cast<int>(state.range(0))));
+  const QList<QNetworkCookie> one = {QNetworkCookie("name3", "new")};
+  for (auto _ : state) benchmark::DoNotOptimize(jar.setCookiesFromUrl(one, kUrl));
+}
+BENCHMARK_TEMPLATE(setOneCookie, Jar)->Arg(10)->Arg(50000);
+BENCHMARK_TEMPLATE(setOneCookie, ToolkitJar)->Arg(10)->Arg(50000);
+
+void saveState(benchmark::State& state) {
+  Jar jar;
+  jar.setAllCookies(cookies(static_cast<int>(state.range(0))));
+  for (auto _ : state) benchmark::DoNotOptimize(jar.saveState());
+  state.SetComplexityN(state.range(0));
+}
+BENCHMARK(saveState)
+    ->RangeMultiplier(10)
+    ->Range(500, 50000)
+    ->Complexity(benchmark::oN)
+    ->Unit(benchmark::kMillisecond);
+
+void restoreState(benchmark::State& state) {
+  Jar jar;
+  jar.setAllCookies(cookies(static_cast<int>(state.range(0))));
+  const QByteArray saved = jar.saveState();
+  for (auto _ : state) {
+    LARKA::NetworkCookieJar restored;
+    benchmark::DoNotOptimize(restored.restoreState(saved));
+  }
+  state.SetComplexityN(state.range(0));
+}
+BENCHMARK(restoreState)
+    ->RangeMultiplier(10)
+    ->Range(500, 50000)
+    ->Complexity(benchmark::oN)
+    ->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();

@@ -1,0 +1,29 @@
+#include "CacheWrapper.h"
+
+#include <QNetworkDiskCache>
+
+namespace LARKA {
+
+CacheWrapper::CacheWrapper(QNetworkDiskCache* target) : m_target(target) {}
+
+QNetworkCacheMetaData CacheWrapper::metaData(const QUrl& url) { return m_target->metaData(url); }
+
+void CacheWrapper::updateMetaData(const QNetworkCacheMetaData& metaData) {
+  m_target->updateMetaData(metaData);
+}
+
+QIODevice* CacheWrapper::data(const QUrl& url) { return m_target->data(url); }
+
+bool CacheWrapper::remove(const QUrl& url) { return m_target->remove(url); }
+
+qint64 CacheWrapper::cacheSize() const { return m_target->cacheSize(); }
+
+QIODevice* CacheWrapper::prepare(const QNetworkCacheMetaData& metaData) {
+  return m_target->prepare(metaData);
+}
+
+void CacheWrapper::insert(QIODevice* device) { m_target->insert(device); }
+
+void CacheWrapper::clear() { m_target->clear(); }
+
+}  // namespace LARKA

@@ -1,0 +1,68 @@
+#include "CookieJar.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QNetworkCookie>
+#include <QSaveFile>
+#include <QTimer>
+
+namespace LARKA {
+
+namespace {
+
+const int kSaveAfterMilliseconds = 2000;
+const qint64 kSaveAtOnceAfterMilliseconds = 10000;
+
+// A hundred times what a browser needs; what is beyond counts as cut off.
+const qint64 kLargestFile = 64 << 20;
+
+}  // namespace
+
+CookieJar::CookieJar(const QString& fileName, QObject* parent)
+    : NetworkCookieJar(parent), m_saveTimer(new QTimer(this)), m_fileName(fileName) {
+  m_saveTimer->setSingleShot(true);
+  connect(m_saveTimer, SIGNAL(timeout()), this, SLOT(save()));
+  load();
+}
+
+CookieJar::~CookieJar() {
+  endSession();
+  save();
+}
+
+void CookieJar::load() {
+  QFile file(m_fileName);
+  if (!QFileInfo(file).isFile()) return;  // a pipe would be waited for
+  if (file.open(QIODevice::ReadOnly)) restoreState(file.read(kLargestFile));
+}
+
+void CookieJar::save() {
+  m_firstChange.invalidate();
+  QSaveFile file(m_fileName);
+  if (!file.open(QIODevice::WriteOnly)) return;
+  file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+  file.write(saveState());
+  file.commit();
+}
+
+bool CookieJar::setCookiesFromUrl(const QList<QNetworkCookie>& cookies, const QUrl& url) {
+  const bool stored = NetworkCookieJar::setCookiesFromUrl(cookies, url);
+  scheduleSave();
+  return stored;
+}
+
+void CookieJar::clear() {
+  setAllCookies({});
+  scheduleSave();
+}
+
+void CookieJar::scheduleSave() {
+  if (!m_firstChange.isValid()) m_firstChange.start();
+  m_saveTimer->stop();
+  if (m_firstChange.hasExpired(kSaveAtOnceAfterMilliseconds))
+    save();
+  else
+    m_saveTimer->start(kSaveAfterMilliseconds);
+}
+
+}  // namespace LARKA

@@ -1,0 +1,219 @@
+#include "networkcookiejar.h"
+
+#include <QDateTime>
+#include <QNetworkCookie>
+#include <QUrl>
+#include <algorithm>
+
+#include "Trie.h"
+
+QDataStream& operator<<(QDataStream& stream, const QNetworkCookie& cookie) {
+  return stream << cookie.toRawForm(QNetworkCookie::Full);
+}
+
+QDataStream& operator>>(QDataStream& stream, QNetworkCookie& cookie) {
+  QByteArray text;
+  stream >> text;
+  const QList<QNetworkCookie> parsed = QNetworkCookie::parseCookies(text);
+  if (!parsed.isEmpty()) cookie = parsed.first();
+  return stream;
+}
+
+namespace LARKA {
+
+namespace {
+
+const qint32 kMagic = 174;
+const qint32 kVersion = 1;
+const int kLongestPath = 1024;
+
+// Sorted; searched as it is.
+const char* const kTwoLevelDomains[] = {
+    "ao", "ar", "arpa", "bd", "bn", "br", "co", "cr", "cy", "do", "eg", "et", "fj",
+    "fk", "gh", "gn",   "gu", "id", "il", "jm", "ke", "kh", "ki", "kw", "kz", "lb",
+    "lc", "lr", "ls",   "ml", "mm", "mv", "mw", "mx", "my", "ng", "ni", "np", "nz",
+    "om", "pa", "pe",   "pg", "pw", "py", "qa", "sa", "sb", "sv", "sy", "th", "tn",
+    "tz", "uk", "uy",   "va", "ve", "ye", "yu", "za", "zm", "zw"};
+
+/// The labels of a host, without the empty ones at either end.
+QStringList splitHost(const QString& host) {
+  QStringList labels = host.split(QLatin1Char('.'));
+  while (!labels.isEmpty() && labels.last().isEmpty()) labels.removeLast();
+  while (!labels.isEmpty() && labels.first().isEmpty()) labels.removeFirst();
+  return labels;
+}
+
+QString withSlash(const QString& path) {
+  return path.endsWith(QLatin1Char('/')) ? path : path + QLatin1Char('/');
+}
+
+QString defaultPath(const QUrl& url) {
+  const QString path = url.path();
+  const QString directory = path.mid(0, path.lastIndexOf(QLatin1Char('/')) + 1);
+  return directory.isEmpty() ? QStringLiteral("/") : directory;
+}
+
+bool isExpired(const QNetworkCookie& cookie, const QDateTime& now) {
+  return !cookie.isSessionCookie() && cookie.expirationDate() < now;
+}
+
+bool isScheme(const QUrl& url, const char* scheme) {
+  return url.scheme().toLower() == QLatin1String(scheme);
+}
+
+bool shorterPaths(const QNetworkCookie& a, const QNetworkCookie& b) {
+  return b.path().length() < a.path().length();
+}
+
+}  // namespace
+
+class NetworkCookieJarPrivate {
+ public:
+  QString urlPath(const QUrl& url) const { return withSlash(url.path()); }
+  bool matchingPath(const QNetworkCookie& cookie, const QString& urlPath) const {
+    return urlPath.startsWith(withSlash(cookie.path()));
+  }
+  bool matchingDomain(const QNetworkCookie& cookie, const QUrl& url) const;
+  bool matchesBlacklist(const QString& label) const;
+  bool complete(QNetworkCookie* cookie, const QUrl& url) const;
+  QList<QNetworkCookie> cookiesAlong(QStringList labels) const;
+  void removeNamesake(const QNetworkCookie& cookie, const QStringList& labels);
+
+  Trie<QNetworkCookie> tree;
+  mutable bool secondLevelDomainsLoaded = false;
+  mutable QStringList secondLevelDomains;  // sorted
+};
+
+bool NetworkCookieJarPrivate::matchesBlacklist(const QString& label) const {
+  if (!secondLevelDomainsLoaded) {
+    for (const char* domain : kTwoLevelDomains) secondLevelDomains += QLatin1String(domain);
+    secondLevelDomainsLoaded = true;
+  }
+  return std::binary_search(secondLevelDomains.begin(), secondLevelDomains.end(), label);
+}
+
+/// Whether a response from `url` may set a cookie for the domain that the cookie names.
+bool NetworkCookieJarPrivate::matchingDomain(const QNetworkCookie& cookie, const QUrl& url) const {
+  const QString domain = cookie.domain().simplified().toLower().remove(QLatin1Char(' '));
+  const QStringList labels = splitHost(domain);
+  if (labels.isEmpty()) return false;
+  if (labels.size() == 1) {
+    if (labels.first() != QLatin1String("localhost")) return false;
+    if (isScheme(url, "file")) return true;
+  }
+  if (labels.size() == 2 && matchesBlacklist(labels.last())) return false;
+
+  QStringList hostLabels = url.host().toLower().split(QLatin1Char('.'), Qt::SkipEmptyParts);
+  if (hostLabels.isEmpty()) return false;
+  while (hostLabels.size() > labels.size()) hostLabels.removeFirst();
+  return std::equal(hostLabels.begin(), hostLabels.end(), labels.begin());
+}
+
+/// Gives a cookie of a response its default path and domain. False when it may not be set.
+bool NetworkCookieJarPrivate::complete(QNetworkCookie* cookie, const QUrl& url) const {
+  if (cookie->path().length() > kLongestPath) return false;
+  if (cookie->path().isEmpty()) cookie->setPath(defaultPath(url));
+  if (!cookie->domain().isEmpty()) return matchingDomain(*cookie, url);
+  cookie->setDomain(url.host().toLower());
+  return !cookie->domain().isEmpty();
+}
+
+/// The cookies of a host and of the domains above it, up to where registrations happen.
+QList<QNetworkCookie> NetworkCookieJarPrivate::cookiesAlong(QStringList labels) const {
+  QList<QNetworkCookie> found = tree.find(labels);
+  if (labels.size() <= 2) return found;
+  const int shortest = matchesBlacklist(labels.last()) ? 3 : 2;
+  for (labels.removeFirst(); labels.size() >= shortest; labels.removeFirst())
+    found += tree.find(labels);
+  return found;
+}
+
+void NetworkCookieJarPrivate::removeNamesake(const QNetworkCookie& cookie,
+                                             const QStringList& labels) {
+  const QList<QNetworkCookie> neighbours = tree.find(labels);
+  const auto old = std::find_if(neighbours.begin(), neighbours.end(), [&](const auto& other) {
+    return other.name() == cookie.name() && other.domain() == cookie.domain() &&
+           other.path() == cookie.path();
+  });
+  if (old != neighbours.end()) tree.remove(labels, *old);
+}
+
+NetworkCookieJar::NetworkCookieJar(QObject* parent)
+    : QNetworkCookieJar(parent), d(new NetworkCookieJarPrivate) {}
+
+NetworkCookieJar::~NetworkCookieJar() { delete d; }
+
+bool NetworkCookieJar::setCookiesFromUrl(const QList<QNetworkCookie>& cookies, const QUrl& url) {
+  const QDateTime now = QDateTime::currentDateTimeUtc();
+  bool stored = false;
+  for (QNetworkCookie cookie : cookies) {
+    if (!d->complete(&cookie, url)) continue;
+    const QStringList labels = splitHost(cookie.domain());
+    d->removeNamesake(cookie, labels);
+    if (isExpired(cookie, now)) continue;
+    d->tree.insert(labels, cookie);
+    stored = true;
+  }
+  return stored;
+}
+
+QList<QNetworkCookie> NetworkCookieJar::cookiesForUrl(const QUrl& url) const {
+  const QString host = isScheme(url, "file") ? QStringLiteral("localhost") : url.host();
+  const QList<QNetworkCookie> found = d->cookiesAlong(splitHost(host));
+  if (found.isEmpty()) return found;
+
+  const QDateTime now = QDateTime::currentDateTimeUtc();
+  const QString path = d->urlPath(url);
+  const bool secure = isScheme(url, "https");
+  QList<QNetworkCookie> result;
+  for (const QNetworkCookie& cookie : found) {
+    if (!d->matchingPath(cookie, path) || (cookie.isSecure() && !secure)) continue;
+    if (isExpired(cookie, now))
+      d->tree.remove(splitHost(cookie.domain()), cookie);
+    else
+      result.append(cookie);
+  }
+  std::sort(result.begin(), result.end(), shorterPaths);
+  return result;
+}
+
+void NetworkCookieJar::endSession() {
+  const QDateTime now = QDateTime::currentDateTimeUtc();
+  for (const QNetworkCookie& cookie : d->tree.all())
+    if (cookie.isSessionCookie() || isExpired(cookie, now))
+      d->tree.remove(splitHost(cookie.domain()), cookie);
+}
+
+QByteArray NetworkCookieJar::saveState() const {
+  QByteArray state;
+  QDataStream stream(&state, QIODevice::WriteOnly);
+  stream << kMagic << kVersion << d->tree;
+  return state;
+}
+
+bool NetworkCookieJar::restoreState(const QByteArray& state) {
+  QDataStream stream(state);
+  qint32 magic = 0, version = 0;
+  if (stream.atEnd()) return false;
+  stream >> magic >> version;
+  if (magic != kMagic || version != kVersion) return false;
+  stream >> d->tree;
+  // A damaged tree is built anew from what it holds.
+  if (!d->tree.isConsistent()) setAllCookies(allCookies());
+  return true;
+}
+
+QList<QNetworkCookie> NetworkCookieJar::allCookies() const { return d->tree.all(); }
+
+void NetworkCookieJar::setAllCookies(const QList<QNetworkCookie>& cookies) {
+  d->tree.clear();
+  for (const QNetworkCookie& cookie : cookies) d->tree.insert(splitHost(cookie.domain()), cookie);
+}
+
+void NetworkCookieJar::setSecondLevelDomains(const QStringList& labels) {
+  d->secondLevelDomains = labels;
+  d->secondLevelDomains.sort();
+  d->secondLevelDomainsLoaded = true;
+}
+
+}  // namespace LARKA

@@ -1,0 +1,30 @@
+// Feeds the reader of the cookie file with whatever libFuzzer comes up with; see scripts/fuzz.sh.
+#include <QNetworkCookie>
+#include <QUrl>
+#include <cstdlib>
+
+#include "networkcookiejar.h"
+
+namespace {
+
+void require(bool condition) {
+  if (!condition) abort();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const QByteArray state(reinterpret_cast<const char*>(data), static_cast<int>(size));
+  const QUrl url(QStringLiteral("http://shop.example.com/"));
+  LARKA::NetworkCookieJar jar;
+  jar.restoreState(state);
+  jar.cookiesForUrl(url);
+  require(jar.setCookiesFromUrl({QNetworkCookie("fresh", "1")}, url));
+  require(!jar.cookiesForUrl(url).isEmpty());
+
+  const QByteArray saved = jar.saveState();
+  LARKA::NetworkCookieJar copy;
+  require(copy.restoreState(saved));
+  jar.endSession();
+  return 0;
+}

@@ -1,0 +1,261 @@
+// The cookie store: its rules, its bytes, and what a damaged file does to it.
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QDataStream>
+#include <QDateTime>
+#include <QFile>
+#include <QNetworkCookie>
+#include <QUrl>
+
+#include "CookieJar.h"
+#include "Trie.h"
+
+namespace {
+
+using LARKA::Trie;
+
+class Jar : public LARKA::NetworkCookieJar {
+ public:
+  using NetworkCookieJar::allCookies;
+  using NetworkCookieJar::setAllCookies;
+
+  bool set(const QString& url, const QByteArray& header) {
+    return setCookiesFromUrl(QNetworkCookie::parseCookies(header), QUrl(url));
+  }
+  /// "name=value" of each cookie for a request, in order.
+  QString sent(const QString& url) const { return describe(cookiesForUrl(QUrl(url))); }
+  QString stored() const { return describe(allCookies()); }
+
+  static QString describe(const QList<QNetworkCookie>& cookies) {
+    QStringList texts;
+    for (const QNetworkCookie& cookie : cookies)
+      texts += cookie.toRawForm(QNetworkCookie::NameAndValueOnly);
+    return texts.join(' ');
+  }
+};
+
+const char kFuture[] = "; expires=Fri, 01-Jan-2100 00:00:00 GMT";
+
+struct SetRow {
+  const char* name;
+  const char* url;
+  const char* domain;
+  bool accepted;
+};
+
+const SetRow kSetRows[] = {
+    {"the host itself", "http://shop.example.com/", "shop.example.com", true},
+    {"the domain above", "http://shop.example.com/", "example.com", true},
+    {"with a dot", "http://shop.example.com/", ".example.com", true},
+    {"in capitals", "http://shop.EXAMPLE.com/", ".Example.COM", true},
+    {"a subdomain", "http://example.com/", "shop.example.com", false},
+    {"another domain", "http://shop.example.com/", "other.com", false},
+    {"a name that ends alike", "http://badexample.com/", "example.com", false},
+    {"a top-level domain", "http://shop.example.com/", "com", false},
+    {"a second-level domain", "http://shop.example.co.uk/", "co.uk", false},
+    {"below a second-level domain", "http://shop.example.co.uk/", "example.co.uk", true},
+    {"a two-label name elsewhere", "http://shop.example.de/", "example.de", true},
+    {"only dots", "http://example.com/", "..", false},
+    {"localhost", "http://localhost/", "localhost", true},
+    {"localhost, from a file", "file:///a.html", "localhost", true},
+    {"localhost, from elsewhere", "http://example.com/", "localhost", false},
+    {"a host without a name", "file:///a.html", "example.com", false},
+    {"more labels than the host, first alike", "http://a/", "a.b.c", true},
+};
+
+TEST(NetworkCookieJarTest, AResponseMaySetCookiesForItsOwnDomains) {
+  for (const SetRow& row : kSetRows) {
+    Jar jar;
+    EXPECT_EQ(jar.set(row.url, QByteArray("a=1; domain=") + row.domain), row.accepted) << row.name;
+  }
+}
+
+struct SentRow {
+  const char* name;
+  const char* url;
+  const char* sent;
+};
+
+const SentRow kSentRows[] = {
+    {"host and domains above, longest path first", "http://a.b.example.com/dir/x", "p=4 s=1 d=2"},
+    {"the domain", "http://example.com/", "d=2"},
+    {"another host below", "http://z.example.com/", "d=2"},
+    {"the path with a slash", "http://a.b.example.com/dir/", "p=4 s=1 d=2"},
+    {"the path without one", "http://a.b.example.com/dir", "p=4 s=1 d=2"},
+    {"a longer name", "http://a.b.example.com/directory", "s=1 d=2"},
+    {"over https", "https://example.com/", "d=2 t=5"},
+    {"below a second-level domain", "http://a.shop.co.uk/", "u=6"},
+    {"next to it", "http://a.other.co.uk/", ""},
+    {"capitals", "http://EXAMPLE.com/", "d=2"},
+    {"a file", "file:///page.html", "l=7"},
+};
+
+TEST(NetworkCookieJarTest, ARequestCarriesWhatItsHostAndPathMayHave) {
+  Jar jar;
+  jar.set("http://a.b.example.com/", "s=1");
+  jar.set("http://example.com/", "d=2");
+  jar.set("http://a.b.example.com/", "p=4; path=/dir");
+  jar.set("https://example.com/", "t=5; secure");
+  jar.set("http://shop.co.uk/", "u=6; domain=shop.co.uk");
+  jar.set("http://localhost/", "l=7");
+  for (const SentRow& row : kSentRows) {
+    QStringList sent = jar.sent(row.url).split(' '), expected = QString(row.sent).split(' ');
+    EXPECT_EQ(sent.value(0) == "p=4", expected.value(0) == "p=4") << row.name;
+    sent.sort();  // the order of equally long paths isn't defined
+    expected.sort();
+    EXPECT_EQ(sent, expected) << row.name;
+  }
+}
+
+TEST(NetworkCookieJarTest, NamesakesReplaceEachOtherAndTheDeadGo) {
+  Jar jar;
+  EXPECT_TRUE(jar.set("http://example.com/dir/page.html", QByteArray("a=1") + kFuture));
+  EXPECT_EQ(jar.allCookies().first().path(), "/dir/");
+  EXPECT_TRUE(jar.set("http://example.com/dir/x", "a=2"));
+  EXPECT_EQ(jar.stored(), "a=2");
+  EXPECT_TRUE(jar.set("http://example.com", "a=3; domain=.example.com; path=/dir/"));
+  EXPECT_EQ(jar.stored(), "a=2 a=3") << "the domains are written differently";
+  EXPECT_FALSE(jar.set("http://example.com/dir/", "a=; expires=Thu, 01-Jan-1970 00:00:01 GMT"));
+  EXPECT_EQ(jar.stored(), "a=3");
+  EXPECT_TRUE(jar.set("http://example.com", "l=1; path=/" + QByteArray(1023, 'p')));
+  EXPECT_FALSE(jar.set("http://example.com", "m=1; path=/" + QByteArray(1024, 'p')));
+  EXPECT_FALSE(jar.set("about:blank", "n=1"));
+
+  QNetworkCookie expired("old", "1");
+  expired.setDomain("example.com");
+  expired.setExpirationDate(QDateTime::currentDateTimeUtc().addSecs(-1));
+  QNetworkCookie lasting(expired);
+  lasting.setName("new");
+  lasting.setExpirationDate(QDateTime::currentDateTimeUtc().addSecs(100));
+  jar.setAllCookies({expired, lasting, QNetworkCookie("session", "1")});
+  EXPECT_EQ(jar.sent("http://example.com/"), "new=1");
+  EXPECT_EQ(jar.stored(), "session=1 new=1");
+  jar.endSession();
+  EXPECT_EQ(jar.stored(), "new=1");
+  jar.setSecondLevelDomains({"com", "aa"});
+  EXPECT_FALSE(jar.set("http://shop.example.com", "x=1; domain=example.com"));
+}
+
+QStringList path(const char* labels) { return QString(labels).split('.'); }
+
+TEST(TrieTest, RemovesNodesThatBecomeEmpty) {
+  Trie<QNetworkCookie> trie;
+  const QNetworkCookie a("a", "1"), b("b", "1");
+  trie.insert(path("shop.example.com"), a);
+  trie.insert(path("shop.example.com"), a);
+  trie.insert(path("mail.example.com"), b);
+  EXPECT_EQ(trie.find(path("example.com")).size(), 0);
+  EXPECT_EQ(trie.walkTo(path("example.org")), nullptr);
+  EXPECT_TRUE(trie.remove(path("shop.example.com"), a));
+  EXPECT_EQ(trie.find(path("shop.example.com")).size(), 1);
+  EXPECT_TRUE(trie.remove(path("shop.example.com"), a));
+  EXPECT_EQ(trie.walkTo(path("shop.example.com")), nullptr);
+  EXPECT_EQ(trie.walkTo(path("example.com"))->childrenKeys, QStringList("mail"));
+  EXPECT_TRUE(trie.remove(path("mail.example.com"), b));
+  EXPECT_TRUE(trie.childrenKeys.isEmpty());
+  EXPECT_FALSE(trie.remove(path("no.where"), a));
+  EXPECT_NE(trie.walkTo(path("no.where")), nullptr);
+}
+
+// Written by hand from docs/cookie-file.md: root (no cookies) -> "com" -> "example" with two.
+const char kFixture[] =
+    "000000ae 00000001"
+    "00000000  00000001 00000006 0063006f006d  00000001"
+    "00000000  00000001 0000000e 006500780061006d0070006c0065  00000001"
+    "00000002"
+    "00000046 613d313b20657870697265733d4672692c2030312d4a616e2d323130302030303a30303a303020474d54"
+    "3b20646f6d61696e3d6578616d706c652e636f6d3b20706174683d2f"
+    "0000001f 623d3b20646f6d61696e3d6578616d706c652e636f6d3b20706174683d2f78"
+    "00000000 00000000";
+
+TEST(CookieStateTest, IsTheLayoutToTheByte) {
+  const QByteArray fixture = QByteArray::fromHex(kFixture);
+  Jar jar;
+  ASSERT_TRUE(jar.restoreState(fixture));
+  EXPECT_EQ(jar.stored(), "a=1 b=");
+  EXPECT_EQ(jar.saveState().toHex(), fixture.toHex());
+  jar.setAllCookies({});
+  EXPECT_EQ(jar.saveState().toHex(), "000000ae00000001000000000000000000000000");
+  EXPECT_FALSE(jar.restoreState(QByteArray()));
+  EXPECT_TRUE(jar.restoreState(fixture));
+  for (const char* foreign : {"000000af", "000000ae00000002", "000000ae"})
+    EXPECT_FALSE(jar.restoreState(QByteArray::fromHex(foreign))) << foreign;
+  EXPECT_EQ(jar.stored(), "a=1 b=");
+}
+
+/// Whether a jar does its work, whatever it was restored from.
+void expectUsable(Jar* jar, const std::string& what) {
+  EXPECT_TRUE(jar->set("http://new.example.com/", "fresh=1")) << what;
+  EXPECT_TRUE(jar->sent("http://new.example.com/").contains("fresh=1")) << what;
+  Jar copy;
+  EXPECT_TRUE(copy.restoreState(jar->saveState())) << what;
+  EXPECT_EQ(copy.stored(), jar->stored()) << what;
+  jar->endSession();
+}
+
+TEST(CookieStateTest, AFileCutOffAnywhereKeepsWhatCanBeRead) {
+  const QByteArray fixture = QByteArray::fromHex(kFixture);
+  const int first = fixture.indexOf("a=1"), second = fixture.indexOf("b=;");
+  for (int size = 8; size < fixture.size(); ++size) {
+    Jar jar;
+    EXPECT_TRUE(jar.restoreState(fixture.left(size))) << size;
+    EXPECT_EQ(jar.stored().contains("a=1"), size >= first + 0x46) << size;
+    EXPECT_EQ(jar.stored().contains("b="), size >= second + 0x1f) << size;
+    expectUsable(&jar, std::to_string(size));
+  }
+}
+
+QByteArray node(const QList<QByteArray>& cookies, const QStringList& keys,
+                const QList<QByteArray>& children) {
+  QByteArray bytes;
+  QDataStream stream(&bytes, QIODevice::WriteOnly);
+  stream << cookies << keys << static_cast<quint32>(children.size());
+  return bytes + children.join();
+}
+
+TEST(CookieStateTest, DamagedTreesAreReadAndWork) {
+  const QByteArray header = QByteArray::fromHex("000000ae00000001");
+  const QByteArray org = node({"o=1; domain=org.org; path=/"}, {}, {});
+  const QByteArray com = node({"c=1; domain=com.com; path=/"}, {}, {});
+  const std::pair<const char*, QByteArray> rows[] = {
+      {"unsorted keys", node({}, {"org", "com"}, {org, com})},
+      {"a key twice", node({}, {"com", "com"}, {org, com})},
+      {"more keys than children", node({}, {"a", "b", "com"}, {org, com})},
+      {"more children than keys", node({}, {"com"}, {org, com})},
+      {"in good order", node({}, {"com", "org"}, {com, org})},
+  };
+  for (const auto& row : rows) {
+    Jar jar;
+    ASSERT_TRUE(jar.restoreState(header + row.second));
+    QStringList stored = jar.stored().split(' ');
+    stored.sort();
+    EXPECT_EQ(stored.join(' '), "c=1 o=1") << row.first;
+    expectUsable(&jar, row.first);
+  }
+  const QByteArray many = QByteArray::fromHex("ffffffff");
+  for (const QByteArray& bytes :
+       {many, many + many, QByteArray(8, 0) + many, QByteArray(4, 0) + many, many + com,
+        node({"", "=", ";", "x", QByteArray(1, 0)}, {QString()}, {com})}) {
+    Jar jar;
+    EXPECT_TRUE(jar.restoreState(header + bytes));
+    expectUsable(&jar, bytes.toHex().toStdString());
+  }
+}
+
+TEST(CookieStateTest, ATreeIsNeverTooDeep) {
+  QByteArray state = QByteArray::fromHex("000000ae00000001");
+  const QByteArray level = QByteArray::fromHex("00000000 00000001 00000002 0061 00000001");
+  for (int i = 0; i < 100000; ++i) state += level;
+  state += node({"a=1; domain=example.com; path=/"}, {}, {});
+  Jar jar;
+  ASSERT_TRUE(jar.restoreState(state));
+  EXPECT_EQ(jar.stored(), "a=1");
+  EXPECT_EQ(jar.saveState(), state);
+  expectUsable(&jar, "deep");
+  jar.setAllCookies({});
+  ASSERT_TRUE(jar.restoreState(state.left(600000)));
+  expectUsable(&jar, "deep and cut off");
+}
+
+}  // namespace

@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 
 #include "Host.h"
+#include "HttpServer.h"
 
 namespace {
 
@@ -159,6 +160,38 @@ TEST_F(LarkaShotTest, PressesKeysAndRunsScript) {
   for (const char* wrong : {"--keys bogus", "--keys tab,hyper+a", "--keys 70000", "--keys shift+",
                             "--keys ,", "--zoom 5", "--zoom 1e9", "--zoom x"}) {
     const Outcome failed = run(std::string("f.html ") + wrong);
+    EXPECT_EQ(failed.status, 2) << wrong;
+    EXPECT_EQ(lines(failed.errors), 1) << wrong;
+  }
+}
+
+// Each run is a process of its own.
+TEST_F(LarkaShotTest, CookiesAndTheCacheOutliveTheProcess) {
+  test::HttpServer server;
+  server.answer("/a",
+                "HTTP/1.1 200 OK\r\nContent-Type: text/html\r\nCache-Control: max-age=99\r\n"
+                "Set-Cookie: response=1; max-age=99\r\nConnection: close\r\n"
+                "Content-Length: 1\r\n\r\nx");
+  const std::string page = server.url("/a") + " --quiet ";
+  const Outcome first = run(page +
+                            "--cookie given=2 --cookie 'more=3 4' --cache cache --script "
+                            "\"document.cookie='script=5;max-age=99'\"");
+  EXPECT_EQ(first.status, 0) << first.errors;
+  EXPECT_NE(server.requests("/a")[0].headers.find("given=2; more=3 4"), std::string::npos);
+  const Outcome second = run(page + "--cache cache --script document.cookie");
+  EXPECT_TRUE(second.output == "response=1; script=5\n" ||
+              second.output == "script=5; response=1\n")
+      << second.output;
+  EXPECT_EQ(server.requests("/a").size(), 1u);
+  run(page + "--cookie-jar own --script \"document.cookie='mine=1;max-age=99'\"");
+  const Outcome own =
+      run(page + "b.html --cookie-jar own --script \"''+/mine/.test(document.cookie)\"");
+  EXPECT_NE(own.output.find("/a: true"), std::string::npos) << own.output;
+  EXPECT_EQ(run(page + "--proxy http://127.0.0.1:" + std::to_string(server.port())).status, 1);
+  for (const char* wrong :
+       {"--cookie x", "--cookie =x", "--cookie-jar /no/such/folder/jar", "--cookie-jar .",
+        "--cache /dev/null/x", "--proxy 127.0.0.1:80", "--proxy ftp://x:1", "--proxy http://x"}) {
+    const Outcome failed = run(page + wrong);
     EXPECT_EQ(failed.status, 2) << wrong;
     EXPECT_EQ(lines(failed.errors), 1) << wrong;
   }

@@ -18,12 +18,15 @@ namespace test {
 class HttpServer {
  public:
   struct Request {
-    std::string method, path, query, body;
+    std::string method, path, query, headers, body;
   };
 
-  HttpServer() : m_socket(socket(AF_INET, SOCK_STREAM, 0)) {
+  explicit HttpServer(int port = 0) : m_socket(socket(AF_INET, SOCK_STREAM, 0)) {
+    const int yes = 1;
+    setsockopt(m_socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof(yes));
     sockaddr_in address = {};
     address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<uint16_t>(port));
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof(address);
     if (bind(m_socket, reinterpret_cast<sockaddr*>(&address), size) || listen(m_socket, 64) ||
@@ -55,6 +58,7 @@ class HttpServer {
                std::to_string(body.size()) + "\r\n\r\n" + body);
   }
 
+  int port() const { return m_port; }
   std::string url(const std::string& path) const {
     return "http://127.0.0.1:" + std::to_string(m_port) + path;
   }
@@ -97,7 +101,7 @@ class HttpServer {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_requests.push_back({text.substr(0, space), target.substr(0, mark),
                           mark == std::string::npos ? "" : target.substr(mark + 1),
-                          text.substr(end)});
+                          text.substr(0, end), text.substr(end)});
     const auto found = m_answers.find(m_requests.back().path);
     return found != m_answers.end()
                ? found->second

@@ -1,0 +1,172 @@
+// The cookie file: when it is written, and that it is always whole.
+#include "CookieJar.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QNetworkCookie>
+#include <QTemporaryDir>
+#include <QThread>
+#include <QUrl>
+
+namespace {
+
+const QUrl kUrl(QStringLiteral("http://example.com/"));
+
+QNetworkCookie lasting(const QByteArray& name, const QByteArray& value = "1") {
+  QNetworkCookie cookie(name, value);
+  cookie.setExpirationDate(QDateTime::currentDateTimeUtc().addYears(1));
+  return cookie;
+}
+
+class CookieJarTest : public testing::Test {
+ protected:
+  CookieJarTest() : path(directory.filePath("cookies")) {}
+
+  QByteArray bytes() const {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+  }
+  /// Changes with every write: each makes a new file.
+  ino_t identity() const {
+    struct stat status = {};
+    return stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_ino : 0;
+  }
+  /// Handles events for so long, sets a cookie each `every`, and returns when the file was written.
+  std::vector<qint64> writesWhile(LARKA::CookieJar* jar, qint64 milliseconds, qint64 every,
+                                  qint64 until) {
+    std::vector<qint64> writes;
+    QElapsedTimer clock;
+    clock.start();
+    ino_t last = identity();
+    for (qint64 next = 0; clock.elapsed() < milliseconds; QThread::msleep(2)) {
+      if (clock.elapsed() >= next && next <= until) {
+        jar->setCookiesFromUrl({lasting("c" + QByteArray::number(next))}, kUrl);
+        next += every;
+      }
+      QCoreApplication::processEvents();
+      if (identity() == last) continue;
+      last = identity();
+      writes.push_back(clock.elapsed());
+    }
+    return writes;
+  }
+
+  int argc = 1;
+  char name[5] = "test";
+  char* argv[2] = {name, nullptr};
+  QCoreApplication application{argc, argv};
+  QTemporaryDir directory;
+  QString path;
+};
+
+TEST_F(CookieJarTest, ABurstIsWrittenOnceAfterItsEnd) {
+  LARKA::CookieJar jar(path, nullptr);
+  const auto writes = writesWhile(&jar, 4000, 250, 1000);
+  ASSERT_EQ(writes.size(), 1u);
+  EXPECT_NEAR(static_cast<double>(writes[0]), 3000, 300);
+  struct stat status = {};
+  stat(QFile::encodeName(path).constData(), &status);
+  EXPECT_EQ(status.st_mode & 0777, 0600u);
+}
+
+TEST_F(CookieJarTest, ASteadyStreamIsWrittenEveryTenSeconds) {
+  LARKA::CookieJar jar(path, nullptr);
+  const auto writes = writesWhile(&jar, 12000, 500, 12000);
+  ASSERT_EQ(writes.size(), 1u);
+  EXPECT_NEAR(static_cast<double>(writes[0]), 10500, 300);
+}
+
+TEST_F(CookieJarTest, ItsEndKeepsWhatLasts) {
+  {
+    LARKA::CookieJar jar(path, nullptr);
+    jar.setCookiesFromUrl({lasting("kept"), QNetworkCookie("session", "1")}, kUrl);
+    jar.save();
+    EXPECT_TRUE(bytes().contains("session"));
+  }
+  EXPECT_TRUE(bytes().contains("kept"));
+  EXPECT_FALSE(bytes().contains("session"));
+  LARKA::CookieJar again(path, nullptr);
+  EXPECT_EQ(again.cookiesForUrl(kUrl).size(), 1);
+  again.clear();
+  again.load();
+  EXPECT_EQ(again.cookiesForUrl(kUrl).size(), 1) << "not saved yet";
+}
+
+TEST_F(CookieJarTest, AFileThatIsNoneChangesNothing) {
+  mkfifo(QFile::encodeName(path).constData(), 0600);
+  LARKA::CookieJar pipe(path, nullptr);  // does not wait for a writer
+  QFile::remove(path);
+  QFile foreign(path);
+  ASSERT_TRUE(foreign.open(QIODevice::WriteOnly));
+  foreign.write("something else entirely");
+  foreign.close();
+  LARKA::CookieJar jar(path, nullptr);
+  EXPECT_TRUE(jar.setCookiesFromUrl({lasting("a")}, kUrl));
+  jar.load();
+  EXPECT_EQ(jar.cookiesForUrl(kUrl).size(), 1);
+  jar.save();
+  EXPECT_EQ(bytes().left(8), QByteArray::fromHex("000000ae00000001"));
+}
+
+// As on a full disk: writing fails in the middle.
+TEST_F(CookieJarTest, AWriteThatFailsLeavesTheOldFile) {
+  LARKA::CookieJar jar(path, nullptr);
+  jar.setCookiesFromUrl({lasting("old")}, kUrl);
+  jar.save();
+  const QByteArray old = bytes();
+  jar.setCookiesFromUrl({lasting("new", QByteArray(4000, 'x'))}, kUrl);
+  rlimit limit = {};
+  getrlimit(RLIMIT_FSIZE, &limit);
+  const rlimit small = {1000, limit.rlim_max};
+  const auto handler = signal(SIGXFSZ, SIG_IGN);
+  setrlimit(RLIMIT_FSIZE, &small);
+  jar.save();
+  setrlimit(RLIMIT_FSIZE, &limit);
+  signal(SIGXFSZ, handler);
+  EXPECT_EQ(bytes(), old);
+  EXPECT_EQ(QDir(directory.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
+  jar.save();
+  EXPECT_TRUE(bytes().contains("new"));
+}
+
+// Saves in a loop until it is killed: the file is the old one or the new one, never a part.
+TEST_F(CookieJarTest, AProcessThatIsKilledLeavesAWholeFile) {
+  const int kCookies = 200;
+  for (int kill = 0; kill < 500; ++kill) {
+    const pid_t process = fork();
+    if (process == 0) {
+      LARKA::CookieJar jar(path, nullptr);
+      for (int round = 0;; ++round) {
+        QList<QNetworkCookie> cookies;
+        for (int i = 0; i < kCookies; ++i)
+          cookies += lasting("c" + QByteArray::number(i), QByteArray::number(round));
+        jar.NetworkCookieJar::setCookiesFromUrl(cookies, kUrl);
+        jar.save();
+      }
+    }
+    QThread::usleep(2000 + static_cast<unsigned long>(kill) * 7919 % 9000);
+    ::kill(process, SIGKILL);
+    waitpid(process, nullptr, 0);
+    const QByteArray state = bytes();
+    if (state.isEmpty()) continue;  // killed before the first save
+    LARKA::NetworkCookieJar restored;
+    ASSERT_TRUE(restored.restoreState(state)) << kill;
+    const QList<QNetworkCookie> cookies = restored.cookiesForUrl(kUrl);
+    ASSERT_EQ(cookies.size(), kCookies) << kill;
+    for (const QNetworkCookie& cookie : cookies)
+      ASSERT_EQ(cookie.value(), cookies.first().value()) << "of two different saves";
+  }
+  EXPECT_FALSE(bytes().isEmpty()) << "never saved before it was killed";
+}
+
+}  // namespace

@@ -78,21 +78,9 @@ QString applicationSupportPath(const QString& name) {
   return directory + QLatin1Char('/') + name;
 }
 
-QList<BrowserManagerPrivate*> BrowserManagerPrivate::s_living;
-
-BrowserManagerPrivate::BrowserManagerPrivate() { s_living.append(this); }
-
-// A manager that is never shut down, such as a global one, can't be relied on to be destroyed.
-void BrowserManagerPrivate::saveCookiesOfAll() {
-  for (const BrowserManagerPrivate* manager : s_living) {
-    if (!manager->cookieJar) continue;
-    manager->cookieJar->endSession();
-    manager->cookieJar->save();
-  }
-}
+BrowserManagerPrivate::BrowserManagerPrivate() = default;
 
 BrowserManagerPrivate::~BrowserManagerPrivate() {
-  s_living.removeOne(this);
   fprintf(stderr, "----browser manager quitting\n");
   fprintf(stderr, "---destroying scene\n");
   releaseLivingBrowsers();
@@ -177,7 +165,7 @@ void BrowserManager::Initialize(int argc, char** argv) {
   if (!d) d = new BrowserManagerPrivate;
   static const int registered = std::atexit([] {
     g_processEnding = true;
-    BrowserManagerPrivate::saveCookiesOfAll();
+    CookieJar::endAll();
   });
   Q_UNUSED(registered)
   if (QCoreApplication::instance()) {

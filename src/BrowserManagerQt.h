@@ -30,9 +30,6 @@ class BrowserManagerPrivate : public QObject {
   /// Gives a browser's requests the shared jar, and keeps the jar.
   void shareCookieJar(QNetworkAccessManager* manager);
 
-  /// Writes the cookies of every manager there is.
-  static void saveCookiesOfAll();
-
   CookieJar* cookieJar = nullptr;
   QNetworkDiskCache* diskCache = nullptr;
   QApplication* application = nullptr;
@@ -46,7 +43,6 @@ class BrowserManagerPrivate : public QObject {
   void releaseLivingBrowsers();
 
   QList<QPointer<QNetworkAccessManager>> jarUsers;
-  static QList<BrowserManagerPrivate*> s_living;
 };
 
 }  // namespace LARKA

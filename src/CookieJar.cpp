@@ -18,14 +18,25 @@ const qint64 kLargestFile = 64 << 20;
 
 }  // namespace
 
+QList<CookieJar*> CookieJar::s_living;
+
 CookieJar::CookieJar(const QString& fileName, QObject* parent)
     : NetworkCookieJar(parent), m_saveTimer(new QTimer(this)), m_fileName(fileName) {
   m_saveTimer->setSingleShot(true);
   connect(m_saveTimer, SIGNAL(timeout()), this, SLOT(save()));
   load();
+  s_living.append(this);
+}
+
+void CookieJar::endAll() {
+  for (CookieJar* jar : s_living) {
+    jar->endSession();
+    jar->save();
+  }
 }
 
 CookieJar::~CookieJar() {
+  s_living.removeOne(this);
   endSession();
   save();
 }
@@ -41,8 +52,9 @@ void CookieJar::save() {
   QSaveFile file(m_fileName);
   if (!file.open(QIODevice::WriteOnly)) return;
   file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
-  file.write(saveState());
-  file.commit();
+  const QByteArray state = saveState();
+  // commit() alone takes a file that could only be written in part.
+  if (file.write(state) == state.size() && file.flush()) file.commit();
 }
 
 bool CookieJar::setCookiesFromUrl(const QList<QNetworkCookie>& cookies, const QUrl& url) {

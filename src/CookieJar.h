@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QElapsedTimer>
+#include <QList>
 #include <QString>
 
 #include "networkcookiejar.h"
@@ -18,6 +19,10 @@ class CookieJar : public NetworkCookieJar {
  public:
   CookieJar(const QString& fileName, QObject* parent);
   ~CookieJar() override;
+
+  /// Writes every store that there is as at its end. For the end of a process, which may leave
+  /// stores undestroyed.
+  static void endAll();
 
   bool setCookiesFromUrl(const QList<QNetworkCookie>& cookies, const QUrl& url) override;
 
@@ -38,6 +43,8 @@ class CookieJar : public NetworkCookieJar {
 
  private:
   void scheduleSave();
+
+  static QList<CookieJar*> s_living;
 
   QElapsedTimer m_firstChange;  // since the last save; invalid when there is none
   QTimer* m_saveTimer;

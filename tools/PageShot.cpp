@@ -138,6 +138,7 @@ std::string PageShot::write() const {
   const QString path = QString::fromLocal8Bit(m_shot.output.c_str());
   const char* format = path.endsWith(QStringLiteral(".png"), Qt::CaseInsensitive) ? "png" : "jpg";
   QSaveFile file(path);
-  if (file.open(QIODevice::WriteOnly) && image.save(&file, format) && file.commit()) return "";
+  if (file.open(QIODevice::WriteOnly) && image.save(&file, format) && file.flush() && file.commit())
+    return "";
   return "can't write " + m_shot.output + ": " + file.errorString().toStdString();
 }

@@ -80,30 +80,38 @@ class LARKA_EXPORT ILarkaBrowser {
   /// left.
   virtual void Resize(int width, int height) = 0;
 
-  /// Keeps what this browser loads in a disk cache of `sizeInMegabytes` MiB in `directory`, which
-  /// all browsers that name the same directory share; a negative size stands for 200 MiB.
+  /// Keeps what this browser loads in a disk cache in `directory` (Latin-1), which all browsers that
+  /// name the same directory in the same way share; it is made where it is missing. The cache holds
+  /// `sizeInMegabytes` MiB, or 200 MiB when that is negative; from 2048 on the number wraps. The last
+  /// call for a directory decides for all its browsers. With "" nothing is kept, and every request
+  /// warns.
   virtual void SetCacheParameters(const char* directory, int sizeInMegabytes) = 0;
 
-  /// Empties the engine's memory caches and this browser's disk cache, for all who share it.
+  /// Empties the engine's memory caches, which all browsers share, and this browser's disk cache, for
+  /// all who share it.
   virtual void ClearCache() = 0;
 
-  // Cookies, of the store that this browser uses.
+  // Cookies, of the store that this browser uses: its own, or that of all browsers.
 
-  /// Stores a cookie for the host named `domain`. It lasts `lifetimeSeconds`, or until the store is
-  /// closed when that is negative. Always returns 0.
+  /// Stores a cookie for the host named `domain` (a leading dot doesn't count) and all hosts below it,
+  /// for every path. It lasts `lifetimeSeconds`, or until the store ends when that is negative; with 0
+  /// it deletes the one of its name. `name` and `value` are sent as they are. Always returns 0.
   virtual int InjectCookie(const char* domain, const char* name, const char* value,
                            int lifetimeSeconds) = 0;
 
-  /// Whether the current page has a cookie of this name. The cookie stays.
+  /// Whether the current page has a cookie of this name. The cookie stays: only ClearAllCookies and a
+  /// lifetime that has passed remove one.
   virtual bool ClearCookie(const char* name) = 0;
 
-  /// Removes every cookie from the store.
+  /// Removes every cookie from the store, for all who share it.
   virtual void ClearAllCookies() = 0;
 
-  /// The value of the current page's cookie of this name, or the empty text.
+  /// The value of the current page's cookie of this name, that with the longest path if there are
+  /// several; empty without one.
   virtual std::string ReadCookie(const char* name) = 0;
 
-  /// The names and values of the current page's cookies.
+  /// The names and values of the cookies that a request for the current page would carry, those with
+  /// longer paths first.
   virtual std::vector<std::pair<std::string, std::string>> ReadCookies() = 0;
 
   /// Starts to load a page. `url` is an absolute address in its encoded form (no spaces, non-ASCII

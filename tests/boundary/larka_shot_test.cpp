@@ -13,10 +13,7 @@ struct Outcome {
   std::string output, errors;
 };
 
-std::string readFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return std::string((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-}
+using test::readFile;
 
 class LarkaShotTest : public testing::Test {
  protected:

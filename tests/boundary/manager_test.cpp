@@ -1,4 +1,6 @@
 // The life of the library, its browsers and its timers, through the shared library.
+#include <sys/wait.h>
+
 #include "Host.h"
 
 namespace {
@@ -305,6 +307,30 @@ double residentMebibytes() {
   long total = 0, resident = 0;
   std::ifstream("/proc/self/statm") >> total >> resident;
   return resident * static_cast<double>(sysconf(_SC_PAGESIZE)) / (1024 * 1024);
+}
+
+TEST(ProcessTest, CookiesAreKeptWhenItEndsWithoutAShutdown) {
+  test::TemporaryDirectory directory;
+  const std::string own = directory.file("own jar");
+  const pid_t process = fork();
+  if (process == 0) {
+    auto* host = new test::Host;
+    setenv("XDG_DATA_HOME", directory.path().c_str(), 1);
+    host->initialize();
+    host->createBrowser(nullptr)->InjectCookie("example.com", "shared", "1", 1000);
+    LARKA::ILarkaBrowser* browser = host->manager->CreateBrowser();
+    browser->Initialize(100, 100, own.c_str(), nullptr, false, nullptr);
+    browser->InjectCookie("example.com", "own", "1", 1000);
+    browser->InjectCookie("example.com", "session", "1", -1);
+    exit(0);
+  }
+  waitpid(process, nullptr, 0);
+  std::string shared;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(directory.path()))
+    if (entry.path().filename() == "cookies") shared = test::readFile(entry.path().string());
+  EXPECT_NE(shared.find("shared=1"), std::string::npos);
+  EXPECT_NE(test::readFile(own).find("own=1"), std::string::npos);
+  EXPECT_EQ(test::readFile(own).find("session"), std::string::npos);
 }
 
 TEST_F(ManagerTest, ThreeHundredBrowsersLeaveNoMemoryBehind) {

@@ -43,6 +43,11 @@ class TemporaryDirectory {
   std::filesystem::path m_path;
 };
 
+inline std::string readFile(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return std::string((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+}
+
 /// A listener that writes down what it is told, as "OnTitleChanged Demo".
 class Recorder : public LARKA::CallbacksAdapter {
  public:

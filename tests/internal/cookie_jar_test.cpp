@@ -73,7 +73,7 @@ TEST_F(CookieJarTest, ABurstIsWrittenOnceAfterItsEnd) {
   LARKA::CookieJar jar(path, nullptr);
   const auto writes = writesWhile(&jar, 4000, 250, 1000);
   ASSERT_EQ(writes.size(), 1u);
-  EXPECT_NEAR(static_cast<double>(writes[0]), 3000, 300);
+  EXPECT_NEAR(static_cast<double>(writes[0]), 3000, 400);
   struct stat status = {};
   stat(QFile::encodeName(path).constData(), &status);
   EXPECT_EQ(status.st_mode & 0777, 0600u);
@@ -83,7 +83,8 @@ TEST_F(CookieJarTest, ASteadyStreamIsWrittenEveryTenSeconds) {
   LARKA::CookieJar jar(path, nullptr);
   const auto writes = writesWhile(&jar, 12000, 500, 12000);
   ASSERT_EQ(writes.size(), 1u);
-  EXPECT_NEAR(static_cast<double>(writes[0]), 10500, 300);
+  EXPECT_GE(writes[0], 10000);  // the change at 10 s or the one after it
+  EXPECT_LE(writes[0], 10900);
 }
 
 TEST_F(CookieJarTest, ItsEndKeepsWhatLasts) {

@@ -47,10 +47,11 @@ class HttpServer {
     close(m_socket);
   }
 
-  /// What to answer `path` with, to the byte.
-  void answer(const std::string& path, const std::string& response) {
+  /// What to answer `path` with, to the byte; after `pauseAfter` bytes, if any, it rests for a
+  /// while.
+  void answer(const std::string& path, const std::string& response, size_t pauseAfter = 0) {
     std::lock_guard<std::mutex> lock(m_mutex);
-    m_answers[path] = response;
+    m_answers[path] = {response, pauseAfter};
   }
   void page(const std::string& path, const std::string& body) {
     answer(path,
@@ -89,12 +90,20 @@ class HttpServer {
         if (header < end) length = std::stoul(text.substr(header + 16));
       }
       if (end == std::string::npos) continue;
-      const std::string response = take(text, end);
-      send(client, response.data(), response.size(), MSG_NOSIGNAL);
+      const Answer given = take(text, end);
+      send(client, given.response.data(), given.pauseAfter, MSG_NOSIGNAL);
+      if (given.pauseAfter > 0) usleep(kPauseMicroseconds);
+      send(client, given.response.data() + given.pauseAfter,
+           given.response.size() - given.pauseAfter, MSG_NOSIGNAL);
     }
   }
 
-  std::string take(const std::string& text, size_t end) {
+  struct Answer {
+    std::string response;
+    size_t pauseAfter = 0;
+  };
+
+  Answer take(const std::string& text, size_t end) {
     const size_t space = text.find(' '), stop = text.find(' ', space + 1);
     const std::string target = text.substr(space + 1, stop - space - 1);
     const size_t mark = target.find('?');
@@ -105,14 +114,16 @@ class HttpServer {
     const auto found = m_answers.find(m_requests.back().path);
     return found != m_answers.end()
                ? found->second
-               : "HTTP/1.1 404 Not Found\r\nConnection: close\r\nContent-Length: 0\r\n\r\n";
+               : Answer{"HTTP/1.1 404 Not Found\r\nConnection: close\r\nContent-Length: 0\r\n\r\n"};
   }
+
+  static constexpr int kPauseMicroseconds = 400000;
 
   int m_socket;
   int m_port = 0;
   std::thread m_thread;
   std::mutex m_mutex;
-  std::map<std::string, std::string> m_answers;
+  std::map<std::string, Answer> m_answers;
   std::vector<Request> m_requests;
 };
 

@@ -8,7 +8,7 @@ set -u
 . "$(dirname "$0")/setup.sh"
 seconds=${1:-60}
 case "$seconds" in
-  *[!0-9]* | "") fail "usage: scripts/fuzz.sh [SECONDS]" ;;
+  *[!0-9]* | "" | 0*) fail "usage: scripts/fuzz.sh [SECONDS]" ;;
 esac
 [ $# -le 1 ] || fail "usage: scripts/fuzz.sh [SECONDS]"
 cd "$(dirname "$0")/.." || exit 1

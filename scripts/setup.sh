@@ -30,14 +30,16 @@ ensure_packages() {
   export DEBIAN_FRONTEND=noninteractive
   $sudo apt-get update -q || fail "apt-get update failed"
   # The servers among them are for the tests, which start them themselves.
-  policy=/usr/sbin/policy-rc.d
-  [ -e "$policy" ] && policy="" ||
-    printf '#!/bin/sh\nexit 101\n' | $sudo install -m 755 /dev/stdin "$policy"
-  # shellcheck disable=SC2086
-  $sudo env DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends $missing
-  status=$?
-  [ -z "$policy" ] || $sudo rm -f "$policy"
-  [ "$status" -eq 0 ] || fail "could not install:$missing"
+  (
+    policy=/usr/sbin/policy-rc.d
+    if [ ! -e "$policy" ]; then
+      trap '$sudo rm -f "$policy"' EXIT
+      trap 'exit 130' INT TERM HUP
+      printf '#!/bin/sh\nexit 101\n' | $sudo install -m 755 /dev/stdin "$policy"
+    fi
+    # shellcheck disable=SC2086
+    $sudo env DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends $missing
+  ) || fail "could not install:$missing"
 }
 
 # Configures a preset once, and builds it (or only the named targets).

@@ -13,8 +13,8 @@ namespace {
 const int kSaveAfterMilliseconds = 2000;
 const qint64 kSaveAtOnceAfterMilliseconds = 10000;
 
-// A hundred times what a browser needs; what is beyond counts as cut off.
-const qint64 kLargestFile = 64 << 20;
+// Some 150,000 cookies; what is beyond counts as cut off.
+const qint64 kLargestFile = 32 << 20;
 
 }  // namespace
 
@@ -49,6 +49,8 @@ void CookieJar::load() {
 
 void CookieJar::save() {
   m_firstChange.invalidate();
+  const QFileInfo info(m_fileName);
+  if (info.exists() && !info.isFile()) return;  // a device would be replaced by a file
   QSaveFile file(m_fileName);
   if (!file.open(QIODevice::WriteOnly)) return;
   file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);

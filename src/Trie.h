@@ -46,6 +46,11 @@ class Trie {
   /// Empties this node.
   void clear();
 
+  /// Calls `visit` with each node and the keys on the way to it, parents first, children in the
+  /// order of their keys.
+  template <typename Visit>
+  void forEachNode(Visit visit) const;
+
   /// Whether the keys of every node are sorted and unique and each has its child. All others of
   /// these operations count on it.
   bool isConsistent() const;
@@ -60,10 +65,6 @@ class Trie {
     return found != keys.end() && *found == key ? static_cast<int>(found - keys.begin()) : -1;
   }
 
-  /// Calls `visit` with each node, parents first, children in the order of their keys.
-  template <typename Visit>
-  void forEachNode(Visit visit) const;
-
   template <typename U>
   friend QDataStream& operator<<(QDataStream& stream, const Trie<U>& trie);
 };
@@ -71,11 +72,24 @@ class Trie {
 template <typename T>
 template <typename Visit>
 void Trie<T>::forEachNode(Visit visit) const {
-  QList<const Trie*> pending = {this};
-  while (!pending.isEmpty()) {
-    const Trie* node = pending.takeLast();
-    visit(*node);
-    for (int i = node->children.size(); i-- > 0;) pending.append(&node->children.at(i));
+  struct Entered {
+    const Trie* node;
+    int nextChild;
+  };
+  QList<Entered> entered = {{this, 0}};
+  QStringList keys;
+  visit(*this, keys);
+  while (!entered.isEmpty()) {
+    const Trie* node = entered.last().node;
+    const int child = entered.last().nextChild++;
+    if (child == node->children.size()) {
+      entered.removeLast();
+      if (!keys.isEmpty()) keys.removeLast();
+      continue;
+    }
+    keys.append(node->childrenKeys.value(child));
+    entered.append({&node->children.at(child), 0});
+    visit(node->children.at(child), keys);
   }
 }
 
@@ -126,7 +140,7 @@ bool Trie<T>::remove(const QStringList& path, const T& value) {
 template <typename T>
 QList<T> Trie<T>::all() const {
   QList<T> found;
-  forEachNode([&found](const Trie& node) { found += node.values; });
+  forEachNode([&found](const Trie& node, const QStringList&) { found += node.values; });
   return found;
 }
 
@@ -151,7 +165,7 @@ void Trie<T>::clear() {
 template <typename T>
 bool Trie<T>::isConsistent() const {
   bool consistent = true;
-  forEachNode([&consistent](const Trie& node) {
+  forEachNode([&consistent](const Trie& node, const QStringList&) {
     const QStringList& keys = node.childrenKeys;
     const auto unordered = [](const QString& a, const QString& b) { return !(a < b); };
     if (keys.size() != node.children.size() ||
@@ -171,7 +185,7 @@ bool Trie<T>::isConsistent() const {
 
 template <typename T>
 QDataStream& operator<<(QDataStream& stream, const Trie<T>& trie) {
-  trie.forEachNode([&stream](const Trie<T>& node) {
+  trie.forEachNode([&stream](const Trie<T>& node, const QStringList&) {
     stream << node.values << node.childrenKeys << static_cast<quint32>(node.children.size());
   });
   return stream;

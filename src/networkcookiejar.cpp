@@ -11,11 +11,31 @@ QDataStream& operator<<(QDataStream& stream, const QNetworkCookie& cookie) {
   return stream << cookie.toRawForm(QNetworkCookie::Full);
 }
 
+// The toolkit writes the numeric domains of IPv6 hosts and can't read them.
+static QList<QNetworkCookie> parsed(QByteArray text) {
+  const QList<QNetworkCookie> cookies = QNetworkCookie::parseCookies(text);
+  const char kDomain[] = "; domain=[";
+  const int start = text.indexOf(kDomain);
+  const int end = text.indexOf(']', start);
+  if (!cookies.isEmpty() || start < 0 || end < 0) return cookies;
+  const int address = start + static_cast<int>(sizeof(kDomain)) - 1;
+  const QString domain = QString::fromLatin1(text.mid(address, end - address));
+  QList<QNetworkCookie> withoutDomain =
+      QNetworkCookie::parseCookies(text.remove(start, end + 1 - start));
+  for (QNetworkCookie& cookie : withoutDomain) cookie.setDomain(domain);
+  return withoutDomain;
+}
+
+// One cookie is one line.
 QDataStream& operator>>(QDataStream& stream, QNetworkCookie& cookie) {
+  const int kLongestText = 64 << 10;
   QByteArray text;
   stream >> text;
-  const QList<QNetworkCookie> parsed = QNetworkCookie::parseCookies(text);
-  if (!parsed.isEmpty()) cookie = parsed.first();
+  if (text.size() > kLongestText) return stream;
+  const int line = text.indexOf('\n');
+  if (line >= 0) text.truncate(line);
+  const QList<QNetworkCookie> cookies = parsed(text);
+  if (!cookies.isEmpty()) cookie = cookies.first();
   return stream;
 }
 
@@ -26,6 +46,7 @@ namespace {
 const qint32 kMagic = 174;
 const qint32 kVersion = 1;
 const int kLongestPath = 1024;
+const int kLongestDomain = 255;
 
 // Sorted; searched as it is.
 const char* const kTwoLevelDomains[] = {
@@ -77,6 +98,7 @@ class NetworkCookieJarPrivate {
   bool matchesBlacklist(const QString& label) const;
   bool complete(QNetworkCookie* cookie, const QUrl& url) const;
   QList<QNetworkCookie> cookiesAlong(QStringList labels) const;
+  void repair();
   void removeNamesake(const QNetworkCookie& cookie, const QStringList& labels);
 
   Trie<QNetworkCookie> tree;
@@ -136,6 +158,26 @@ void NetworkCookieJarPrivate::removeNamesake(const QNetworkCookie& cookie,
            other.path() == cookie.path();
   });
   if (old != neighbours.end()) tree.remove(labels, *old);
+}
+
+/// Builds a tree that was damaged anew, of the cookies in it: those without a domain get that of
+/// their node, those that could not be read go.
+void NetworkCookieJarPrivate::repair() {
+  bool sound = tree.isConsistent();
+  QList<QNetworkCookie> found;
+  tree.forEachNode([&](const Trie<QNetworkCookie>& node, QStringList keys) {
+    if (node.values.isEmpty()) return;
+    std::reverse(keys.begin(), keys.end());
+    for (QNetworkCookie cookie : node.values) {
+      if (splitHost(cookie.domain()) != keys) sound = false;
+      if (cookie == QNetworkCookie()) continue;
+      if (cookie.domain().isEmpty()) cookie.setDomain(keys.join(QLatin1Char('.')));
+      if (cookie.domain().length() <= kLongestDomain) found.append(cookie);
+    }
+  });
+  if (sound) return;
+  tree.clear();
+  for (const QNetworkCookie& cookie : found) tree.insert(splitHost(cookie.domain()), cookie);
 }
 
 NetworkCookieJar::NetworkCookieJar(QObject* parent)
@@ -198,8 +240,7 @@ bool NetworkCookieJar::restoreState(const QByteArray& state) {
   stream >> magic >> version;
   if (magic != kMagic || version != kVersion) return false;
   stream >> d->tree;
-  // A damaged tree is built anew from what it holds.
-  if (!d->tree.isConsistent()) setAllCookies(allCookies());
+  d->repair();
   return true;
 }
 

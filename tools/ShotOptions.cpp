@@ -40,7 +40,8 @@ A URL may also be a local file, or a host name without a scheme.
       --timeout S       give up on a page that has not loaded after S seconds (default: 30)
       --user-agent TEXT the user agent to ask with
       --cookie NAME=VALUE
-                        send this cookie to each page's host; may be given several times
+                        send this cookie to the host of each page, for a page from the
+                        network; may be given several times
       --cookie-jar FILE keep cookies in this file instead of the library's own; the pages are then
                         rendered one after the other
       --cache DIR       keep what is loaded in this folder, and take it from there next time
@@ -92,6 +93,13 @@ bool parseCookie(const std::string& text,
   if (equals == std::string::npos || equals == 0) return false;
   cookies->emplace_back(text.substr(0, equals), text.substr(equals + 1));
   return true;
+}
+
+/// The library takes the folder's name as Latin-1.
+bool parseCache(const char* text, std::string* directory) {
+  const QString name = QString::fromLocal8Bit(text);
+  *directory = name.toLatin1().toStdString();
+  return !name.isEmpty() && QString::fromLatin1(directory->c_str()) == name && QDir().mkpath(name);
 }
 
 bool parseProxy(const char* text, ShotProxy* proxy) {
@@ -246,10 +254,7 @@ std::string applyOption(int option, const char* given, ShotOptions* options, Ask
       options->cookieJar = value;
       return canKeepFile(value) ? "" : "--cookie-jar: can't keep a file in " + quoted;
     case kCache:
-      options->cache = value;
-      return *value && QDir().mkpath(QString::fromLocal8Bit(value))
-                 ? ""
-                 : "--cache: can't make the folder " + quoted;
+      return parseCache(value, &options->cache) ? "" : "--cache: can't use the folder " + quoted;
     case kProxy:
       return parseProxy(value, &options->proxy)
                  ? ""

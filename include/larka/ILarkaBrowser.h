@@ -40,11 +40,12 @@ class LARKA_EXPORT ILarkaBrowser {
   /// and the user agent may be set earlier.
   ///
   /// `width` and `height`: the view's size in pixels. The page image never exceeds 1280 by 720.
-  /// `cookiePath`: the file of a cookie store of this browser's own; null for the store that all
-  /// browsers share. `localStoragePath`: the directory in which pages keep their local storage;
-  /// null or empty for none that lasts. `createScriptObject`: whether page script gets the object
-  /// "larka", with which it can call ILarkaCallbacks::OnExecuteInLarka. `systemInfo`: may be null;
-  /// not used.
+  /// `cookiePath`: the file of a cookie store of this browser's own (two browsers, or processes, on
+  /// one file overwrite each other's changes; empty for one that is not kept); null for the store
+  /// that all browsers share. `localStoragePath`: the directory in which pages keep their local
+  /// storage; null or empty for none that lasts. `createScriptObject`: whether page script gets the
+  /// object "larka", with which it can call ILarkaCallbacks::OnExecuteInLarka. `systemInfo`: may be
+  /// null; not used.
   virtual void Initialize(int width, int height, const char* cookiePath,
                           const char* localStoragePath, bool createScriptObject,
                           SystemInfoData* systemInfo) = 0;
@@ -80,27 +81,29 @@ class LARKA_EXPORT ILarkaBrowser {
   /// left.
   virtual void Resize(int width, int height) = 0;
 
-  /// Keeps what this browser loads in a disk cache in `directory` (Latin-1), which all browsers that
-  /// name the same directory in the same way share; it is made where it is missing. The cache holds
-  /// `sizeInMegabytes` MiB, or 200 MiB when that is negative; from 2048 on the number wraps. The last
-  /// call for a directory decides for all its browsers. With "" nothing is kept, and every request
-  /// warns.
+  /// Keeps what this browser loads in a disk cache in `directory` (Latin-1), which all browsers
+  /// that name the same directory in the same way share; it is made where it is missing. The cache
+  /// holds `sizeInMegabytes` MiB, or 200 MiB when that is negative; from 2048 on the number wraps.
+  /// The last call for a directory decides for all its browsers. With "" nothing is kept, and every
+  /// request warns.
   virtual void SetCacheParameters(const char* directory, int sizeInMegabytes) = 0;
 
-  /// Empties the engine's memory caches, which all browsers share, and this browser's disk cache, for
-  /// all who share it.
+  /// Empties the engine's memory caches, which all browsers share, and this browser's disk cache,
+  /// for all who share it.
   virtual void ClearCache() = 0;
 
   // Cookies, of the store that this browser uses: its own, or that of all browsers.
 
-  /// Stores a cookie for the host named `domain` (a leading dot doesn't count) and all hosts below it,
-  /// for every path. It lasts `lifetimeSeconds`, or until the store ends when that is negative; with 0
-  /// it deletes the one of its name. `name` and `value` are sent as they are. Always returns 0.
+  /// Stores a cookie for the host named `domain` (a leading dot doesn't count; a path after it
+  /// limits the cookie to that) and the hosts below it. It lasts `lifetimeSeconds`, or until the
+  /// store ends when that is negative; with 0 it deletes the one of its name. `name` and `value`
+  /// are sent as they are: they must not hold semicolons, line breaks or blanks at either end.
+  /// Always returns 0. To be called after Initialize, which may choose another store.
   virtual int InjectCookie(const char* domain, const char* name, const char* value,
                            int lifetimeSeconds) = 0;
 
-  /// Whether the current page has a cookie of this name. The cookie stays: only ClearAllCookies and a
-  /// lifetime that has passed remove one.
+  /// Whether the current page has a cookie of this name. The cookie stays: only ClearAllCookies and
+  /// a lifetime that has passed remove one.
   virtual bool ClearCookie(const char* name) = 0;
 
   /// Removes every cookie from the store, for all who share it.
@@ -110,8 +113,8 @@ class LARKA_EXPORT ILarkaBrowser {
   /// several; empty without one.
   virtual std::string ReadCookie(const char* name) = 0;
 
-  /// The names and values of the cookies that a request for the current page would carry, those with
-  /// longer paths first.
+  /// The names and values of the cookies that a request for the current page would carry, those
+  /// with longer paths first.
   virtual std::vector<std::pair<std::string, std::string>> ReadCookies() = 0;
 
   /// Starts to load a page. `url` is an absolute address in its encoded form (no spaces, non-ASCII

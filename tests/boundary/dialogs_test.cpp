@@ -26,6 +26,7 @@ TEST_F(DialogsTest, WithoutListenersEveryDialogHasItsDefault) {
 
 TEST_F(DialogsTest, ListenersAnswerInTurn) {
   Recorder second;
+  browser->AddListener(nullptr);
   browser->AddListener(&second);
   ASSERT_TRUE(load("<title>x</title>"));
   struct {

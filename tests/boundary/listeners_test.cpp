@@ -63,27 +63,6 @@ TEST_F(ListenersTest, ThatAreAddedOrRemovedDuringAnEventCountFromTheNextOne) {
   EXPECT_EQ(added.events, std::vector<std::string>{"OnJavaScriptAlert 2"});
 }
 
-TEST_F(ListenersTest, TheFirstThatAnswersEndsAQuestion) {
-  Recorder second;
-  browser->AddListener(nullptr);
-  browser->AddListener(&second);
-  second.confirms = second.answersPrompt = true;
-  recorder.promptAnswer = "dropped";
-  second.promptAnswer = "caf\xc3\xa9";
-  EXPECT_EQ(browser->ExecuteJavascript("confirm(\"q\")"), "true");
-  EXPECT_EQ(browser->ExecuteJavascript("prompt(\"q\\u00e9\", \"d\")"), "caf\xc3\xa9");
-  EXPECT_EQ(recorder.count("OnJavaScriptConfirm q"), 1);
-
-  recorder.confirms = true;
-  EXPECT_EQ(browser->ExecuteJavascript("confirm(\"q\")"), "true");
-  EXPECT_EQ(second.count("OnJavaScriptConfirm"), 1) << "asked though the first had said yes";
-
-  browser->RemoveListener(&recorder);
-  browser->RemoveListener(&second);
-  EXPECT_EQ(browser->ExecuteJavascript("confirm(\"q\")"), "false");
-  EXPECT_EQ(browser->ExecuteJavascript("String(prompt(\"q\"))"), "null");
-}
-
 TEST_F(ListenersTest, HearOfAChangedImageFromTheEventLoopOnly) {
   ASSERT_TRUE(load(kPage));
   recorder.events.clear();
@@ -97,15 +76,6 @@ TEST_F(ListenersTest, HearOfAChangedImageFromTheEventLoopOnly) {
   const int still = recorder.dirty;
   host.pumpFor(500);
   EXPECT_EQ(recorder.dirty, still) << "a still page was painted";
-}
-
-TEST_F(ListenersTest, HearOfAFailedLoadAndTheBrowserStaysUsable) {
-  browser->Navigate("file:///nonexistent/page.html");
-  ASSERT_TRUE(host.pumpUntil([&] { return recorder.finished; }));
-  EXPECT_FALSE(recorder.ok);
-  EXPECT_EQ(browser->GetTitle(), "Failed loading page");
-  ASSERT_TRUE(load(kPage));
-  EXPECT_EQ(pixel(browser, 600, 300), 0xff204060u);
 }
 
 // The engine is in the middle of a request then; the library carries the navigation out after it.

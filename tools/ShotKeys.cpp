@@ -57,7 +57,7 @@ bool find(const Name (&names)[Size], const QString& word, int* number) {
 bool findKey(const QString& word, int* code) {
   if (word.size() == 1) {
     *code = word[0].unicode();
-    return true;
+    return *code < LARKA::KEYCODE_KEYPAD_0 || *code > LARKA::KEYCODE_PAGE_DOWN;  // keys there
   }
   if (find(kKeys, word, code)) return true;
   bool isNumber = false;

@@ -3,6 +3,7 @@
 #include <getopt.h>
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QUrl>
 #include <algorithm>
@@ -36,7 +37,7 @@ A URL may also be a local file, or a host name without a scheme.
                         down, left, right, home, end, page-up, page-down, comma and plus, or key codes
                         of two or more digits; with shift+, ctrl+, alt+ or meta+ before it where wanted
       --script JS       then run script in the page and print its value, as text, on standard output;
-                        nothing for undefined, null and script that fails
+                        an empty line for undefined, null and script that fails
       --timeout S       give up on a page that has not loaded after S seconds (default: 30)
       --user-agent TEXT the user agent to ask with
       --cookie NAME=VALUE
@@ -91,6 +92,9 @@ bool parseCookie(const std::string& text,
                  std::vector<std::pair<std::string, std::string>>* cookies) {
   const size_t equals = text.find('=');
   if (equals == std::string::npos || equals == 0) return false;
+  if (text.front() == ' ' || text.back() == ' ') return false;
+  for (const char c : text)
+    if (c == ';' || (c >= 0 && c < ' ')) return false;
   cookies->emplace_back(text.substr(0, equals), text.substr(equals + 1));
   return true;
 }
@@ -114,11 +118,14 @@ bool parseProxy(const char* text, ShotProxy* proxy) {
   return true;
 }
 
-/// Whether there is such a file, or a folder to make it in.
-bool canKeepFile(const char* path) {
-  const QFileInfo file(QString::fromLocal8Bit(path));
-  return *path && (file.exists() ? file.isFile() && file.isWritable()
-                                 : QFileInfo(file.absolutePath()).isWritable());
+/// Whether there is such a cookie file, or a folder to make it in. The library would write over a
+/// file of another kind.
+bool canKeepCookies(const char* path) {
+  const QFileInfo info(QString::fromLocal8Bit(path));
+  if (!info.exists()) return *path && QFileInfo(info.absolutePath()).isWritable();
+  QFile file(info.filePath());
+  if (!info.isFile() || !info.isWritable() || !file.open(QIODevice::ReadOnly)) return false;
+  return file.size() == 0 || file.read(4) == QByteArray::fromHex("000000ae");
 }
 
 bool readList(const std::string& path, std::vector<std::string>* addresses) {
@@ -248,11 +255,12 @@ std::string applyOption(int option, const char* given, ShotOptions* options, Ask
                  ? ""
                  : "--jobs takes a number from 1 to 64, not " + quoted;
     case kCookie:
-      return parseCookie(value, &options->cookies) ? ""
-                                                   : "--cookie takes NAME=VALUE, not " + quoted;
+      return parseCookie(value, &options->cookies)
+                 ? ""
+                 : "--cookie takes NAME=VALUE without semicolons, not " + quoted;
     case kCookieJar:
       options->cookieJar = value;
-      return canKeepFile(value) ? "" : "--cookie-jar: can't keep a file in " + quoted;
+      return canKeepCookies(value) ? "" : "--cookie-jar: can't keep cookies in " + quoted;
     case kCache:
       return parseCache(value, &options->cache) ? "" : "--cache: can't use the folder " + quoted;
     case kProxy:

@@ -11,7 +11,8 @@ enum ControlType {
   CONTROL_LABEL = 2,     ///< `label`
   CONTROL_UNMAPPED = 3,  ///< no element; asking for it finds nothing
   CONTROL_SELECT = 4,    ///< `select`
-  CONTROL_SUBMIT = 5,    ///< `input`, type "submit", and the other push buttons
+  CONTROL_SUBMIT = 5,    ///< `input`, type "submit", and the other push buttons; asking for it
+                         ///< finds inputs only, never a `button`
   CONTROL_RADIO = 6,     ///< `input`, type "radio"
   CONTROL_CHECKBOX = 7,  ///< `input`, type "checkbox"
   CONTROL_ANCHOR = 8,    ///< `a`

@@ -40,12 +40,13 @@ class LARKA_EXPORT ILarkaBrowser {
   /// and the user agent may be set earlier.
   ///
   /// `width` and `height`: the view's size in pixels. The page image never exceeds 1280 by 720.
-  /// `cookiePath`: the file of a cookie store of this browser's own (two browsers, or processes, on
-  /// one file overwrite each other's changes; empty for one that is not kept); null for the store
-  /// that all browsers share. `localStoragePath`: the directory in which pages keep their local
-  /// storage; null or empty for none that lasts. `createScriptObject`: whether page script gets the
-  /// object "larka", with which it can call ILarkaCallbacks::OnExecuteInLarka. `systemInfo`: may be
-  /// null; not used.
+  /// `cookiePath`: the file of a cookie store of this browser's own, which is written over whatever
+  /// it held (two browsers, or processes, on one file lose each other's changes); empty for a store
+  /// that is not kept, null for the one that all browsers share. `localStoragePath`: the directory
+  /// in which pages keep their local storage; null or empty for none that lasts.
+  /// `createScriptObject`: whether page script gets the object "larka", with which it can call
+  /// ILarkaCallbacks::OnExecuteInLarka; not built yet, it never gets it. `systemInfo`: may be null;
+  /// not used.
   virtual void Initialize(int width, int height, const char* cookiePath,
                           const char* localStoragePath, bool createScriptObject,
                           SystemInfoData* systemInfo) = 0;
@@ -94,11 +95,13 @@ class LARKA_EXPORT ILarkaBrowser {
 
   // Cookies, of the store that this browser uses: its own, or that of all browsers.
 
-  /// Stores a cookie for the host named `domain` (a leading dot doesn't count; a path after it
-  /// limits the cookie to that) and the hosts below it. It lasts `lifetimeSeconds`, or until the
-  /// store ends when that is negative; with 0 it deletes the one of its name. `name` and `value`
-  /// are sent as they are: they must not hold semicolons, line breaks or blanks at either end.
-  /// Always returns 0. To be called after Initialize, which may choose another store.
+  /// Stores a cookie for the host named `domain` (a leading dot doesn't count; of a path after it
+  /// what is before its last slash limits the cookie) and the hosts below it. It lasts
+  /// `lifetimeSeconds`, or until the store ends when that is negative; with 0 it takes the place of
+  /// the one with its name and path and is gone a millisecond later. `name` and `value` are sent as
+  /// they are: they must not hold semicolons, line breaks or blanks at either end. The file is
+  /// written 2 s later. Always returns 0. To be called after Initialize, which may choose another
+  /// store.
   virtual int InjectCookie(const char* domain, const char* name, const char* value,
                            int lifetimeSeconds) = 0;
 
@@ -206,7 +209,8 @@ class LARKA_EXPORT ILarkaBrowser {
   /// character beyond ASCII in it is written as \uXXXX. A script that never ends is not ended.
   virtual std::string ExecuteJavascript(const char* script) = 0;
 
-  /// The address of the current page.
+  /// The address of the current page in its readable form, without the percent-encoding that it can
+  /// do without; Navigate takes it too. All addresses that listeners are told have this form.
   virtual std::string GetCurrentLocation() = 0;
 
   /// The title of the current page.
@@ -256,7 +260,7 @@ class LARKA_EXPORT ILarkaBrowser {
 
   // Elements of the page.
 
-  /// The plug-ins of the current page, in the order of their creation.
+  /// The plug-ins of the current page, in the order of their creation. Not built yet: always none.
   virtual std::vector<LarkaPluginWidget> GetPluginWidgets() = 0;
 
   /// The innermost element at a point of the page image, child frames included, or an empty handle.
@@ -264,11 +268,13 @@ class LARKA_EXPORT ILarkaBrowser {
   virtual LarkaHTMLControl HitTest(int x, int y) = 0;
 
   /// The elements with the tag that belongs to `type`, in document order, of the frame that has the
-  /// focus. All inputs count as one tag. The caller deletes the handles.
+  /// focus (the main frame where none has). All inputs count as one tag, and a `button` is never
+  /// found. The caller deletes the handles.
   virtual std::vector<LarkaHTMLControl*> GetControls(ControlType type) = 0;
 
   /// Opens the web inspector on this browser's page and returns it as a browser that can be resized
-  /// and shut down. It belongs to this browser and is destroyed with it.
+  /// and shut down. It belongs to this browser and is destroyed with it. Not built yet: always
+  /// null.
   virtual ILarkaBrowser* LaunchInspector(bool show) = 0;
 
   /// Does nothing.

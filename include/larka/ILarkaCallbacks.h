@@ -52,8 +52,9 @@ class LARKA_EXPORT ILarkaCallbacks {
   /// The page set the text of a status bar.
   virtual void OnStatusBarMessage(const char* text) = 0;
 
-  /// The page is about to navigate because of a link, a form, the history or a reload; never
-  /// because of a script or of ILarkaBrowser::Navigate. A notice only: it can't be refused.
+  /// The page is about to navigate, or asks for a new window, because of a link, a form, the
+  /// history or a reload; never because of a script or of ILarkaBrowser::Navigate. A notice only:
+  /// it can't be refused.
   virtual void OnAcceptNavigationRequest() = 0;
 
   /// The page asked for another window size, in pixels. Nothing is resized.

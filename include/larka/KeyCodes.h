@@ -6,15 +6,17 @@ namespace LARKA {
 /// A key for ILarkaBrowser::KeyDown and ILarkaBrowser::KeyUp. The numbers are part of the binary
 /// interface.
 ///
-/// Every other number up to 65535 stands for the character with that Unicode code point: 'a' is 97,
-/// the space 32, the euro sign 8364. It is typed; to page script only the letters A to Z (with
-/// MODIFIER_LEFT_SHIFT, or it looks like caps lock) and a to z and the digits are also keys with a
-/// key code.
+/// Every other number up to 65535 stands for the character with that UTF-16 code: 'a' is 97, the
+/// space 32, the euro sign 8364; a character beyond U+FFFF takes two, one press each. It is typed;
+/// to page script only the letters A to Z (with MODIFIER_LEFT_SHIFT, or it looks like caps lock)
+/// and a to z and the digits are also keys with a key code. Of larger numbers the low 16 bits
+/// count.
 ///
-/// Each key comes with the character that has its number. For the keys from KEYCODE_KEYPAD_0 on
-/// that character (U+0100 to U+0119) has nothing to do with the key, and a text field types it for
-/// those it has no other use for: the keypad's (but enter), insert, page up and page down. To type
-/// a digit send KEYCODE_0 to KEYCODE_9.
+/// The characters U+0100 to U+0119, among them d, e and c with a caron or an ogonek, have the
+/// numbers of keys and can't be sent: a d with a caron would send a form. Each key comes with the
+/// character that has its number, and a text field types it for the keys that it has no other use
+/// for: the keypad's (but enter), insert, page up and page down. To type a digit send KEYCODE_0 to
+/// KEYCODE_9.
 enum KeyCode {
   KEYCODE_BACKSPACE = 8,   ///< deletes before the caret
   KEYCODE_TAB = 9,         ///< moves the focus on; with shift, back

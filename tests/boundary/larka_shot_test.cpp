@@ -155,7 +155,7 @@ TEST_F(LarkaShotTest, PressesKeysAndRunsScript) {
   const Outcome two = run("f.html g.html --script document.forms.length --quiet --jobs 1");
   EXPECT_EQ(two.output, "f.html: 1\ng.html: 0\n");
   for (const char* wrong : {"--keys bogus", "--keys tab,hyper+a", "--keys 70000", "--keys shift+",
-                            "--keys ,", "--zoom 5", "--zoom 1e9", "--zoom x"}) {
+                            "--keys ,", "--keys ď", "--zoom 5", "--zoom 1e9", "--zoom x"}) {
     const Outcome failed = run(std::string("f.html ") + wrong);
     EXPECT_EQ(failed.status, 2) << wrong;
     EXPECT_EQ(lines(failed.errors), 1) << wrong;
@@ -180,14 +180,16 @@ TEST_F(LarkaShotTest, CookiesAndTheCacheOutliveTheProcess) {
               second.output == "script=5; response=1\n")
       << second.output;
   EXPECT_EQ(server.requests("/a").size(), 1u);
+  directory.write("b.html", "<p>b</p>");
   run(page + "--cookie-jar own --script \"document.cookie='mine=1;max-age=99'\"");
   const Outcome own =
       run(page + "b.html --cookie-jar own --script \"''+/mine/.test(document.cookie)\"");
   EXPECT_NE(own.output.find("/a: true"), std::string::npos) << own.output;
   EXPECT_EQ(run(page + "--proxy http://127.0.0.1:" + std::to_string(server.port())).status, 1);
   for (const char* wrong :
-       {"--cookie x", "--cookie =x", "--cookie-jar /no/such/folder/jar", "--cookie-jar .",
-        "--cache /dev/null/x", "--proxy 127.0.0.1:80", "--proxy ftp://x:1", "--proxy http://x"}) {
+       {"--cookie x", "--cookie =x", "--cookie 'a=1; path=/'", "--cookie-jar b.html",
+        "--cookie-jar /no/such/folder/jar", "--cookie-jar .", "--cache /dev/null/x",
+        "--proxy 127.0.0.1:80", "--proxy ftp://x:1", "--proxy http://x"}) {
     const Outcome failed = run(page + wrong);
     EXPECT_EQ(failed.status, 2) << wrong;
     EXPECT_EQ(lines(failed.errors), 1) << wrong;

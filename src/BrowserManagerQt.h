@@ -5,6 +5,8 @@
 #include <QObject>
 #include <QPointer>
 
+#include "HostCalls.h"
+
 class QApplication;
 class QGraphicsScene;
 class QGraphicsView;
@@ -38,10 +40,14 @@ class BrowserManagerPrivate : public QObject {
   QGraphicsView* view = nullptr;
   QGraphicsScene* scene = nullptr;
 
+ protected:
+  bool event(QEvent* event) override { return hostCalls.postpones(event) || QObject::event(event); }
+
  private:
   void spareTheView();
   void releaseLivingBrowsers();
 
+  HostCalls hostCalls{this};
   QList<QPointer<QNetworkAccessManager>> jarUsers;
 };
 

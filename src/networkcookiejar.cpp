@@ -28,7 +28,7 @@ static QList<QNetworkCookie> parsed(QByteArray text) {
 
 // One cookie is one line.
 QDataStream& operator>>(QDataStream& stream, QNetworkCookie& cookie) {
-  const int kLongestText = 64 << 10;
+  const int kLongestText = 1 << 20;
   QByteArray text;
   stream >> text;
   if (text.size() > kLongestText) return stream;

@@ -1,6 +1,4 @@
 // larka-shot as a person types it.
-#include <arpa/inet.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
 
 #include "Host.h"
@@ -45,44 +43,24 @@ class LarkaShotTest : public testing::Test {
   test::TemporaryDirectory directory;
 };
 
-/// A server that takes connections and never answers.
-class SilentServer {
- public:
-  SilentServer() : m_socket(socket(AF_INET, SOCK_STREAM, 0)) {
-    m_address.sin_family = AF_INET;
-    m_address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof(m_address);
-    auto* address = reinterpret_cast<sockaddr*>(&m_address);
-    if (bind(m_socket, address, size) != 0 || listen(m_socket, 8) != 0 ||
-        getsockname(m_socket, address, &size) != 0)
-      abort();
-  }
-  ~SilentServer() { close(m_socket); }
-  std::string url() const {
-    return "http://127.0.0.1:" + std::to_string(ntohs(m_address.sin_port));
-  }
-
- private:
-  int m_socket;
-  sockaddr_in m_address{};
-};
-
 TEST_F(LarkaShotTest, RendersTheRestOfAListWhenSomePagesFail) {
-  SilentServer silent;
+  test::HttpServer server;
+  server.answer("/silent", "");
   std::ofstream list(directory.file("list.txt"));
   list << "# fifty pages\n\n";
   for (int i = 1; i <= 48; ++i) {
     const std::string name = "page " + std::to_string(i) + ".html";
     directory.write(name, "<body style='background:#123456'>" + name);
     list << name << "\n";
-    if (i == 20) list << directory.file("missing.html") << "\n" << silent.url() << "/\n";
+    if (i == 20) list << directory.file("missing.html") << "\n" << server.url("/silent") << "\n";
   }
   list.close();
   const Outcome shots = run("--list list.txt --jobs 8 --timeout 3 --quiet -o shot.png");
   EXPECT_EQ(shots.status, 1);
   EXPECT_EQ(lines(shots.errors), 2) << shots.errors;
   EXPECT_NE(shots.errors.find("missing.html: could not be loaded\n"), std::string::npos);
-  EXPECT_NE(shots.errors.find(silent.url() + "/: timed out after 3 s\n"), std::string::npos);
+  EXPECT_NE(shots.errors.find(server.url("/silent") + ": timed out after 3 s\n"),
+            std::string::npos);
   EXPECT_EQ(shots.output, "");
   int images = 0;
   for (int i = 1; i <= 50; ++i) {

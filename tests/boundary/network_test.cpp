@@ -1,6 +1,4 @@
 // Proxies, certificates, cookies and the disk cache, against real servers.
-#include <fcntl.h>
-
 #include <random>
 
 #include "Host.h"

@@ -90,7 +90,8 @@ TEST_F(CookieJarTest, ASteadyStreamIsWrittenEveryTenSeconds) {
 TEST_F(CookieJarTest, ItsEndKeepsWhatLasts) {
   {
     LARKA::CookieJar jar(path, nullptr);
-    jar.setCookiesFromUrl({lasting("kept"), QNetworkCookie("session", "1")}, kUrl);
+    jar.setCookiesFromUrl(
+        {lasting("kept", QByteArray(200000, 'x')), QNetworkCookie("session", "1")}, kUrl);
     jar.save();
     EXPECT_TRUE(bytes().contains("session"));
   }

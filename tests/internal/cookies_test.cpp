@@ -249,7 +249,7 @@ TEST(CookieStateTest, DamagedTreesAreReadAndWork) {
 TEST(CookieStateTest, CookiesInAWrongPlaceAreMovedAndUnreadableOnesGo) {
   const QByteArray bad =
       node({"s=1; domain=victim.com; path=/", "h=2", "; domain=x", "l=3\nl=4",
-            "f=5; domain=" + QByteArray(300, 'x'), QByteArray(70000, 'y') + "=6"},
+            "f=5; domain=" + QByteArray(300, 'x'), QByteArray(1 << 20, 'y') + "=6"},
            {}, {});
   Jar jar;
   ASSERT_TRUE(jar.restoreState(QByteArray::fromHex("000000ae00000001") +

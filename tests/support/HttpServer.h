@@ -44,11 +44,12 @@ class HttpServer {
     if (!m_thread.joinable()) return;
     shutdown(m_socket, SHUT_RDWR);
     m_thread.join();
+    for (int client : m_unanswered) close(client);
     close(m_socket);
   }
 
-  /// What to answer `path` with, to the byte; after `pauseAfter` bytes, if any, it rests for a
-  /// while.
+  /// What to answer `path` with, to the byte; nothing at all, and never, for the empty text. After
+  /// `pauseAfter` bytes, if any, it rests for a while.
   void answer(const std::string& path, const std::string& response, size_t pauseAfter = 0) {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_answers[path] = {response, pauseAfter};
@@ -91,6 +92,10 @@ class HttpServer {
       }
       if (end == std::string::npos) continue;
       const Answer given = take(text, end);
+      if (given.response.empty()) {
+        m_unanswered.push_back(dup(client));
+        continue;
+      }
       send(client, given.response.data(), given.pauseAfter, MSG_NOSIGNAL);
       if (given.pauseAfter > 0) usleep(kPauseMicroseconds);
       send(client, given.response.data() + given.pauseAfter,
@@ -122,6 +127,7 @@ class HttpServer {
   int m_socket;
   int m_port = 0;
   std::thread m_thread;
+  std::vector<int> m_unanswered;  // by the thread; connections left open
   std::mutex m_mutex;
   std::map<std::string, Answer> m_answers;
   std::vector<Request> m_requests;

@@ -1,6 +1,7 @@
 // Servers.h: programs that serve on the loopback interface while a test runs.
 #pragma once
 
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
 

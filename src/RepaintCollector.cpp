@@ -1,4 +1,8 @@
-#include "RepaintCollector.h"
+#include "larka/RepaintCollector.h"
+
+RepaintCollector::RepaintCollector(QObject* parent) : QObject(parent) {}
+
+RepaintCollector::~RepaintCollector() = default;
 
 void RepaintCollector::addRect(const QRect& r) {
   const QRegion before = m_region;

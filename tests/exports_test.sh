@@ -1,15 +1,19 @@
 #!/bin/sh
-# The library exports the names of the namespace LARKA, and no others.
+# The library exports the names of the namespace LARKA and of the public classes outside it, and no
+# others.
 set -eu
 symbols=$(nm -DC --defined-only "$1")
 for expected in 'LARKA::BrowserManager::Initialize(int, char\*\*)' \
-  'typeinfo for LARKA::LarkaHTMLControl' 'vtable for LARKA::LarkaWidget'; do
+  'typeinfo for LARKA::LarkaHTMLControl' 'vtable for LARKA::LarkaWidget' \
+  'PannableView::posChanged(QRectF const&)' 'RepaintCollector::staticMetaObject' \
+  'LarkaSystemInfoJavaScriptObject::vendor() const'; do
   echo "$symbols" | grep -q "$expected" || {
     echo "not exported: $expected"
     exit 1
   }
 done
-if echo "$symbols" | grep -vE ' (typeinfo (name )?for |vtable for |non-virtual thunk to )?LARKA::'; then
+public='(LARKA|PannableView|RepaintCollector|LarkaSystemInfoJavaScriptObject)(::|$)'
+if echo "$symbols" | grep -vE " (typeinfo (name )?for |vtable for |non-virtual thunk to )?$public"; then
   echo "exported, but not public (see above)"
   exit 1
 fi

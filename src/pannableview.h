@@ -1,0 +1,81 @@
+// pannableview.h: what PannableView is made of.
+#pragma once
+
+#include <QElapsedTimer>
+#include <QGraphicsWidget>
+#include <QList>
+#include <QObject>
+#include <QPointF>
+#include <QPointer>
+#include <QTimeLine>
+
+class PannableView;
+class QGraphicsItem;
+class QGraphicsSceneMouseEvent;
+
+/// What is moved, and holds the content.
+class PannableWidget : public QGraphicsWidget {
+ public:
+  explicit PannableWidget(QGraphicsItem* parent);
+
+  void setWidget(QGraphicsWidget* widget);
+  QPainterPath shape() const override;
+
+ private:
+  void handBackContent();
+
+  QPointer<QGraphicsWidget> m_content;
+};
+
+/// The state of a PannableView and the way it moves.
+class PannableViewPrivate : public QObject {
+  Q_OBJECT
+
+ public:
+  PannableViewPrivate(PannableView* view, Qt::Orientations orientation);
+
+  bool press(QGraphicsSceneMouseEvent* event);
+  bool move(QGraphicsSceneMouseEvent* event);
+  bool release(QGraphicsSceneMouseEvent* event);
+
+  void recalculateGeometry();
+  void moveToItem(QGraphicsItem* item);
+  bool isScrolling() const { return m_timeLine.state() == QTimeLine::Running; }
+
+  PannableWidget* inner;
+  Qt::Orientations orientation;
+  int beginX = 0, beginY = 0;          // where the content begins
+  int endExtentX = 0, endExtentY = 0;  // how much larger it is than the view
+  bool scrollIndicatorEnabled = true;
+  bool continuousScrollingEnabled = false;
+
+ signals:
+  /// Ends what animates the position.
+  void stopAnimation();
+
+ public slots:
+  void scroll(qreal value);
+  void emitPositionChanged();
+
+ private:
+  enum SwipeStyle { MostlyHorizontal = 0, MostlyVertical = 1, Diagonal = 2 };
+
+  bool tap(QGraphicsSceneMouseEvent* event);
+  bool swipe(const QPointF& start, const QPointF& end);
+  void storeSwipeStyle(const QPointF& start, const QPointF& end);
+  bool movesHorizontally() const;
+  bool movesVertically() const;
+  qreal nextStep(double* velocity);
+  void startScrolling(double milliseconds);
+  void stopScrolling(bool reset);
+  bool endReached();
+  void animateEnd(const QList<QPointF>& points, int milliseconds);
+  void moveTo(const QPointF& point);
+
+  PannableView* m_view;
+  double m_velocityX = 0, m_velocityY = 0;  // pixels per second
+  QElapsedTimer m_pressTime;
+  QTimeLine m_timeLine;
+  bool m_pressedWhileScrolling = false;
+  SwipeStyle m_swipeStyle = MostlyHorizontal;
+};

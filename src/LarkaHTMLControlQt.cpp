@@ -62,22 +62,11 @@ ControlType recognised(const RecognisedName (&names)[Size], const QString& name,
   return otherwise;
 }
 
-/// From the first pixel to the last; modulo 2^32, as at a zoom of nearly nothing a page is endless.
-int extent(int first, int last) {
-  return static_cast<int>(static_cast<unsigned>(last) - static_cast<unsigned>(first) + 1u);
-}
-
 void writeRect(const QRect& rect, int* x, int* y, int* width, int* height) {
   if (x) *x = rect.x();
   if (y) *y = rect.y();
-  if (width) *width = extent(rect.left(), rect.right());
-  if (height) *height = extent(rect.top(), rect.bottom());
-}
-
-/// The engine gives the geometry of its last layout; being asked for a width makes it lay out.
-QRect geometryOfNow(QWebElement element) {
-  element.evaluateJavaScript(QStringLiteral("this.offsetWidth"));
-  return element.geometry();
+  if (width) *width = extent(rect).width();
+  if (height) *height = extent(rect).height();
 }
 
 QString latin1(const std::string& text) {
@@ -89,7 +78,7 @@ QString latin1(const std::string& text) {
 LarkaHTMLControl::LarkaHTMLControl() : d(new LarkaHTMLControlPrivate) {}
 
 LarkaHTMLControl::LarkaHTMLControl(LarkaHTMLControlPrivate* d, bool adopt)
-    : d(adopt ? d : retained(d)) {}
+    : d(recordFor(d, adopt)) {}
 
 LarkaHTMLControl::LarkaHTMLControl(const LarkaHTMLControl& other) : d(retained(other.d)) {}
 
@@ -139,7 +128,7 @@ bool LarkaHTMLControl::IsClickable() {
 }
 
 void LarkaHTMLControl::GetControlRect(int* x, int* y, int* width, int* height) {
-  writeRect(d->mapToPage(geometryOfNow(d->element())), x, y, width, height);
+  writeRect(d->mapToPage(d->currentGeometry()), x, y, width, height);
 }
 
 std::string LarkaHTMLControl::GetControlId() {
@@ -176,8 +165,8 @@ bool LarkaHTMLControl::HasFocus() { return d->element().hasFocus(); }
 
 void LarkaHTMLControl::GetZoomRect(int* x, int* y, int* width, int* height) {
   const QWebElement block = WebElement::ifOnPage(d->hitTest.enclosingBlockElement());
-  writeRect(block.isNull() ? kWholeScreen : d->mapToPage(geometryOfNow(block)), x, y, width,
-            height);
+  writeRect(block.isNull() ? kWholeScreen : d->mapToPage(WebElement::currentGeometry(block)), x, y,
+            width, height);
 }
 
 }  // namespace LARKA

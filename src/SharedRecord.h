@@ -11,14 +11,22 @@ struct SharedRecord {
 /// The record, with one more reference.
 template <typename Record>
 Record* retained(Record* record) {
-  if (record) ++record->references;
+  ++record->references;
   return record;
+}
+
+/// The record for a new handle: with `adopt` the caller's reference goes with it. A handle always
+/// has a record; without one it gets an empty one.
+template <typename Record>
+Record* recordFor(Record* record, bool adopt) {
+  if (!record) return new Record;
+  return adopt ? record : retained(record);
 }
 
 /// Gives up one reference and with the last the record.
 template <typename Record>
 void release(Record* record) {
-  if (record && --record->references == 0) delete record;
+  if (--record->references == 0) delete record;
 }
 
 }  // namespace LARKA

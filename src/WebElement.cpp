@@ -19,6 +19,28 @@ QWebElement WebElement::ifOnPage(const QWebElement& element) {
   return frame == frame->page()->mainFrame() ? element : QWebElement();
 }
 
+bool WebElement::isInPage(const QWebElement& element) {
+  const QWebElement root = ifOnPage(element).document();
+  QWebElement ancestor = element;
+  while (!ancestor.isNull() && ancestor != root) ancestor = ancestor.parent();
+  return !root.isNull() && ancestor == root;
+}
+
+QRect WebElement::currentGeometry(QWebElement element) {
+  element.evaluateJavaScript(QStringLiteral("this.offsetWidth"));
+  return element.geometry();
+}
+
+QRect WebElement::currentGeometry() const { return currentGeometry(element()); }
+
+QRect WebElement::paintedRect() const {
+  const QWebElement painted = element();
+  QRect rect = painted.geometry();
+  for (QWebFrame* frame = painted.webFrame(); frame; frame = frame->parentFrame())
+    rect.translate(frame->geometry().topLeft() - frame->scrollPosition());
+  return rect;
+}
+
 QRect WebElement::mapTo(Target target, const QRect& rect) const {
   QRect mapped = rect;
   QWebFrame* const ownFrame = element().webFrame();
@@ -29,6 +51,13 @@ QRect WebElement::mapTo(Target target, const QRect& rect) const {
   if (!ownFrame) return mapped;
   const double zoom = ownFrame->page()->mainFrame()->zoomFactor();
   return zoom == 1.0 ? mapped : QTransform::fromScale(1 / zoom, 1 / zoom).mapRect(mapped);
+}
+
+QSize extent(const QRect& rect) {
+  const auto pixels = [](int first, int last) {
+    return static_cast<int>(static_cast<unsigned>(last) - static_cast<unsigned>(first) + 1u);
+  };
+  return QSize(pixels(rect.left(), rect.right()), pixels(rect.top(), rect.bottom()));
 }
 
 }  // namespace LARKA

@@ -22,6 +22,13 @@ class WebElement {
   QRect mapToPage(const QRect& rect) const { return mapTo(Page, rect); }
   QRect mapToViewport(const QRect& rect) const { return mapTo(Viewport, rect); }
 
+  /// Where the element is in the coordinates of its frame's contents, after a layout: the engine
+  /// alone gives the geometry of its last one. An empty rectangle once the page has been left.
+  QRect currentGeometry() const;
+
+  /// Where the engine painted the element last, in pixels of the view.
+  QRect paintedRect() const;
+
   /// The element; null once its page has been left. (It is there again when history comes back to
   /// the page while the engine still keeps it.)
   QWebElement element() const { return ifOnPage(m_element); }
@@ -30,8 +37,17 @@ class WebElement {
   /// would go on to answer for their elements.
   static QWebElement ifOnPage(const QWebElement& element);
 
+  /// Whether `element` is part of a page, and of what that shows; script may have taken it out.
+  static bool isInPage(const QWebElement& element);
+
+  /// currentGeometry() of any element.
+  static QRect currentGeometry(QWebElement element);
+
  private:
   QWebElement m_element;
 };
+
+/// From the first pixel to the last; modulo 2^32, as at a zoom of nearly nothing a page is endless.
+QSize extent(const QRect& rect);
 
 }  // namespace LARKA

@@ -10,6 +10,7 @@
 #include <cstdio>
 
 #include "FrameRate.h"
+#include "WebElement.h"
 
 namespace {
 
@@ -61,6 +62,7 @@ void LarkaWebView::paint(QPainter* painter, const QStyleOptionGraphicsItem* opti
                          QWidget* widget) {
   const QSize device(painter->device()->width(), painter->device()->height());
   if (!hasPageImage() && imageSize(device).isEmpty()) return;  // until the view has a size
+  leaveFullScreenWithItsElement();
   QRegion region = takePendingRegion();
   if (region.isEmpty()) return;
   countFrame();
@@ -98,13 +100,24 @@ void LarkaWebView::paintPage(const QRegion& region, const QStyleOptionGraphicsIt
     QGraphicsWebView::paint(&painter, &pageOption, widget);
     return;
   }
-  if (m_renderFullScreenElement) painter.setClipping(false);
+  paintElement(&painter);
+}
+
+// An element need not cover what it painted before, so that is taken away first; and its image
+// becomes what the page image holds, through and through.
+void LarkaWebView::paintElement(QPainter* painter) {
+  if (m_renderFullScreenElement) painter->setClipping(false);
   m_flipRegion = pageImage()->rect();
-  m_fullScreenElement.render(&painter);
+  painter->setCompositionMode(QPainter::CompositionMode_Clear);
+  painter->fillRect(pageImage()->rect(), Qt::transparent);
+  painter->setCompositionMode(QPainter::CompositionMode_SourceOver);
+  m_fullScreenElement.render(painter);
 }
 
 void LarkaWebView::copyElementImage() {
   const QRect source(QPoint(0, 0), m_fullScreenElement.geometry().size());
+  m_fullScreenImage->fill(0);
+  if (m_fullScreenImage->isNull() || source.isEmpty()) return;
   QPainter painter(m_fullScreenImage.get());
   painter.drawImage(m_fullScreenImage->rect(), *pageImage(), source);
 }
@@ -116,6 +129,7 @@ void LarkaWebView::BlitToScreen() {
 }
 
 QImage* LarkaWebView::hostImage() {
+  leaveFullScreenWithItsElement();
   if (!m_fullScreenElement.isNull()) return m_fullScreenImage.get();
   return hasPageImage() ? pageImage() : nullptr;
 }
@@ -126,9 +140,13 @@ void LarkaWebView::LoadProgress(int) {}
 
 void LarkaWebView::Navigate(const QUrl& url) { load(url); }
 
+// Transparent from the start: without `render` nothing else is ever painted there.
 void LarkaWebView::SetFullScreenElement(const QWebElement& element, bool render) {
-  if (!element.isNull())
-    m_fullScreenImage = std::make_unique<QImage>(element.geometry().size(), kImageFormat);
+  if (!element.isNull()) {
+    const QSize size = LARKA::WebElement::currentGeometry(element).size();
+    m_fullScreenImage = std::make_unique<QImage>(size, kImageFormat);
+    m_fullScreenImage->fill(0);
+  }
   m_fullScreenElement = element;
   m_renderFullScreenElement = render;
   if (hasPageImage()) {
@@ -137,6 +155,12 @@ void LarkaWebView::SetFullScreenElement(const QWebElement& element, bool render)
     m_pendingRegion = pageImage()->rect();
   }
   Update();
+}
+
+// Nobody could tell the host that it goes on looking at a page that is gone.
+void LarkaWebView::leaveFullScreenWithItsElement() {
+  if (!m_fullScreenElement.isNull() && !LARKA::WebElement::isInPage(m_fullScreenElement))
+    SetFullScreenElement(QWebElement(), m_renderFullScreenElement);
 }
 
 void LarkaWebView::StartAnimation() { StopAnimation(); }

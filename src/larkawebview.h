@@ -34,8 +34,9 @@ class LarkaWebView : public QGraphicsWebView {
 
   void Navigate(const QUrl& url);
 
-  /// Shows one element in place of the page; a null element ends that. With `render` the element is
-  /// painted into an image of its own at every paint.
+  /// Shows one element in place of the page; a null element ends that, and so does the element's
+  /// leaving the page. With `render` the element is painted into an image of its own at every
+  /// paint.
   void SetFullScreenElement(const QWebElement& element, bool render);
   void StartAnimation();
   void StopAnimation();
@@ -43,6 +44,8 @@ class LarkaWebView : public QGraphicsWebView {
   /// The image that the host reads: that of the full-screen element while there is one, else that
   /// of the page. Null before the first paint.
   QImage* hostImage();
+
+  QWebElement fullScreenElement() const { return m_fullScreenElement; }
 
   /// Tells the page that it has the keyboard focus, so that it draws it. In a scene with several
   /// views only one has the focus, and under some window systems none; the host may show them all.
@@ -66,10 +69,12 @@ class LarkaWebView : public QGraphicsWebView {
   void focusOutEvent(QFocusEvent* event) override;
 
  private:
+  void leaveFullScreenWithItsElement();
   QRegion takePendingRegion();
   QSize imageSize(const QSize& device) const;
   void createImages(const QSize& size);
   void paintPage(const QRegion& region, const QStyleOptionGraphicsItem* option, QWidget* widget);
+  void paintElement(QPainter* painter);
   void copyElementImage();
   bool hasPageImage() const { return !m_pageImages.empty(); }
   QImage* pageImage() const { return m_pageImages[m_imageIndex].get(); }

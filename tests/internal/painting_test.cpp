@@ -188,6 +188,55 @@ TEST_F(PaintingTest, AFullScreenElementReplacesThePageImageAndGivesItBack) {
   EXPECT_TRUE(imageIsCurrent());
 }
 
+// Nothing that was painted before shows through: neither the page, nor the element as it was.
+TEST_F(PaintingTest, AFullScreenElementLeavesNoTrail) {
+  ASSERT_TRUE(
+      load("<!doctype html><body style='margin:0;background:#123456'><div id=e style='"
+           "position:absolute;left:40px;top:30px;width:200px;height:100px'><p id=p style='"
+           "position:absolute;margin:0;width:50px;height:50px;border-radius:20px;"
+           "background:rgba(255,0,0,0.5)'></p></div>"));
+  QWebElement element = view()->page()->mainFrame()->findFirstElement(QStringLiteral("#e"));
+  larka()->showFullscreen(element, true);
+  for (int left : {0, 30, 140, 60}) {
+    element.findFirst(QStringLiteral("p"))
+        .setStyleProperty(QStringLiteral("left"), QString::number(left) + "px");
+    settle();
+    QImage fresh(200, 100, QImage::Format_ARGB32_Premultiplied);
+    fresh.fill(0);
+    QPainter painter(&fresh);
+    painter.setRenderHints(kHints);
+    element.render(&painter);
+    painter.end();
+    EXPECT_EQ(pageImage(), fresh) << left;
+  }
+  // Hidden, it shows nothing; shown again in another size, it fills its image.
+  element.setStyleProperty(QStringLiteral("display"), QStringLiteral("none"));
+  settle();
+  EXPECT_EQ(pageImage().pixel(70, 20), 0u);
+  element.setAttribute(QStringLiteral("style"),
+                       QStringLiteral("width:50px;height:25px;background:#00ff00"));
+  settle();
+  EXPECT_EQ(pageImage().pixel(199, 99), 0xff00ff00u);
+  larka()->showFullscreen(QWebElement(), true);
+  settle();
+  EXPECT_TRUE(imageIsCurrent());
+}
+
+TEST_F(PaintingTest, TheAnimationOfFullScreenNeverRuns) {
+  ASSERT_TRUE(load(kPage));
+  view()->StartAnimation();
+  QMetaObject::invokeMethod(larka(), "renderToScreen");
+  larka()->addRect(QRect(1, 2, 30, 40));
+  drain();
+  EXPECT_EQ(view()->flipRegion(), QRect(1, 2, 30, 40)) << "what is painted counts as changed";
+  view()->setProperty("animateRegion", QRect(5, 6, 7, 8));
+  EXPECT_EQ(view()->property("animateRegion").toRect(), QRect(5, 6, 7, 8));
+  testing::internal::CaptureStderr();
+  QMetaObject::invokeMethod(view(), "AnimationFinished");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "---animation finished\n");
+  EXPECT_TRUE(view()->animateRegion().isEmpty());
+}
+
 // A host's own style of scene: an item outside the view, such as an open list, must not shift what
 // the view exposes.
 TEST_F(PaintingTest, AnItemBesideThePageDoesNotMakeItStale) {

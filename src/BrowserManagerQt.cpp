@@ -219,7 +219,11 @@ void BrowserManager::DestroyBrowser(ILarkaBrowser* browser, bool immediate) {
   const void* address = browser;
   fprintf(stderr, "----destroying browser %p (immediate %d)\n", address, immediate);
   if (!browser) return;
-  auto* larkaBrowser = static_cast<LarkaBrowser*>(browser);
+  auto* larkaBrowser = dynamic_cast<LarkaBrowser*>(browser);
+  if (!larkaBrowser) {  // an inspector, which belongs to its browser
+    browser->Shutdown();
+    return;
+  }
   LarkaWebView* webView = larkaBrowser->webView();
   if (webView && webView->scene()) webView->scene()->removeItem(webView);
   if (immediate)

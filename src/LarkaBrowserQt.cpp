@@ -29,11 +29,16 @@
 #include "FrameRate.h"
 #include "HiddenView.h"
 #include "HostText.h"
+#include "InspectorBrowser.h"
 #include "KeyEvent.h"
 #include "LarkaHTMLControlQt.h"
+#include "LarkaJavaScriptObject.h"
+#include "LarkaPluginWidgetQt.h"
+#include "PluginFactory.h"
 #include "WebPage.h"
 #include "larka/ILarkaCallbacks.h"
 #include "larka/KeyCodes.h"
+#include "larka/LarkaSystemInfoJavaScriptObject.h"
 #include "larkawebview.h"
 
 namespace LARKA {
@@ -106,8 +111,10 @@ void LarkaBrowser::setDialogParent() {
 }
 
 void LarkaBrowser::Initialize(int width, int height, const char* cookiePath,
-                              const char* localStoragePath, bool, SystemInfoData*) {
+                              const char* localStoragePath, bool createScriptObject,
+                              SystemInfoData*) {
   if (!m_webView || m_frameTimer) return;
+  if (createScriptObject) makeScriptObject();
   if (cookiePath)
     page()->networkAccessManager()->setCookieJar(
         new CookieJar(QFile::decodeName(cookiePath), nullptr));
@@ -130,6 +137,13 @@ void LarkaBrowser::Initialize(int width, int height, const char* cookiePath,
   m_frameTimer->setInterval(kFrameIntervalMilliseconds);
   m_frameTimer->setSingleShot(false);
   m_frameTimer->start();
+}
+
+void LarkaBrowser::makeScriptObject() {
+  m_scriptObject = new LarkaJavaScriptObject(this);
+  connect(m_scriptObject, SIGNAL(executeInLarka(QString)), this, SLOT(executeInLarka(QString)));
+  connect(m_scriptObject, SIGNAL(executeMediaAction(QString)), this,
+          SLOT(executeMediaAction(QString)));
 }
 
 // A page takes the directory of its local storage once, while it is constructed, and from the
@@ -163,6 +177,7 @@ void LarkaBrowser::connectPage() {
   connect(m_webView, SIGNAL(urlChanged(QUrl)), this, SLOT(urlChanged(QUrl)));
   connect(mainFrame(), SIGNAL(javaScriptWindowObjectCleared()), this,
           SLOT(javaScriptWindowObjectCleared()));
+  connect(page()->plugins(), &PluginFactory::pluginCreated, this, &LarkaBrowser::announcePlugin);
   connect(page(), SIGNAL(frameCreated(QWebFrame*)), this, SLOT(frameCreated(QWebFrame*)));
   connect(page(), SIGNAL(repaintRequested(QRect)), this, SLOT(addRect(QRect)));
   connect(page(), SIGNAL(scrollRequested(int, int, QRect)), this,
@@ -227,8 +242,12 @@ void LarkaBrowser::notifyWhileEngineIsBusy(Call call) {
 
 // Page events.
 
+// A child frame that loads leaves the plug-ins of the others.
 void LarkaBrowser::loadStarted() {
-  m_pluginWidgets.clear();
+  if (m_webView && page()->mainFrameNavigates()) {
+    m_pluginWidgets.clear();
+    page()->plugins()->forget();
+  }
   notify([](ILarkaCallbacks* listener) { listener->OnLoadStarted(); });
 }
 
@@ -237,6 +256,7 @@ void LarkaBrowser::loadProgress(int percent) {
 }
 
 void LarkaBrowser::loadFinished(bool ok) {
+  forgetPluginsOfPagesLeft();
   notify([=](ILarkaCallbacks* listener) { listener->OnLoadFinished(ok); });
 }
 
@@ -293,11 +313,65 @@ void LarkaBrowser::sslErrors() {
   notify([](ILarkaCallbacks* listener) { listener->OnRequestError(); });
 }
 
-// Page script can't call the host yet: no object is published, so nothing emits these.
-void LarkaBrowser::executeInLarka(const QString&) {}
-QString LarkaBrowser::executeMediaAction(const QString&) { return QString(); }
-void LarkaBrowser::javaScriptWindowObjectCleared() {}
-void LarkaBrowser::pluginCreated(const QWebElement&, void*) {}
+// Page script and the host.
+
+void LarkaBrowser::javaScriptWindowObjectCleared() {
+  auto* frame = qobject_cast<QWebFrame*>(sender());
+  if (!frame) return;
+  if (m_systemInfoObject)
+    frame->addToJavaScriptWindowObject(QStringLiteral("systeminfoobject"), m_systemInfoObject);
+  if (m_scriptObject) frame->addToJavaScriptWindowObject(QStringLiteral("larka"), m_scriptObject);
+}
+
+void LarkaBrowser::executeInLarka(const QString& script) {
+  const std::string command = toHost(script);
+  notify([&](ILarkaCallbacks* listener) { listener->OnExecuteInLarka(command.c_str()); });
+}
+
+// The command goes out as UTF-8, the answer is read as Latin-1, up to its first NUL: pages rely on
+// both.
+QString LarkaBrowser::executeMediaAction(const QString& script) {
+  const std::string command = toHost(script);
+  std::string reply;
+  notify([&](ILarkaCallbacks* listener) { reply = listener->OnExecuteInLarka(command.c_str()); });
+  return QString::fromLatin1(reply.c_str());
+}
+
+// Plug-ins.
+
+// A plug-in is told once; the engine makes a new one whenever it lays its element out anew.
+void LarkaBrowser::announcePlugin(const QWebElement& element, void* handle) {
+  for (const LarkaPluginWidget& plugin : m_pluginWidgets) {
+    LarkaPluginWidgetPrivate* record = LarkaPluginWidgetPrivate::of(plugin);
+    if (record->element() != element) continue;
+    record->handle = handle;
+    return;
+  }
+  forgetPluginsOfPagesLeft();
+  pluginCreated(element, handle);
+}
+
+void LarkaBrowser::pluginCreated(const QWebElement& element, void* handle) {
+  const auto showFullScreen = [browser = QPointer<LarkaBrowser>(this)](const QWebElement& shown,
+                                                                       bool render) {
+    if (!browser) return;
+    browser->showFullscreen(shown, render);
+    browser->invalidate();
+  };
+  LarkaPluginWidget plugin(new LarkaPluginWidgetPrivate(element, showFullScreen, handle), true);
+  m_pluginWidgets.push_back(plugin);
+  notify([&](ILarkaCallbacks* listener) { listener->OnPluginCreated(&plugin); });
+}
+
+void LarkaBrowser::forgetPluginsOfPagesLeft() {
+  const auto isLeft = [](const LarkaPluginWidget& plugin) {
+    return LarkaPluginWidgetPrivate::of(plugin)->element().isNull();
+  };
+  m_pluginWidgets.erase(std::remove_if(m_pluginWidgets.begin(), m_pluginWidgets.end(), isLeft),
+                        m_pluginWidgets.end());
+}
+
+std::vector<LarkaPluginWidget> LarkaBrowser::GetPluginWidgets() { return m_pluginWidgets; }
 
 // What the page asks.
 
@@ -766,12 +840,22 @@ void LarkaBrowser::scrollRequested(int, int, const QRect&) {
 
 void LarkaBrowser::repaintRequested(const QRect& rect) { notifyOnDirty(rect); }
 
-void LarkaBrowser::notifyOnDirty(const QRect&) {
+void LarkaBrowser::notifyOnDirty(const QRect& rect) {
   if (!m_webView) return;
   // The event loop is turning anyway: the tick counts anew, so that an animation isn't woken for
   // it.
   if (m_frameTimer) m_frameTimer->start();
-  notify([this](ILarkaCallbacks* listener) { listener->OnDirty(this); });
+  notify([this, &rect](ILarkaCallbacks* listener) {
+    listener->OnDirty(this);
+    notifyOnPluginDirty(listener, rect);
+  });
+}
+
+void LarkaBrowser::notifyOnPluginDirty(ILarkaCallbacks* listener, const QRect& rect) {
+  const std::vector<LarkaPluginWidget> plugins = m_pluginWidgets;
+  for (LarkaPluginWidget plugin : plugins)
+    if (LarkaPluginWidgetPrivate::of(plugin)->paintedRect().intersects(rect))
+      listener->OnPluginDirty(&plugin);
 }
 
 void LarkaBrowser::renderToScreen() {
@@ -802,9 +886,9 @@ void LarkaBrowser::SetConfig(const char*, const char*) {}
 void LarkaBrowser::SetConfig(const char*, int) {}
 void LarkaBrowser::SetConfig(const char*, bool) {}
 
-// Operations that are not built yet; see the README's list.
-
-std::vector<LarkaPluginWidget> LarkaBrowser::GetPluginWidgets() { return {}; }
-ILarkaBrowser* LarkaBrowser::LaunchInspector(bool) { return nullptr; }
+// The inspector is the browser's child: it needs no pointer to it.
+ILarkaBrowser* LarkaBrowser::LaunchInspector(bool show) {
+  return m_webView ? new InspectorBrowser(this, show) : nullptr;
+}
 
 }  // namespace LARKA

@@ -7,6 +7,7 @@
 #include <QMap>
 #include <QObject>
 #include <QPoint>
+#include <QPointer>
 #include <QRegion>
 #include <QSharedPointer>
 #include <QString>
@@ -22,6 +23,8 @@
 #include "HostCalls.h"
 #include "larka/ILarkaBrowser.h"
 
+class LarkaJavaScriptObject;
+class LarkaSystemInfoJavaScriptObject;
 class LarkaWebView;
 class QImage;
 class QNetworkAccessManager;
@@ -213,6 +216,7 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   void sendKey(QEvent::Type type, int key, int modifiers);
   bool focusIsOnButton() const;
 
+  void makeScriptObject();
   void installPage(QNetworkAccessManager* manager);
   void setDialogParent();
   void useLocalStorage(const QString& directory);
@@ -221,6 +225,9 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   QNetworkCookieJar* cookieJar() const;
   QList<QNetworkCookie> pageCookies() const;
   std::string historyLocation(int offset) const;
+  void announcePlugin(const QWebElement& element, void* handle);
+  void forgetPluginsOfPagesLeft();
+  void notifyOnPluginDirty(ILarkaCallbacks* listener, const QRect& rect);
   WebPage* page() const;
   QWebFrame* mainFrame() const;
 
@@ -236,7 +243,9 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   QWebElement m_fullScreenElement;
   QSharedPointer<QNetworkDiskCache> m_diskCache;  // null until SetCacheParameters
   QElapsedTimer m_frameClock;
-  double m_smoothedFrameTime = 0.0;  // seconds
+  double m_smoothedFrameTime = 0.0;                              // seconds
+  QPointer<LarkaJavaScriptObject> m_scriptObject;                // null unless asked for
+  QPointer<LarkaSystemInfoJavaScriptObject> m_systemInfoObject;  // nothing sets it
   HostCalls m_hostCalls;
   int m_engineBusy = 0;  // events on the stack during which the engine can't be told to navigate
   std::vector<std::function<void(LarkaWebView*)>> m_delayedNavigations;

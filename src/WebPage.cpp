@@ -4,6 +4,7 @@
 #include <QWebFrame>
 
 #include "LarkaBrowserQt.h"
+#include "PluginFactory.h"
 #include "WindowProbe.h"
 
 namespace LARKA {
@@ -15,7 +16,8 @@ const char kErrorPage[] =
 
 }  // namespace
 
-WebPage::WebPage(LarkaBrowser* browser) : m_browser(browser) {
+WebPage::WebPage(LarkaBrowser* browser) : m_browser(browser), m_plugins(new PluginFactory(this)) {
+  setPluginFactory(m_plugins);
   connect(this, &QWebPage::featurePermissionRequested, this, &WebPage::refuseFeature);
 }
 
@@ -45,6 +47,7 @@ QWebPage* WebPage::createWindow(WebWindowType type) {
 
 bool WebPage::acceptNavigationRequest(QWebFrame* frame, const QNetworkRequest& request,
                                       NavigationType type) {
+  m_mainFrameNavigates = frame == mainFrame();
   m_browser->acceptNavigationRequest(type);
   return QWebPage::acceptNavigationRequest(frame, request, type);
 }

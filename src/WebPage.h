@@ -7,6 +7,7 @@
 namespace LARKA {
 
 class LarkaBrowser;
+class PluginFactory;
 
 /// The page of one browser. Turns the page's questions and notices into calls of the browser, which
 /// asks its listeners; nothing here ever waits for a person at a dialog.
@@ -19,6 +20,13 @@ class WebPage : public QWebPage {
   /// The user agent of every request; a null string stands for the engine's own.
   void setUserAgent(const QString& userAgent) { m_userAgent = userAgent; }
   QString userAgent() const { return m_userAgent; }
+
+  /// The plug-ins of this page.
+  PluginFactory* plugins() const { return m_plugins; }
+
+  /// Whether it was the main frame that was last asked to go elsewhere. Right when the page begins
+  /// to load, this tells a load of the page from that of a child frame.
+  bool mainFrameNavigates() const { return m_mainFrameNavigates; }
 
   bool extension(Extension extension, const ExtensionOption* option,
                  ExtensionReturn* output) override;
@@ -46,6 +54,8 @@ class WebPage : public QWebPage {
   void refuseFeature(QWebFrame* frame, Feature feature);
 
   LarkaBrowser* m_browser;
+  PluginFactory* m_plugins;
+  bool m_mainFrameNavigates = true;
   QString m_userAgent;
 };
 

@@ -50,7 +50,8 @@ class LARKA_EXPORT BrowserManager {
   /// Destroys a browser made by CreateBrowser; null is ignored. With `immediate` it is destroyed
   /// before the call returns, which must not be asked for from inside one of its own callbacks.
   /// Otherwise it is destroyed by the next PumpEvents or pass of RunEventLoop, but never while one
-  /// of its callbacks is still running.
+  /// of its callbacks is still running. An inspector (ILarkaBrowser::LaunchInspector) is only shut
+  /// down: it belongs to its browser.
   void DestroyBrowser(ILarkaBrowser* browser, bool immediate);
 
   /// Makes a stopped timer: `callback` is called with it and `userData` every

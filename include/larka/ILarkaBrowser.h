@@ -44,9 +44,9 @@ class LARKA_EXPORT ILarkaBrowser {
   /// it held (two browsers, or processes, on one file lose each other's changes); empty for a store
   /// that is not kept, null for the one that all browsers share. `localStoragePath`: the directory
   /// in which pages keep their local storage; null or empty for none that lasts.
-  /// `createScriptObject`: whether page script gets the object "larka", with which it can call
-  /// ILarkaCallbacks::OnExecuteInLarka; not built yet, it never gets it. `systemInfo`: may be null;
-  /// not used.
+  /// `createScriptObject`: whether page script gets the object "larka", in every frame of every
+  /// page. `larka.exec(text)` and `larka.exec2(text)` call ILarkaCallbacks::OnExecuteInLarka;
+  /// exec2 returns the listener's answer. `systemInfo`: may be null; not used.
   virtual void Initialize(int width, int height, const char* cookiePath,
                           const char* localStoragePath, bool createScriptObject,
                           SystemInfoData* systemInfo) = 0;
@@ -260,7 +260,10 @@ class LARKA_EXPORT ILarkaBrowser {
 
   // Elements of the page.
 
-  /// The plug-ins of the current page, in the order of their creation. Not built yet: always none.
+  /// The plug-ins of the current page that ILarkaCallbacks::OnPluginCreated has told, in that
+  /// order. A plug-in that script takes out of the page, or hides, stays among them until the page
+  /// is left (LarkaPluginWidget::IsVisible tells); empty from the moment that a load of a page
+  /// starts.
   virtual std::vector<LarkaPluginWidget> GetPluginWidgets() = 0;
 
   /// The innermost element at a point of the page image, child frames included, or an empty handle.
@@ -272,9 +275,12 @@ class LARKA_EXPORT ILarkaBrowser {
   /// found. The caller deletes the handles.
   virtual std::vector<LarkaHTMLControl*> GetControls(ControlType type) = 0;
 
-  /// Opens the web inspector on this browser's page and returns it as a browser that can be resized
-  /// and shut down. It belongs to this browser and is destroyed with it. Not built yet: always
-  /// null.
+  /// Opens the web inspector, an aid for developers, on this browser's page and returns it as a
+  /// browser that can be resized and shut down; every other operation of it does nothing. It has no
+  /// page image: it is a widget of its own, the one window that the library ever opens, and only
+  /// with `show`. It belongs to this browser and is destroyed with it; one that was shut down is
+  /// not opened again. A page has one inspector at a time: launching another takes it away from
+  /// the first, which stays empty. Null once the browser has been shut down.
   virtual ILarkaBrowser* LaunchInspector(bool show) = 0;
 
   /// Does nothing.

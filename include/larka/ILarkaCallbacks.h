@@ -71,16 +71,20 @@ class LARKA_EXPORT ILarkaCallbacks {
   /// kept.
   virtual void OnMouseClick(LarkaHTMLControl& control) = 0;
 
-  /// The page created a plug-in. The pointer is valid only during the call; a copy of the handle
-  /// may be kept.
+  /// The page has a new plug-in: see LarkaPluginWidget for what is one. Called once for each, after
+  /// it has been laid out, so that the handle tells its place; in the order of their creation. The
+  /// pointer is valid only during the call; a copy of the handle may be kept. Where a plug-in goes
+  /// from there, by script or as the page goes on loading, is not told: ask the handle.
   virtual void OnPluginCreated(LarkaPluginWidget* plugin) = 0;
 
   /// The part of the page image where `plugin` lies was repainted. Called right after this
   /// listener's OnDirty, once for each such plug-in. The pointer is valid only during the call.
   virtual void OnPluginDirty(LarkaPluginWidget* plugin) = 0;
 
-  /// Page script sent `command` to the host. The returned text is the script's answer where it
-  /// waits for one: that of the listener called last.
+  /// Page script sent `command` to the host, with `larka.exec` or `larka.exec2`; the command ends
+  /// at its first NUL. The script waits until the last listener returns; to exec2 it is that
+  /// listener's answer that counts. Unlike all other texts an answer is Latin-1 (of UTF-8 script
+  /// gets each byte as a character), and it ends at its first NUL too.
   virtual std::string OnExecuteInLarka(const char* command) = 0;
 
   /// The page image of `browser` changed: read it with ILarkaBrowser::GetBrowserImage, here or

@@ -16,7 +16,6 @@
 #include "Host.h"
 #include "LarkaBrowserQt.h"
 #include "LarkaStyle.h"
-#include "RepaintCollector.h"
 #include "larka/LarkaWidget.h"
 #include "larka/applicationSupportPath.h"
 #include "larkawebview.h"
@@ -137,17 +136,6 @@ TEST(FrameRateTest, ReportsAfterMoreThanItsInterval) {
                   .hasMatch())
       << written.toStdString();
   EXPECT_EQ(written.count(QStringLiteral("silent")), 0);
-}
-
-TEST(RepaintCollectorTest, TellsOnlyWhatIsNew) {
-  RepaintCollector collector(nullptr);
-  QSignalSpy changed(&collector, SIGNAL(changed()));
-  collector.addRect(QRect(0, 0, 10, 10));
-  collector.addRect(QRect(2, 2, 5, 5));
-  collector.addRect(QRect());
-  EXPECT_EQ(changed.count(), 1);
-  collector.addRect(QRect(5, 5, 10, 10));
-  EXPECT_EQ(changed.count(), 2);
 }
 
 class HostApplicationTest : public testing::Test {

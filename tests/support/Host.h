@@ -56,6 +56,8 @@ class Recorder : public LARKA::CallbacksAdapter {
   std::string name;
   std::function<void(const std::string&)> onEvent;  // called after each event is written down
   std::string promptAnswer, chosenFile;
+  std::string larkaAnswer;                        // of OnExecuteInLarka
+  std::vector<LARKA::LarkaPluginWidget> plugins;  // that were told
   bool confirms = false, answersPrompt = false, allowsDownload = true;
   int dirty = 0;
   LARKA::ILarkaBrowser* dirtyBrowser = nullptr;  // of the last OnDirty
@@ -88,6 +90,17 @@ class Recorder : public LARKA::CallbacksAdapter {
   }
   void OnCreatingRequest(const char* url) override { add(std::string("OnCreatingRequest ") + url); }
   void OnUrlChanged(const char* url) override { add(std::string("OnUrlChanged ") + url); }
+  void OnPluginCreated(LARKA::LarkaPluginWidget* plugin) override {
+    plugins.push_back(*plugin);
+    add("OnPluginCreated " + plugin->GetID());
+  }
+  void OnPluginDirty(LARKA::LarkaPluginWidget* plugin) override {
+    add("OnPluginDirty " + plugin->GetID());
+  }
+  std::string OnExecuteInLarka(const char* command) override {
+    add(std::string("OnExecuteInLarka ") + command);
+    return larkaAnswer;
+  }
   void OnDirty(LARKA::ILarkaBrowser* browser) override {
     ++dirty;
     dirtyBrowser = browser;
@@ -157,11 +170,11 @@ class Host {
   }
 
   LARKA::ILarkaBrowser* createBrowser(LARKA::ILarkaCallbacks* listener, int width = 640,
-                                      int height = 360) {
+                                      int height = 360, bool scriptObject = false) {
     LARKA::ILarkaBrowser* browser = manager->CreateBrowser();
     if (!browser) return nullptr;
     if (listener) browser->AddListener(listener);
-    browser->Initialize(width, height, nullptr, nullptr, false, nullptr);
+    browser->Initialize(width, height, nullptr, nullptr, scriptObject, nullptr);
     return browser;
   }
 

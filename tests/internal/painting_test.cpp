@@ -7,6 +7,7 @@
 #include <QSignalSpy>
 #include <QWebFrame>
 #include <QWebPage>
+#include <cstdlib>
 
 #include "Host.h"
 #include "LarkaBrowserQt.h"
@@ -41,17 +42,28 @@ class PaintingTest : public test::BrowserTest {
     for (int i = 0; i < 30; ++i) host.manager->PumpEvents();
   }
 
-  /// The first pixel in which the page image is not what a fresh render gives.
-  testing::AssertionResult imageIsCurrent() {
-    const QImage image = pageImage(), fresh = freshRender();
-    if (image == fresh) return testing::AssertionSuccess();
+  testing::AssertionResult imageIsCurrent() { return equal(pageImage(), freshRender()); }
+
+  /// Two images, or the first pixel in which they differ.
+  static testing::AssertionResult equal(const QImage& image, const QImage& expected) {
+    if (image.size() != expected.size()) return testing::AssertionFailure() << "different sizes";
     for (int y = 0; y < image.height(); ++y)
       for (int x = 0; x < image.width(); ++x)
-        if (image.pixel(x, y) != fresh.pixel(x, y))
+        if (!equal(image.pixel(x, y), expected.pixel(x, y)))
           return testing::AssertionFailure()
                  << "stale at " << x << "," << y << std::hex << ": " << image.pixel(x, y)
-                 << " instead of " << fresh.pixel(x, y);
-    return testing::AssertionFailure() << "different sizes";
+                 << " instead of " << expected.pixel(x, y);
+    return testing::AssertionSuccess();
+  }
+
+  // On 32-bit x86 the toolkit computes with other roundings: at the edge of what is repainted a
+  // 255th of what was there before stays.
+  static bool equal(QRgb a, QRgb b) {
+    const int kRounding = sizeof(void*) == 4 ? 1 : 0;
+    return std::abs(qAlpha(a) - qAlpha(b)) <= kRounding &&
+           std::abs(qRed(a) - qRed(b)) <= kRounding &&
+           std::abs(qGreen(a) - qGreen(b)) <= kRounding &&
+           std::abs(qBlue(a) - qBlue(b)) <= kRounding;
   }
 };
 
@@ -124,8 +136,9 @@ TEST_F(PaintingTest, ARectangleThatComesAfterThePaintIsPaintedAllTheSame) {
   larka()->addRect(QRect(100, 40, 30, 20));
   drain();
   ASSERT_EQ(dirty.count(), 1);
-  EXPECT_EQ(dirty[0][0].toRect(), QRect(100, 40, 30, 20));
-  EXPECT_EQ(pageImage().copy(100, 40, 30, 20), freshRender().copy(100, 40, 30, 20));
+  const QRect repainted(100, 40, 30, 20);
+  EXPECT_EQ(dirty[0][0].toRect(), repainted);
+  EXPECT_TRUE(equal(pageImage().copy(repainted), freshRender().copy(repainted)));
   EXPECT_EQ(pageImage().pixel(99, 40), 0xffff00ffu) << "painted more than was asked for";
 }
 
@@ -207,7 +220,7 @@ TEST_F(PaintingTest, AFullScreenElementLeavesNoTrail) {
     painter.setRenderHints(kHints);
     element.render(&painter);
     painter.end();
-    EXPECT_EQ(pageImage(), fresh) << left;
+    EXPECT_TRUE(equal(pageImage(), fresh)) << left;
   }
   // Hidden, it shows nothing; shown again in another size, it fills its image.
   element.setStyleProperty(QStringLiteral("display"), QStringLiteral("none"));

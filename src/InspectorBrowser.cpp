@@ -14,6 +14,8 @@ InspectorBrowser::InspectorBrowser(LarkaBrowser* browser, bool show)
   QWebPage* page = browser->webView()->page();
   page->settings()->setAttribute(QWebSettings::DeveloperExtrasEnabled, true);
   m_inspector->setPage(page);
+  // Closing it, as the last window that is shown, must not end the host's application.
+  m_inspector->setAttribute(Qt::WA_QuitOnClose, false);
   if (show) m_inspector->setVisible(true);
 }
 

@@ -140,10 +140,11 @@ void LarkaBrowser::Initialize(int width, int height, const char* cookiePath,
 }
 
 void LarkaBrowser::makeScriptObject() {
-  m_scriptObject = new LarkaJavaScriptObject(this);
-  connect(m_scriptObject, SIGNAL(executeInLarka(QString)), this, SLOT(executeInLarka(QString)));
-  connect(m_scriptObject, SIGNAL(executeMediaAction(QString)), this,
-          SLOT(executeMediaAction(QString)));
+  m_scriptObject = new PublishedLarkaObject(this);
+  connect(m_scriptObject, &LarkaJavaScriptObject::executeInLarka, this,
+          &LarkaBrowser::executeInLarka);
+  connect(m_scriptObject, &LarkaJavaScriptObject::executeMediaAction, this,
+          &LarkaBrowser::executeMediaAction);
 }
 
 // A page takes the directory of its local storage once, while it is constructed, and from the
@@ -255,7 +256,11 @@ void LarkaBrowser::loadProgress(int percent) {
   notifyWhileEngineIsBusy([=](ILarkaCallbacks* listener) { listener->OnLoadProgress(percent); });
 }
 
+// A host that hears that the page is there lists its plug-ins.
 void LarkaBrowser::loadFinished(bool ok) {
+  const QPointer<LarkaBrowser> self(this);
+  if (m_webView) page()->plugins()->announce();
+  if (!self) return;
   forgetPluginsOfPagesLeft();
   notify([=](ILarkaCallbacks* listener) { listener->OnLoadFinished(ok); });
 }
@@ -853,9 +858,11 @@ void LarkaBrowser::notifyOnDirty(const QRect& rect) {
 
 void LarkaBrowser::notifyOnPluginDirty(ILarkaCallbacks* listener, const QRect& rect) {
   const std::vector<LarkaPluginWidget> plugins = m_pluginWidgets;
-  for (LarkaPluginWidget plugin : plugins)
+  for (LarkaPluginWidget plugin : plugins) {
+    if (!m_listeners.contains(listener)) return;  // it may be gone, having removed itself
     if (LarkaPluginWidgetPrivate::of(plugin)->paintedRect().intersects(rect))
       listener->OnPluginDirty(&plugin);
+  }
 }
 
 void LarkaBrowser::renderToScreen() {

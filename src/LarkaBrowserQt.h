@@ -23,7 +23,6 @@
 #include "HostCalls.h"
 #include "larka/ILarkaBrowser.h"
 
-class LarkaJavaScriptObject;
 class LarkaSystemInfoJavaScriptObject;
 class LarkaWebView;
 class QImage;
@@ -36,6 +35,7 @@ class QNetworkRequest;
 class QPaintDevice;
 class QPixmap;
 class QTimer;
+class PublishedLarkaObject;
 class QWebHistoryItem;
 
 namespace LARKA {
@@ -244,7 +244,7 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   QSharedPointer<QNetworkDiskCache> m_diskCache;  // null until SetCacheParameters
   QElapsedTimer m_frameClock;
   double m_smoothedFrameTime = 0.0;                              // seconds
-  QPointer<LarkaJavaScriptObject> m_scriptObject;                // null unless asked for
+  PublishedLarkaObject* m_scriptObject = nullptr;                // null unless asked for
   QPointer<LarkaSystemInfoJavaScriptObject> m_systemInfoObject;  // nothing sets it
   HostCalls m_hostCalls;
   int m_engineBusy = 0;  // events on the stack during which the engine can't be told to navigate

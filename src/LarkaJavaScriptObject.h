@@ -4,8 +4,6 @@
 #include <QObject>
 #include <QString>
 
-class QEvent;
-
 /// What page script sees as `window.larka`: hands texts to the browser, which hands them to the
 /// host. Its slots are the methods that script can call.
 class LarkaJavaScriptObject : public QObject {
@@ -13,9 +11,6 @@ class LarkaJavaScriptObject : public QObject {
 
  public:
   explicit LarkaJavaScriptObject(QObject* parent) : QObject(parent) {}
-
-  /// Refuses a deferred deletion: script could ask for one, and the object serves every page.
-  bool event(QEvent* event) override;
 
  signals:
   void executeInLarka(const QString& script);
@@ -26,4 +21,17 @@ class LarkaJavaScriptObject : public QObject {
 
   /// Returns what the signal's slot answered; a null string without one.
   QString exec2(const QString& script);
+};
+
+/// The object as it is published: to script it has its two methods and nothing else.
+///
+/// The engine offers script all that an object has. With the signals one page, or one frame, could
+/// listen to the commands of others, and with `destroyed` to the object's end, when there is no
+/// page any more to run script in.
+class PublishedLarkaObject : public LarkaJavaScriptObject {
+ public:
+  using LarkaJavaScriptObject::LarkaJavaScriptObject;
+
+  const QMetaObject* metaObject() const override;
+  int qt_metacall(QMetaObject::Call call, int id, void** arguments) override;
 };

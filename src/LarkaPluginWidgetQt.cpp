@@ -144,11 +144,12 @@ void LarkaPluginWidget::SetFocus(bool focus) {
 
 bool LarkaPluginWidget::IsFullScreen() const { return d->fullScreen; }
 
-// A page that was left has nothing to show.
+// One that is gone has nothing to show, and must not end what another one shows.
 void LarkaPluginWidget::SetFullScreen(bool fullScreen, bool flag, bool) {
   d->fullScreen = fullScreen;
-  const QWebElement element = fullScreen ? d->element() : QWebElement();
-  if (d->showFullScreen && fullScreen != element.isNull()) d->showFullScreen(element, flag);
+  const QWebElement element = d->element();
+  if (d->showFullScreen && WebElement::isInPage(element))
+    d->showFullScreen(fullScreen ? element : QWebElement(), flag);
 }
 
 // A plug-in gets its input through its browser; these do nothing, on purpose.

@@ -154,9 +154,10 @@ void PluginFactory::announce() {
 
 void PluginFactory::findElements() {
   std::vector<Found> searched;
+  const QByteArray name = PluginPlaceholder::newMarkName();
   for (const QPointer<PluginPlaceholder>& placeholder : std::exchange(m_created, {})) {
     if (!placeholder) continue;
-    placeholder->setMark(static_cast<int>(searched.size()));
+    placeholder->setMark(name, static_cast<int>(searched.size()));
     searched.push_back({placeholder, QWebElement()});
   }
   if (searched.empty()) return;
@@ -164,11 +165,11 @@ void PluginFactory::findElements() {
   QList<QWebElement> elements;
   appendPluginElements(m_page->mainFrame(), &elements);
   for (QWebElement& element : elements) {
-    const int mark = PluginPlaceholder::markOf(element);
+    const int mark = PluginPlaceholder::markOf(element, name);
     if (mark >= 0 && mark < static_cast<int>(searched.size())) searched[mark].element = element;
   }
   for (const Found& each : searched) {
-    if (each.placeholder) each.placeholder->removeMark();
+    if (each.placeholder) each.placeholder->removeMark(name);
     if (!each.element.isNull()) m_found.push_back(each);
   }
 }

@@ -32,6 +32,9 @@ class PluginFactory : public QWebPluginFactory {
   QObject* create(const QString& mimeType, const QUrl& url, const QStringList& argumentNames,
                   const QStringList& argumentValues) const override;
 
+  /// Announces what was created, which otherwise happens when the event loop turns next.
+  void announce();
+
   /// Announces nothing of what was created so far: its page is being left.
   void forget();
 
@@ -45,7 +48,6 @@ class PluginFactory : public QWebPluginFactory {
     QWebElement element;
   };
 
-  void announce();
   void findElements();
 
   QWebPage* m_page;

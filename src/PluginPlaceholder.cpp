@@ -1,13 +1,12 @@
 #include "PluginPlaceholder.h"
 
+#include <QRandomGenerator>
 #include <QVariant>
 #include <QWebElement>
 
 namespace LARKA {
 
 namespace {
-
-const char kMark[] = "larkaPlaceholder";
 
 /// Its meta-object has no members and no base.
 class NoMembers {
@@ -16,13 +15,17 @@ class NoMembers {
 
 }  // namespace
 
-void PluginPlaceholder::setMark(int mark) { setProperty(kMark, mark); }
+void PluginPlaceholder::setMark(const QByteArray& name, int mark) { setProperty(name, mark); }
 
-void PluginPlaceholder::removeMark() { setProperty(kMark, QVariant()); }
+void PluginPlaceholder::removeMark(const QByteArray& name) { setProperty(name, QVariant()); }
 
-int PluginPlaceholder::markOf(QWebElement& element) {
+QByteArray PluginPlaceholder::newMarkName() {
+  return "larka" + QByteArray::number(QRandomGenerator::system()->generate64());
+}
+
+int PluginPlaceholder::markOf(QWebElement& element, const QByteArray& name) {
   bool marked = false;
-  const QString script = QLatin1String("this.") + QLatin1String(kMark);
+  const QString script = QStringLiteral("this.") + QString::fromLatin1(name);
   const int mark = element.evaluateJavaScript(script).toInt(&marked);
   return marked ? mark : -1;
 }

@@ -1,6 +1,7 @@
 // PluginPlaceholder.h: the place that a plug-in's element takes in the page.
 #pragma once
 
+#include <QByteArray>
 #include <QGraphicsWidget>
 
 class QWebElement;
@@ -18,13 +19,15 @@ class PluginPlaceholder : public QGraphicsWidget {
  public:
   PluginPlaceholder() = default;
 
-  /// Marks the plug-in's object with a number. Script on the element can read it, which is the one
-  /// way to tell whose placeholder it is.
-  void setMark(int mark);
-  void removeMark();
+  /// Marks the plug-in's object with a number, as a property of this name. Script on the element
+  /// can read it, which is the one way to tell whose placeholder it is. A name that page script
+  /// can't guess comes from newMarkName().
+  void setMark(const QByteArray& name, int mark);
+  void removeMark(const QByteArray& name);
+  static QByteArray newMarkName();
 
   /// The mark of the placeholder that belongs to `element`, or -1.
-  static int markOf(QWebElement& element);
+  static int markOf(QWebElement& element, const QByteArray& name);
 
   const QMetaObject* metaObject() const override;
 

@@ -36,8 +36,11 @@ QRect WebElement::currentGeometry() const { return currentGeometry(element()); }
 QRect WebElement::paintedRect() const {
   const QWebElement painted = element();
   QRect rect = painted.geometry();
-  for (QWebFrame* frame = painted.webFrame(); frame; frame = frame->parentFrame())
-    rect.translate(frame->geometry().topLeft() - frame->scrollPosition());
+  for (QWebFrame* frame = painted.webFrame(); frame; frame = frame->parentFrame()) {
+    const QRect shown(QPoint(0, 0), frame->geometry().size());
+    rect = rect.translated(-frame->scrollPosition()) & shown;
+    rect.translate(frame->geometry().topLeft());
+  }
   return rect;
 }
 

@@ -26,7 +26,8 @@ class WebElement {
   /// alone gives the geometry of its last one. An empty rectangle once the page has been left.
   QRect currentGeometry() const;
 
-  /// Where the engine painted the element last, in pixels of the view.
+  /// Where the engine painted the element last, in pixels of the view; empty where its frames, or
+  /// the view, don't show it.
   QRect paintedRect() const;
 
   /// The element; null once its page has been left. (It is there again when history comes back to

@@ -16,6 +16,7 @@ namespace {
 
 const QImage::Format kImageFormat = QImage::Format_ARGB32_Premultiplied;
 const int kMaxPendingRects = 20;
+const int kFullScreenWatchMilliseconds = 100;
 const QPainter::RenderHints kRenderHints =
     QPainter::Antialiasing | QPainter::TextAntialiasing | QPainter::SmoothPixmapTransform;
 
@@ -29,6 +30,8 @@ void countFrame() {
 LarkaWebView::LarkaWebView() {
   setAutoFillBackground(false);
   connect(&m_animations, SIGNAL(finished()), this, SLOT(AnimationFinished()));
+  connect(&m_fullScreenWatch, &QTimer::timeout, this, &LarkaWebView::leaveFullScreenWithItsElement);
+  m_fullScreenWatch.setInterval(kFullScreenWatchMilliseconds);
   connect(this, SIGNAL(loadProgress(int)), this, SLOT(LoadProgress(int)));
   connect(this, SIGNAL(loadFinished(bool)), this, SLOT(Update()));
 }
@@ -149,6 +152,10 @@ void LarkaWebView::SetFullScreenElement(const QWebElement& element, bool render)
   }
   m_fullScreenElement = element;
   m_renderFullScreenElement = render;
+  if (element.isNull())
+    m_fullScreenWatch.stop();
+  else
+    m_fullScreenWatch.start();
   if (hasPageImage()) {
     pageImage()->fill(0);
     m_flipRegion = pageImage()->rect();
@@ -157,7 +164,8 @@ void LarkaWebView::SetFullScreenElement(const QWebElement& element, bool render)
   Update();
 }
 
-// Nobody could tell the host that it goes on looking at a page that is gone.
+// Nobody could tell the host that it goes on looking at a page that is gone. An element that the
+// page doesn't show goes without a repaint, which is what the watch is for.
 void LarkaWebView::leaveFullScreenWithItsElement() {
   if (!m_fullScreenElement.isNull() && !LARKA::WebElement::isInPage(m_fullScreenElement))
     SetFullScreenElement(QWebElement(), m_renderFullScreenElement);

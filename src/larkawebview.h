@@ -7,6 +7,7 @@
 #include <QParallelAnimationGroup>
 #include <QPropertyAnimation>
 #include <QRegion>
+#include <QTimer>
 #include <QWebElement>
 #include <memory>
 #include <vector>
@@ -87,6 +88,7 @@ class LarkaWebView : public QGraphicsWebView {
   std::vector<std::unique_ptr<QImage>> m_pageImages;  // empty until the first paint, then one
   std::unique_ptr<QImage> m_spareImage;
   std::unique_ptr<QImage> m_fullScreenImage;
+  QTimer m_fullScreenWatch;  // runs while there is a full-screen element
   size_t m_imageIndex = 0;
   QRegion m_pendingRegion;  // guarded by m_mutex
   QRegion m_flipRegion;

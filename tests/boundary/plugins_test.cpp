@@ -76,12 +76,15 @@ e.style.cssText='left:450px;top:20px;width:80px;height:90px';document.body.appen
 
 TEST_F(PluginsTest, AreToldOnceInOrderWithTheirPlace) {
   std::vector<std::string> places;
+  size_t listedAtTheEnd = 0;
   recorder.onEvent = [&](const std::string& event) {
+    if (event == "OnLoadFinished true") listedAtTheEnd = browser->GetPluginWidgets().size();
     if (event.rfind("OnPluginCreated", 0) == 0) places.push_back(rect(recorder.plugins.back()));
   };
   ASSERT_TRUE(load(kPage));
   EXPECT_EQ(places, (std::vector<std::string>{"10,20 100x50", "130,20 100x50", "250,20 60x60",
                                               "450,20 80x90", "335,26 40x30"}));
+  EXPECT_EQ(listedAtTheEnd, 5u);
   std::vector<LarkaPluginWidget> listed = browser->GetPluginWidgets();
   ASSERT_EQ(listed.size(), 5u);
   std::map<void*, int> handles;
@@ -268,6 +271,12 @@ TEST_F(PluginsTest, AreTellingWhenTheyAreTouchedAndOnlyThen) {
   EXPECT_EQ(dirtyPlugins("$('q').style.background='#333'"), "low ");
   EXPECT_EQ(dirtyPlugins("scrollTo(0,0);frames[0].scrollTo(0,390)"), "top in ");
   EXPECT_EQ(dirtyPlugins("frames[0].document.body.style.background='#456'"), "in ");
+  // Scrolled out of its frame it is not touched by what is painted in its place.
+  EXPECT_EQ(dirtyPlugins("frames[0].scrollTo(0,0)"), "top ");  // any scroll repaints all
+  EXPECT_EQ(dirtyPlugins("$('q').style.cssText='left:400px;top:400px;background:#111';"
+                         "scrollTo(0,100)"),
+            "");
+  EXPECT_EQ(dirtyPlugins("scrollTo(0,0)"), "top ");
 
   // Once for each listener, after its own notice.
   std::vector<std::string> events;
@@ -282,6 +291,23 @@ TEST_F(PluginsTest, AreTellingWhenTheyAreTouchedAndOnlyThen) {
   EXPECT_EQ(events, (std::vector<std::string>{"1 OnDirty", "1 OnPluginDirty top", "2 OnDirty",
                                               "2 OnPluginDirty top"}));
   browser->RemoveListener(&second);
+}
+
+// A listener that leaves may be gone at once.
+TEST_F(PluginsTest, AreNotToldToAListenerThatLeavesInItsOnDirty) {
+  ASSERT_TRUE(load("<embed id=top type=a/b>"));
+  auto* leaving = new Recorder;
+  bool left = false;
+  leaving->onEvent = [&, leaving](const std::string& event) {
+    if (event != "OnDirty") return;
+    browser->RemoveListener(leaving);
+    left = true;
+  };
+  browser->AddListener(leaving);
+  change("document.body.style.background='#123'");
+  EXPECT_TRUE(left);
+  EXPECT_EQ(leaving->count("OnPluginDirty"), 0);
+  delete leaving;
 }
 
 TEST_F(PluginsTest, AreThoseOfTheCurrentPage) {
@@ -352,7 +378,7 @@ TEST_F(PluginsTest, AreShownFullScreenAndThePageAgain) {
     EXPECT_EQ(pixel(browser, 10, 10), 0u) << "not painted yet";
     ASSERT_TRUE(host.pumpUntil([&] { return recorder.dirty > 0; }));
     ASSERT_EQ(pixel(browser, 0, 0), rendered ? 0xffff0000u : 0u);
-    ASSERT_EQ(pixel(browser, 149, 199), rendered ? 0xffff0000u : 0u);
+    ASSERT_EQ(pixel(browser, 149, 190), rendered ? 0xffff0000u : 0u);
     ASSERT_EQ(pixel(browser, 151, 199), 0u);
 
     recorder.dirty = 0;
@@ -391,6 +417,25 @@ TEST_F(PluginsTest, LeaveFullScreenWithTheirElement) {
     ASSERT_EQ(browser->GetBrowserStride(), 640 * 4);
     EXPECT_EQ(pixel(browser, 639, 359), &leave == kLeaving ? 0xff00ff00u : 0xff203040u);
   }
+  // One that the page doesn't show goes without a repaint.
+  ASSERT_TRUE(
+      load("<body style='background:#203040;overflow:hidden'><embed id=film type=video/mp4 "
+           "style='position:absolute;top:5000px;width:200px;height:100px'>"));
+  LarkaPluginWidget below = plugin("film");
+  below.SetFullScreen(true, true, false);
+  settle();
+  EXPECT_EQ(browser->GetBrowserStride(), 200 * 4);
+  recorder.dirty = 0;
+  script("document.body.removeChild(document.getElementById('film'))");
+  ASSERT_TRUE(host.pumpUntil([&] { return recorder.dirty > 0; })) << "nobody is told";
+  EXPECT_EQ(pixel(browser, 639, 359), 0xff203040u);
+
+  // What is gone leaves what another one shows alone.
+  ASSERT_TRUE(load(page));
+  plugin("film").SetFullScreen(true, true, false);
+  below.SetFullScreen(false, true, false);
+  EXPECT_EQ(browser->GetBrowserStride(), 200 * 4);
+
   ASSERT_TRUE(load(page));
   plugin("empty").SetFullScreen(true, true, false);
   settle();

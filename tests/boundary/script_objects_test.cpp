@@ -91,9 +91,14 @@ TEST_F(ScriptObjectsTest, CommandsGoOutAsUtf8AndTheLastAnswerComesInAsLatin1) {
   EXPECT_EQ(script("larka.exec2('x')"), "");
 }
 
-TEST_F(ScriptObjectsTest, SurviveWhatScriptDoesToThem) {
+// Signals would let one page listen to another, and to the object's end.
+TEST_F(ScriptObjectsTest, AreTheirTwoMethodsAndNothingElse) {
   ASSERT_TRUE(load("<body>"));
-  script("larka.deleteLater();larka.objectName='x';larka.exec=1;delete window.larka");
+  EXPECT_EQ(script("var s='';for(var k in larka)s+=k.replace(/[(].*/,'')+' ';s"), "exec exec2 ");
+  EXPECT_EQ(script("['destroyed','deleteLater','executeInLarka','executeMediaAction','parent']"
+                   ".map(function(name){return typeof larka[name]}).join()"),
+            "undefined,undefined,undefined,undefined,undefined");
+  script("larka.objectName='x';larka.exec=1;delete window.larka");
   ASSERT_TRUE(load("<body>"));
   script("larka.exec('still there');1");
   EXPECT_EQ(recorder.events.back(), "OnExecuteInLarka still there");

@@ -23,7 +23,10 @@ void Poster::paint(QPainter* painter, const QStyleOptionGraphicsItem*, QWidget*)
 }
 
 // The view hands a tap on as a press and a release; it never lets a drag get here.
-void Poster::mousePressEvent(QGraphicsSceneMouseEvent*) { m_pressed = true; }
+void Poster::mousePressEvent(QGraphicsSceneMouseEvent* event) {
+  m_lastPress = event->pos();
+  m_pressed = true;
+}
 
 void Poster::mouseReleaseEvent(QGraphicsSceneMouseEvent*) {
   if (m_pressed) m_chosen = !m_chosen;

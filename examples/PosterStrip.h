@@ -11,6 +11,7 @@ class Poster : public QGraphicsWidget {
 
   int number() const { return m_number; }
   bool isChosen() const { return m_chosen; }
+  QPointF lastPress() const { return m_lastPress; }
 
   void paint(QPainter* painter, const QStyleOptionGraphicsItem* option,
              QWidget* widget = nullptr) override;
@@ -21,6 +22,7 @@ class Poster : public QGraphicsWidget {
 
  private:
   int m_number;
+  QPointF m_lastPress;
   bool m_pressed = false;
   bool m_chosen = false;
 };

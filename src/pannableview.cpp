@@ -43,7 +43,10 @@ PannableWidget::PannableWidget(QGraphicsItem* parent) : QGraphicsWidget(parent) 
 
 // Behind its parent, so that the view gets the pointer's events before the content does.
 void PannableWidget::setWidget(QGraphicsWidget* widget) {
-  if (widget != m_content) handBackContent();
+  if (widget != m_content) {
+    handBackContent();
+    setPos(0, 0);
+  }
   m_content = widget;
   if (!widget) {
     setLayout(nullptr);
@@ -73,6 +76,8 @@ QPainterPath PannableWidget::shape() const {
 }
 
 // PannableViewPrivate.
+
+bool PannableViewPrivate::s_tapping = false;
 
 PannableViewPrivate::PannableViewPrivate(PannableView* view, Qt::Orientations orientation)
     : inner(new PannableWidget(view)),
@@ -236,6 +241,12 @@ void PannableViewPrivate::animateEnd(const QList<QPointF>& points, int milliseco
   animation->start(QAbstractAnimation::DeleteWhenStopped);
 }
 
+void PannableViewPrivate::moveAtOnce(const QPointF& position) {
+  emit stopAnimation();
+  m_timeLine.stop();
+  inner->setPos(position);
+}
+
 void PannableViewPrivate::moveTo(const QPointF& point) {
   const QPointF target(orientation & Qt::Horizontal ? -point.x() : 0,
                        orientation & Qt::Vertical ? -point.y() : 0);
@@ -251,28 +262,41 @@ void PannableViewPrivate::moveToItem(QGraphicsItem* item) {
                  item->y() - 0.5 * (m_view->size().height() - size.height())));
 }
 
-// What is hit may delete other items, or the view.
+// What is hit may delete other items, or the view. Where another view is among it, that one hands
+// nothing on: everything here gets the click already.
 bool PannableViewPrivate::tap(QGraphicsSceneMouseEvent* event) {
   const QPointer<PannableViewPrivate> self(this);
   endReached();
-  QGraphicsScene* scene = m_view->scene();
   const QPointF position = event->pos();
+  if (!s_tapping) {
+    s_tapping = true;
+    handOn(event);
+    s_tapping = false;
+  }
+  if (self) emit m_view->tapped(position);
+  return true;
+}
+
+void PannableViewPrivate::handOn(const QGraphicsSceneMouseEvent* event) {
+  const QPointer<QGraphicsScene> scene(m_view->scene());
+  const QGraphicsItem* view = m_view;
+  const QGraphicsItem* parent = m_view->parentItem();
   const auto hit = scene ? scene->items(event->scenePos()) : QList<QGraphicsItem*>();
   for (QGraphicsItem* item : hit) {
-    if (item == m_view || item == m_view->parentItem()) continue;
+    if (item == view || item == parent) continue;
     for (QEvent::Type type : {QEvent::GraphicsSceneMousePress, QEvent::GraphicsSceneMouseRelease}) {
-      if (!scene->items().contains(item)) break;
+      if (!scene || !scene->items().contains(item)) break;
       QGraphicsSceneMouseEvent synthetic(type);
       synthetic.setScenePos(event->scenePos());
       synthetic.setScreenPos(event->screenPos());
       synthetic.setButton(event->button());
-      synthetic.setPos(position);
+      synthetic.setPos(item->mapFromScene(event->scenePos()));
+      synthetic.setButtonDownScenePos(event->button(), event->scenePos());
+      synthetic.setButtonDownScreenPos(event->button(), event->screenPos());
+      synthetic.setButtonDownPos(event->button(), synthetic.pos());
       scene->sendEvent(item, &synthetic);
-      if (!self) return true;
     }
   }
-  emit m_view->tapped(position);
-  return true;
 }
 
 // PannableView.
@@ -299,9 +323,9 @@ void PannableView::setWidget(QGraphicsWidget* widget) {
 
 bool PannableView::isScrolling() const { return d->isScrolling(); }
 
-void PannableView::moveToBegin() { d->inner->setPos(0, 0); }
+void PannableView::moveToBegin() { d->moveAtOnce(QPointF(0, 0)); }
 
-void PannableView::moveToEnd() { d->inner->setPos(d->endExtentX, d->endExtentY); }
+void PannableView::moveToEnd() { d->moveAtOnce(QPointF(d->endExtentX, d->endExtentY)); }
 
 void PannableView::moveToItem(QGraphicsItem* item) { d->moveToItem(item); }
 

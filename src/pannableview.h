@@ -40,6 +40,7 @@ class PannableViewPrivate : public QObject {
 
   void recalculateGeometry();
   void moveToItem(QGraphicsItem* item);
+  void moveAtOnce(const QPointF& position);
   bool isScrolling() const { return m_timeLine.state() == QTimeLine::Running; }
 
   PannableWidget* inner;
@@ -61,6 +62,7 @@ class PannableViewPrivate : public QObject {
   enum SwipeStyle { MostlyHorizontal = 0, MostlyVertical = 1, Diagonal = 2 };
 
   bool tap(QGraphicsSceneMouseEvent* event);
+  void handOn(const QGraphicsSceneMouseEvent* event);
   bool swipe(const QPointF& start, const QPointF& end);
   void storeSwipeStyle(const QPointF& start, const QPointF& end);
   bool movesHorizontally() const;
@@ -71,6 +73,8 @@ class PannableViewPrivate : public QObject {
   bool endReached();
   void animateEnd(const QList<QPointF>& points, int milliseconds);
   void moveTo(const QPointF& point);
+
+  static bool s_tapping;  // whether a tap is being handed on
 
   PannableView* m_view;
   double m_velocityX = 0, m_velocityY = 0;  // pixels per second

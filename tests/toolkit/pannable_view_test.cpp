@@ -230,6 +230,40 @@ TEST_F(PannableViewTest, MovesToItsEndsAndToItems) {
   ASSERT_TRUE(QTest::qWaitFor([&] { return inner()->x() == centred; }));
 }
 
+TEST_F(PannableViewTest, IsPutAtItsBeginningInTheMiddleOfAMove) {
+  swipe({300, 100}, {200, 100});
+  view->moveToBegin();
+  QTest::qWait(100);
+  EXPECT_EQ(inner()->x(), 0);
+  view->moveToItem(strip->posters()[9]);
+  QTest::qWait(100);
+  view->moveToBegin();
+  QTest::qWait(100);
+  EXPECT_EQ(inner()->x(), 0);
+  inner()->setPos(-1000, 0);
+  view->setWidget(new PosterStrip(3));
+  EXPECT_EQ(inner()->x(), 0);
+  delete strip;
+}
+
+// Rows in a column: a tap reaches everything under it once, in its own coordinates.
+TEST_F(PannableViewTest, ATapReachesAViewInAView) {
+  auto* column = new QGraphicsWidget;
+  column->resize(400, 1000);
+  auto* row = new PannableView(Qt::Horizontal, kWidth, kHeight, column);
+  view->setWidget(column);
+  view->setOrientation(Qt::Vertical);
+  row->setWidget(strip);
+  QSignalSpy outer(view, &PannableView::tapped), inside(row, &PannableView::tapped);
+  for (const QPointF& point : {QPointF(5, 5), QPointF(210, 120)}) swipe(point, point, 20);
+  EXPECT_EQ(outer.count(), 2);
+  EXPECT_EQ(inside.count(), 2);
+  EXPECT_TRUE(strip->posters()[0]->isChosen());
+  EXPECT_TRUE(strip->posters()[1]->isChosen());
+  EXPECT_FALSE(row->isScrolling());
+  EXPECT_EQ(strip->posters()[1]->lastPress(), QPointF(30, 120));
+}
+
 TEST_F(PannableViewTest, LeavesEverythingElseToTheScene) {
   send(QEvent::MouseButtonPress, {100, 100}, Qt::RightButton);
   send(QEvent::MouseMove, {50, 100}, Qt::RightButton);

@@ -11,6 +11,13 @@ if(LARKA_SANITIZE)
                          -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
   target_link_options(larka_compile INTERFACE -fsanitize=${LARKA_SANITIZE})
 endif()
+# The library lives in the host's process: what a mistake in it can be made to do is limited.
+if(NOT LARKA_SANITIZE)
+  target_compile_options(larka_compile INTERFACE -fstack-protector-strong -fstack-clash-protection
+                         $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE>
+                         $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
+  target_link_options(larka_compile INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
+endif()
 # Names deprecated after this release of the toolkit are warned about, earlier ones don't exist.
 target_compile_definitions(larka_compile INTERFACE QT_NO_CAST_TO_ASCII
                            QT_DEPRECATED_WARNINGS)

@@ -119,7 +119,7 @@ int main(int argc, char** argv) {
     return 0;
   }
   if (options.action == ShotOptions::kVersion) {
-    puts("larka-shot " LARKA_SHOT_VERSION);
+    puts("larka-shot " LARKA_VERSION_STRING);
     return 0;
   }
 

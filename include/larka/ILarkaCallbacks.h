@@ -27,7 +27,7 @@ class LarkaPluginWidget;
 /// The order of the operations is part of the binary interface.
 class LARKA_EXPORT ILarkaCallbacks {
  public:
-  virtual ~ILarkaCallbacks() {}
+  virtual ~ILarkaCallbacks();
 
   /// A page load has begun.
   virtual void OnLoadStarted() = 0;
@@ -72,9 +72,10 @@ class LARKA_EXPORT ILarkaCallbacks {
   virtual void OnMouseClick(LarkaHTMLControl& control) = 0;
 
   /// The page has a new plug-in: see LarkaPluginWidget for what is one. Called once for each, after
-  /// it has been laid out, so that the handle tells its place; in the order of their creation. The
-  /// pointer is valid only during the call; a copy of the handle may be kept. Where a plug-in goes
-  /// from there, by script or as the page goes on loading, is not told: ask the handle.
+  /// it has been laid out, so that the handle tells its place; in the order of their creation,
+  /// those of the page as it arrived before OnLoadFinished. The pointer is valid only during the
+  /// call; a copy of the handle may be kept. Where a plug-in goes from there, by script or as the
+  /// page goes on loading, is not told: ask the handle.
   virtual void OnPluginCreated(LarkaPluginWidget* plugin) = 0;
 
   /// The part of the page image where `plugin` lies was repainted. Called right after this

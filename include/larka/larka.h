@@ -13,3 +13,4 @@
 #include "larka/LarkaPluginWidget.h"
 #include "larka/ProxyType.h"
 #include "larka/SystemInfoData.h"
+#include "larka/Version.h"

@@ -1,0 +1,47 @@
+# What `cmake --install` puts where: the library with its link name, the headers, larka-shot with its
+# manual page, and what other projects find the library by (CMake, pkg-config).
+include(CMakePackageConfigHelpers)
+
+set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(config_directory ${CMAKE_INSTALL_LIBDIR}/cmake/LarkaBrowser)
+set(templates ${PROJECT_SOURCE_DIR}/cmake/templates)
+
+install(TARGETS larkabrowser EXPORT LarkaBrowserTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/larka DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+  COMPONENT development FILES_MATCHING PATTERN "*.h")
+install(EXPORT LarkaBrowserTargets NAMESPACE Larka:: DESTINATION ${config_directory}
+  COMPONENT development)
+
+configure_package_config_file(${templates}/LarkaBrowserConfig.cmake.in
+  ${PROJECT_BINARY_DIR}/LarkaBrowserConfig.cmake INSTALL_DESTINATION ${config_directory})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/LarkaBrowserConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/LarkaBrowserConfig.cmake
+  ${PROJECT_BINARY_DIR}/LarkaBrowserConfigVersion.cmake
+  DESTINATION ${config_directory} COMPONENT development)
+
+# The paths in it are relative to the file, so that the tree can be moved.
+file(RELATIVE_PATH larka_pc_to_prefix
+  "/p/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/p")
+configure_file(${templates}/larkabrowser.pc.in ${PROJECT_BINARY_DIR}/larkabrowser.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/larkabrowser.pc
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+
+if(LARKA_BUILD_TOOLS)
+  install(TARGETS larka-shot RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+  if(LARKA_INSTALL_RPATH)
+    set_target_properties(larka-shot PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  endif()
+  configure_file(${PROJECT_SOURCE_DIR}/docs/larka-shot.1.in ${PROJECT_BINARY_DIR}/larka-shot.1 @ONLY)
+  execute_process(COMMAND gzip -9nkf larka-shot.1 WORKING_DIRECTORY ${PROJECT_BINARY_DIR}
+    COMMAND_ERROR_IS_FATAL ANY)
+  install(FILES ${PROJECT_BINARY_DIR}/larka-shot.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
+    COMPONENT tools)
+endif()
+
+if(NOT LARKA_PACKAGES)  # whose packages each bring it as their copyright
+  install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/larkabrowser
+    COMPONENT runtime)
+endif()

@@ -2,7 +2,9 @@
 
 build_packages="g++ cmake ninja-build qtbase5-dev libqt5webkit5-dev qt5-style-plugins
   fonts-dejavu-core fonts-dejavu-extra"
-test_packages="libgtest-dev libbenchmark-dev xvfb xauth nginx-light openssl tinyproxy microsocks"
+test_packages="libgtest-dev libbenchmark-dev xvfb xauth nginx-light openssl tinyproxy microsocks
+  abigail-tools doxygen pkgconf"
+package_packages="dpkg-dev file"
 fuzz_packages="clang libclang-rt-14-dev"
 
 fail() {

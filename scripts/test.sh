@@ -3,18 +3,27 @@
 #
 #   scripts/test.sh            the developers' build
 #   scripts/test.sh --asan     the build with AddressSanitizer and UndefinedBehaviorSanitizer
+#   scripts/test.sh --i486     the developers' build in 32-bit, on a 64-bit machine
 set -u
 . "$(dirname "$0")/setup.sh"
+usage="usage: scripts/test.sh [--asan|--i486]"
+[ $# -le 1 ] || fail "$usage"
+cd "$(dirname "$0")/.." || exit 1
 preset=dev
 case "${1:-}" in
   "") ;;
   --asan) preset=asan ;;
-  *) fail "usage: scripts/test.sh [--asan]" ;;
+  --i486) exec scripts/in-i486.sh scripts/test.sh ;;
+  *) fail "$usage" ;;
 esac
-[ $# -le 1 ] || fail "usage: scripts/test.sh [--asan]"
-cd "$(dirname "$0")/.." || exit 1
 
 # shellcheck disable=SC2086
 ensure_packages $build_packages $test_packages
+if [ "$preset" = dev ]; then
+  # First, so that a changed interface is not told by a heap of other errors.
+  build_preset dev larkabrowser
+  scripts/abi.sh check build/dev/src/liblarkabrowser-*-linux.so.0 || exit 1
+fi
 build_preset "$preset"
+if [ "$preset" = dev ]; then build_preset dev docs; fi
 exec ctest --preset "$preset" -j "$(nproc)"

@@ -1,0 +1,18 @@
+#!/bin/sh
+# Runs a command of this project in 32-bit x86, on a 64-bit machine: in a Debian 12 of its own in
+# build/roots/i486, which is made where it is missing. What it builds is in build/i486.
+#
+#   scripts/in-i486.sh COMMAND [ARGUMENT...]
+set -u
+. "$(dirname "$0")/setup.sh"
+[ $# -gt 0 ] || fail "usage: scripts/in-i486.sh COMMAND [ARGUMENT...]"
+cd "$(dirname "$0")/.." || exit 1
+. scripts/roots.sh
+
+case "$(dpkg --print-architecture)" in
+  amd64) ;;
+  i386) exec "$@" ;;
+  *) fail "needs a 32-bit or 64-bit x86 machine" ;;
+esac
+[ -e build/roots/i486 ] || copy_bare_root i386 build/roots/i486
+in_root build/roots/i486 build/i486 "$@"

@@ -206,7 +206,7 @@ class LARKA_EXPORT ILarkaBrowser {
   /// it throws, or when its value is undefined or null. The script is handed to the page's eval()
   /// inside single quotes: single quotes in it are escaped, but backslashes lose one level and a
   /// line break is a syntax error. A script passes unharmed when every backslash, line break and
-  /// character beyond ASCII in it is written as \uXXXX. A script that never ends is not ended.
+  /// character beyond ASCII in it is written as \\uXXXX. A script that never ends is not ended.
   virtual std::string ExecuteJavascript(const char* script) = 0;
 
   /// The address of the current page in its readable form, without the percent-encoding that it can
@@ -275,12 +275,13 @@ class LARKA_EXPORT ILarkaBrowser {
   /// found. The caller deletes the handles.
   virtual std::vector<LarkaHTMLControl*> GetControls(ControlType type) = 0;
 
-  /// Opens the web inspector, an aid for developers, on this browser's page and returns it as a
-  /// browser that can be resized and shut down; every other operation of it does nothing. It has no
-  /// page image: it is a widget of its own, the one window that the library ever opens, and only
-  /// with `show`. It belongs to this browser and is destroyed with it; one that was shut down is
-  /// not opened again. A page has one inspector at a time: launching another takes it away from
-  /// the first, which stays empty. Null once the browser has been shut down.
+  /// Opens the web inspector, an aid for developers, on this browser's page (once it is
+  /// initialised) and returns it as a browser that can be resized and shut down; every other
+  /// operation of it does nothing. It has no page image: it is a widget of its own, the one window
+  /// that the library ever opens, and only with `show`. It belongs to this browser and is destroyed
+  /// with it; one that was shut down is not opened again. A page has one inspector at a time:
+  /// launching another takes it away from the first, which stays empty. Null once the browser has
+  /// been shut down.
   virtual ILarkaBrowser* LaunchInspector(bool show) = 0;
 
   /// Does nothing.

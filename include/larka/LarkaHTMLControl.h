@@ -28,8 +28,11 @@ class LARKA_EXPORT LarkaHTMLControl {
   /// otherwise it adds one of its own. Not useful to a host: the record's type is internal.
   LarkaHTMLControl(LarkaHTMLControlPrivate* d, bool adopt);
 
+  ///@{
+  /// Another handle to the same element, which shares the record.
   LarkaHTMLControl(const LarkaHTMLControl& other);
   LarkaHTMLControl& operator=(const LarkaHTMLControl& other);
+  ///@}
   virtual ~LarkaHTMLControl();
 
   /// The tag name that ILarkaBrowser::GetControls searches for a kind of control and, for an

@@ -15,9 +15,10 @@ class LarkaPluginWidgetPrivate;
 ///
 /// Every `object` of a media or television type is one: video, audio, Flash, and what hybrid
 /// television defines (the broadcast, conditional access and smart cards, the receiver). So is
-/// every `embed` but those that the engine shows itself: images, and HTML, SVG and other XML, as
-/// which it also takes what has neither a type nor an address that tells it. An element that is not
-/// displayed (`display: none`) is none yet.
+/// every /// `embed` but those that the engine shows itself: images, and HTML, SVG and other XML.
+/// Where there is no type the extension of the address counts, and without one the engine takes the
+/// element for HTML, whatever the scheme; it never goes by an object's `classid` or parameters. An
+/// element that is not displayed (`display: none`) is none yet.
 ///
 /// Copies are cheap and share one record, which lives as long as any copy of the handle. A handle
 /// does not follow its page: once the page has been left, or its browser destroyed, it stays safe
@@ -35,29 +36,36 @@ class LARKA_EXPORT LarkaPluginWidget {
   /// otherwise it adds one of its own. Not useful to a host: the record's type is internal.
   LarkaPluginWidget(LarkaPluginWidgetPrivate* d, bool adopt);
 
+  ///@{
+  /// Another handle to the same element, which shares the record.
   LarkaPluginWidget(const LarkaPluginWidget& other);
   LarkaPluginWidget& operator=(const LarkaPluginWidget& other);
+  ///@}
   virtual ~LarkaPluginWidget();
 
   /// The engine's own object for the plug-in: tells plug-ins of one page apart. Not to be
   /// dereferenced: it changes when the element is laid out anew, and the object may be gone.
   void* GetHandle();
 
-  // Where it is in the page: pixels at a zoom of 100 % from the page's top-left corner, frames and
-  // their scrolling taken into account, after a layout. For the place in the page image subtract
-  // the viewport's position (ILarkaBrowser::GetViewPort) and multiply by the zoom factor.
+  ///@{
+  /// Where it is in the page: pixels at a zoom of 100 % from the page's top-left corner, frames and
+  /// their scrolling taken into account, after a layout. For the place in the page image subtract
+  /// the viewport's position (ILarkaBrowser::GetViewPort) and multiply by the zoom factor.
   int GetX();
   int GetY();
   int GetWidth();
   int GetHeight();
+  ///@}
 
   /// The computed `z-index`; 0 where it is no number ("auto").
   int GetZIndex();
 
+  ///@{
   /// The element's attributes `type`, `id` and `name`; empty without one.
   std::string GetMimeType();
   std::string GetID();
   std::string GetName();
+  ///@}
 
   /// The element's tag name, "EMBED" or "OBJECT" in an HTML page.
   std::string GetTagName();
@@ -71,8 +79,8 @@ class LARKA_EXPORT LarkaPluginWidget {
   /// Sets an attribute of the element.
   void SetAttribute(const char* name, const char* value);
 
-  /// Runs a script with the element as `this` and returns its value as Latin-1 text; empty when it
-  /// throws, or when its value is undefined or null.
+  /// Runs a script with the element as `this` and returns its value as Latin-1 text: a text, number
+  /// or boolean; empty for any other value, and when it throws.
   std::string ExecuteJS(const char* script);
 
   // Its pixels. The library paints none for a plug-in: for each one that a browser reports
@@ -100,28 +108,34 @@ class LARKA_EXPORT LarkaPluginWidget {
   /// Does nothing.
   void Dump();
 
+  ///@{
   /// A pointer of the host's that is kept with the plug-in, for all copies of the handle; null at
   /// first. The library never follows it.
   void SetUserData(void* data);
   void* GetUserData();
+  ///@}
 
-  /// What SetFullScreen was called with last.
+  /// What SetFullScreen of this plug-in was called with last, whatever is shown by now.
   bool IsFullScreen() const;
 
-  /// Shows the element in place of the page, or the page again. While an element is shown,
-  /// ILarkaBrowser::GetBrowserImage and GetBrowserStride give an image of the element's size in
-  /// pixels at the time of this call: with `flag` what the page shows of the element, painted anew
-  /// whenever the page is; without `flag` a transparent one that is never painted. The change is
-  /// told by ILarkaCallbacks::OnDirty; until then the image is transparent. When the element or its
-  /// page goes away, the page is shown again. `reserved` is not used.
+  /// Shows the element in place of the page, or the page again, whichever plug-in of the browser
+  /// was shown. While an element is shown, ILarkaBrowser::GetBrowserImage and GetBrowserStride give
+  /// an image of the size in pixels that the element has now (GetBrowserStride() / 4 wide, and at
+  /// least (GetHeight() - 0.5) * zoom / 100 rows, rounded down; null if that is nothing): with
+  /// `flag` what the page shows of the element, painted anew whenever the view is, and transparent
+  /// beyond the size of the page image; without `flag` a transparent one that is never painted. The
+  /// change is told by ILarkaCallbacks::OnDirty; until then the image is transparent. When the
+  /// element or its page goes away, the page is shown again. `reserved` is not used.
   void SetFullScreen(bool fullScreen, bool flag, bool reserved);
 
-  // These do nothing: a plug-in gets its input through the operations of its browser.
+  ///@{
+  /// Does nothing: a plug-in gets its input through the operations of its browser.
   void MouseMove(int x, int y, int buttons);
   void MouseDown(int x, int y, int buttons);
   void MouseUp(int x, int y, int buttons);
   void MouseClick(int x, int y, int buttons);
   void HandleKey(int key, int modifiers);
+  ///@}
 
  private:
   friend class LarkaPluginWidgetPrivate;

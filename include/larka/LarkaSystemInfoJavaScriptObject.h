@@ -30,15 +30,18 @@ class LARKA_EXPORT LarkaSystemInfoJavaScriptObject : public QObject {
   LarkaSystemInfoJavaScriptObject(QObject* parent, SystemInfoData* infoData);
   ~LarkaSystemInfoJavaScriptObject() override;
 
+  ///@{
+  /// The facts, as script reads them; the two numbers as decimal text.
   QString serialnumber() const;
   QString productname() const;
   QString firmwareversion() const;
   QString vendor() const;
-  QString resolution() const;  ///< decimal text
-  QString network() const;     ///< decimal text
+  QString resolution() const;
+  QString network() const;
   QString techplatform() const;
   QString secureSerialNumber() const;
   QString debug_free() const;
+  ///@}
 
  public slots:
   /// Writes a line with `str`, as UTF-8, to the standard error stream.

@@ -20,7 +20,8 @@ class PannableViewPrivate;
 /// disabled direction never moves.
 ///
 /// Mouse presses go to this view, never to the content underneath: what a tap hits gets a press and
-/// a release of its own. All other events are left to the scene.
+/// a release of its own, in its own coordinates. (So a view within a view can be tapped, not
+/// dragged.) All other events are left to the scene.
 class LARKA_EXPORT PannableView : public QGraphicsWidget {
   Q_OBJECT
 
@@ -36,7 +37,7 @@ class LARKA_EXPORT PannableView : public QGraphicsWidget {
 
   /// Shows `widget`, at its preferred size or the size it has, whichever is larger, and takes it
   /// over as a child. Null shows nothing. What was shown before leaves the scene and belongs to the
-  /// caller again.
+  /// caller again; another widget begins at its beginning.
   void setWidget(QGraphicsWidget* widget);
 
   /// Whether the content is gliding. Springing back, and moving to an item, are no gliding.
@@ -49,9 +50,9 @@ class LARKA_EXPORT PannableView : public QGraphicsWidget {
   /// and below the view's: hosts that use it know that this is no mirror image of moveToBegin.
   void moveToEnd();
 
-  /// Moves the content within 0.8 s so that `item` is in the middle, judged by the item's position
-  /// in its parent. Does nothing for an item that isn't in this view's scene, which may be one that
-  /// was deleted.
+  /// Moves the content within 0.8 s so that `item` is in the middle, past the content's edges where
+  /// it takes that, judged by the item's position in its parent. Does nothing for an item that
+  /// isn't in this view's scene, which may be one that was deleted.
   void moveToItem(QGraphicsItem* item);
 
   /// Kept, and without effect.
@@ -59,18 +60,22 @@ class LARKA_EXPORT PannableView : public QGraphicsWidget {
   /// Kept, and without effect.
   void enableScrollIndicator(bool enable);
 
+  /// The directions in which the content can be panned.
   Qt::Orientations orientation() const;
+
+  /// Sets them, from the next event on.
   void setOrientation(Qt::Orientations orientation);
 
  signals:
   /// The content has moved by itself; dragging is not told. `visible` is the part of the content
-  /// that the view shows.
+  /// that the view shows. The view must not be deleted in it, but with deleteLater.
   void posChanged(const QRectF& visible);
 
   /// The view was clicked at `position`, after the items there have got the click.
   void tapped(const QPointF& position);
 
  protected:
+  /// Takes the left button's press and release and the moves in between; all else is left alone.
   bool sceneEvent(QEvent* event) override;
 
  private:

@@ -13,6 +13,7 @@ class LARKA_EXPORT RepaintCollector : public QObject {
   Q_OBJECT
 
  public:
+  /// An empty region.
   explicit RepaintCollector(QObject* parent);
   ~RepaintCollector() override;
 

@@ -1,0 +1,14 @@
+# The API reference, from the public headers and the guide for hosts: the target "docs". What is not
+# documented fails it.
+find_program(DOXYGEN doxygen)
+if(NOT DOXYGEN)
+  return()
+endif()
+set(docs_directory ${PROJECT_BINARY_DIR}/docs)
+configure_file(${PROJECT_SOURCE_DIR}/docs/Doxyfile.in ${PROJECT_BINARY_DIR}/Doxyfile @ONLY)
+add_custom_target(docs
+  COMMAND ${CMAKE_COMMAND} -E rm -rf ${docs_directory}
+  COMMAND ${CMAKE_COMMAND} -E make_directory ${docs_directory}
+  COMMAND ${DOXYGEN} -q ${PROJECT_BINARY_DIR}/Doxyfile
+  COMMENT "Writing ${docs_directory}/html/index.html"
+  VERBATIM)

@@ -93,9 +93,16 @@ TEST_F(ControlsTest, TheTypesThatCanBeSearchedForHaveATag) {
     EXPECT_EQ(converted, mapped) << type;
     EXPECT_TRUE(mapped || tag + inputType == "kept") << type;
   }
-  std::string tag, inputType;
-  LarkaHTMLControl::ConvertLarkaTypeToQTagAndType(CONTROL_PASSWORD, tag, inputType);
-  EXPECT_EQ(tag + " " + inputType, "input password");
+  const char* const kSearched[] = {"input text", "textarea ",      "label ",      "",
+                                   "select ",    "input submit",   "input radio", "input checkbox",
+                                   "a ",         "input password", "img ",        "embed ",
+                                   "div "};
+  for (int type = 0; type < 13; ++type) {
+    std::string tag, inputType;
+    LarkaHTMLControl::ConvertLarkaTypeToQTagAndType(static_cast<ControlType>(type), tag, inputType);
+    if (type == CONTROL_UNMAPPED) continue;
+    EXPECT_EQ(tag + " " + inputType, kSearched[type]);
+  }
 }
 
 TEST_F(ControlsTest, GetControlsTakesAllInputsForOneTagInDocumentOrder) {

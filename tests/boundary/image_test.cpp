@@ -116,6 +116,17 @@ TEST_F(ImageTest, OtherSurfacesAreRefusedWithAWarning) {
   EXPECT_NE(
       written.find("LarkaBrowser::GetBrowserNativeHandle when rendering to screen - unimplemented"),
       std::string::npos);
+  settle();
+  recorder.events.clear();
+  testing::internal::CaptureStderr();
+  browser->Focus();
+  browser->Invalidate();
+  browser->SetConfig("key", "value");
+  browser->SetConfig("key", 1);
+  browser->SetConfig("key", true);
+  host.pumpFor(50);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  EXPECT_TRUE(recorder.events.empty());
 }
 
 TEST_F(ImageTest, FollowsZoomAndScroll) {

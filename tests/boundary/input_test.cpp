@@ -226,6 +226,11 @@ TEST_F(InputTest, AClickTellsEveryListenerWhatWasThereBefore) {
   EXPECT_TRUE(browser->HitTest(5, 5).IsClickable());
   EXPECT_FALSE(browser->HitTest(5, 300).IsClickable());
   recorder.events.clear();
+  browser->MouseMove(5, 5, 0);
+  browser->MouseMove(5, 300, 0);
+  EXPECT_EQ(recorder.events,
+            (std::vector<std::string>{"OnLinkHovered true", "OnLinkHovered false"}));
+  recorder.events.clear();
   recorder.onEvent = [&](const std::string&) { clickable = browser->HitTest(5, 5).IsClickable(); };
   browser->MouseClick(5, 5, 0);
   recorder.onEvent = nullptr;

@@ -3,6 +3,7 @@
 
 #include "Host.h"
 #include "HttpServer.h"
+#include "Servers.h"
 
 namespace {
 
@@ -96,7 +97,7 @@ TEST_F(LarkaShotTest, WritesWhatItIsAskedFor) {
 TEST_F(LarkaShotTest, SaysInOneLineWhatIsWrong) {
   directory.write("p.html", "x");
   const struct {
-    const char* arguments;
+    std::string arguments;
     int status;
     const char* says;
   } rows[] = {
@@ -112,7 +113,8 @@ TEST_F(LarkaShotTest, SaysInOneLineWhatIsWrong) {
       {"--list nothing.txt", 2, "can't read the list 'nothing.txt'"},
       {"p.html -o nowhere/p.png", 1, "p.html: can't write nowhere/p.png"},
       {"'' -o p.png", 1, "not an address"},
-      {"http://127.0.0.1:9/ -o p.png", 1, "could not be loaded"},
+      {"http://127.0.0.1:" + std::to_string(test::freePort()) + "/ -o p.png", 1,
+       "could not be loaded"},
   };
   for (const auto& row : rows) {
     const Outcome result = run(row.arguments);

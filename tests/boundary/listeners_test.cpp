@@ -21,6 +21,8 @@ TEST_F(ListenersTest, HearALoadInItsOrder) {
   const std::vector<std::string> expected = {"OnLoadStarted", "OnCreatingRequest", "OnUrlChanged",
                                              "OnTitleChanged", "OnLoadFinished"};
   EXPECT_EQ(order, expected);
+  EXPECT_EQ(recorder.count("OnCreatingRequest " + browser->GetCurrentLocation()), 1);
+  EXPECT_EQ(recorder.count("OnUrlChanged " + browser->GetCurrentLocation()), 1);
   EXPECT_EQ(recorder.count("OnTitleChanged Tonight"), 1);
   EXPECT_EQ(recorder.count("OnLoadProgress 100"), 1);
   EXPECT_GE(recorder.dirty, 1);

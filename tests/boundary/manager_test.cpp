@@ -2,6 +2,7 @@
 #include <sys/wait.h>
 
 #include "Host.h"
+#include "Servers.h"
 
 namespace {
 
@@ -58,7 +59,7 @@ TEST_F(ManagerTest, AfterShutdownNothingCrashesAndALivingBrowserCanBeDestroyed) 
   LARKA::ILarkaBrowser* painted = host.createBrowser(&recorder);
   LARKA::ILarkaBrowser* loading = host.createBrowser(nullptr);
   ASSERT_TRUE(host.load(painted, &recorder, "<body>x</body>"));
-  loading->Navigate("http://127.0.0.1:9/");
+  loading->Navigate(("http://127.0.0.1:" + std::to_string(test::freePort()) + "/").c_str());
   host.manager->Shutdown(true);
   EXPECT_EQ(host.manager->CreateBrowser(), nullptr);
   host.manager->Shutdown(true);
@@ -287,6 +288,11 @@ TEST_F(ManagerTest, PagesKeepTheirLocalStorageInTheGivenDirectory) {
   ASSERT_TRUE(host.load(browser, &recorder,
                         "<title>s</title><script>localStorage.setItem('k','v1')</script>"));
   EXPECT_EQ(browser->ExecuteJavascript("navigator.userAgent"), "Television/1.0");
+  browser->SetUserAgent("");
+  EXPECT_EQ(browser->ExecuteJavascript("navigator.userAgent"), "");
+  browser->SetUserAgent(nullptr);
+  EXPECT_NE(browser->ExecuteJavascript("navigator.userAgent").find("AppleWebKit"),
+            std::string::npos);
   host.manager->DestroyBrowser(browser, true);
   host.pumpFor(1500);  // the engine writes a second later
   std::error_code error;
@@ -418,7 +424,11 @@ TEST_F(TimerTest, FiresOnlyWhileItIsStarted) {
   const int before = repeated;
   host.pumpFor(60);
   EXPECT_EQ(repeated, before) << "the new interval was not taken";
+  timers[1]->SetInterval(5);
+  timers[1]->Start();
   timers[1]->Stop();
+  host.pumpFor(60);
+  EXPECT_EQ(repeated, before) << "it was not stopped";
   for (LARKA::ITimer* timer : timers) host.manager->DisposeTimer(timer);
   host.pumpFor(20);
 }

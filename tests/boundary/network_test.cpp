@@ -207,6 +207,16 @@ TEST_F(NetworkTest, BrowsersOfADirectoryShareItsCache) {
   ASSERT_TRUE(host.visit(second, &secondRecorder, server.url("/cached")));
   EXPECT_EQ(asked(), 3u) << "another directory, another cache";
   EXPECT_EQ(second->GetTitle(), "Cached");
+
+  server.page("/more", "<title>More</title>");
+  second->SetCacheParameters("", 1);
+  testing::internal::CaptureStderr();
+  ASSERT_TRUE(host.visit(second, &secondRecorder, server.url("/more")));
+  const std::string written = testing::internal::GetCapturedStderr();
+  EXPECT_NE(written.find("LarkaBrowser::creatingRequest() cannot use cache because cache directory "
+                         "is empty"),
+            std::string::npos);
+  EXPECT_NE(written.find("   when trying to load "), std::string::npos);
 }
 
 TEST_F(NetworkTest, TheLimitOfTheCacheHolds) {

@@ -52,6 +52,17 @@ TEST_F(PagesTest, HistoryGoesToBothEnds) {
     ASSERT_TRUE(end([this] { browser->Forward(); }));
     isAt(i);
   }
+  const size_t asked = server.requests("/page9").size();
+  ASSERT_TRUE(end([this] { browser->Reload(); }));
+  isAt(9);
+  EXPECT_EQ(server.requests("/page9").size(), asked + 1);
+  server.answer("/silent", "");
+  browser->Navigate(server.url("/silent").c_str());
+  ASSERT_TRUE(host.pumpUntil([this] { return !server.requests("/silent").empty(); }));
+  recorder.finished = false;
+  browser->Stop();
+  ASSERT_TRUE(host.pumpUntil([this] { return recorder.finished; }));
+  EXPECT_FALSE(recorder.ok);
 }
 
 TEST_F(PagesTest, AFailedLoadLeavesTheBrowserUsable) {
@@ -80,8 +91,15 @@ TEST_F(PagesTest, AFailedLoadLeavesTheBrowserUsable) {
   for (const auto& row : rows) {
     ASSERT_TRUE(visit(server.url("/good"))) << row.what;
     recorder.finished = recorder.ok = false;
+    testing::internal::CaptureStderr();
     browser->Navigate(row.url.c_str());
     EXPECT_TRUE(host.pumpUntil([this] { return recorder.finished; })) << row.what;
+    const std::string written = testing::internal::GetCapturedStderr();
+    if (row.url == gone.url("/")) {
+      EXPECT_NE(written.find("Error 1 loading url '" + row.url + "'\n"), std::string::npos);
+      EXPECT_EQ(script("document.documentElement.outerHTML"),
+                "<html><head><title>Failed loading page</title></head><body></body></html>");
+    }
     EXPECT_EQ(recorder.ok, row.ok) << row.what;
     EXPECT_EQ(browser->GetTitle(), row.ok ? "" : "Failed loading page") << row.what;
     EXPECT_EQ(script("1+1"), "2") << row.what;

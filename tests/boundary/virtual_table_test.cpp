@@ -14,6 +14,11 @@ namespace {
 using namespace LARKA;
 using Cookies = std::vector<std::pair<std::string, std::string>>;
 
+static_assert(DIRECTION_DOWN == 0 && DIRECTION_UP == 1 && DIRECTION_RIGHT == 2 &&
+              DIRECTION_LEFT == 3 && PROXY_SOCKS5 == 0 && PROXY_HTTP == 1);
+static_assert(CONTROL_TEXT == 0 && CONTROL_UNMAPPED == 3 && CONTROL_DIV == 12 &&
+              CONTROL_OBJECT == 13 && CONTROL_UNKNOWN == 14);
+
 const int kDestructorSlots = 2;  // the complete and the deleting destructor
 
 template <typename Signature>

@@ -10,6 +10,7 @@
 #include "Host.h"
 #include "InspectorBrowser.h"
 #include "LarkaBrowserQt.h"
+#include "LarkaHTMLControlQt.h"
 #include "LarkaPluginWidgetQt.h"
 #include "larkawebview.h"
 
@@ -71,6 +72,9 @@ TEST_F(ElementsTest, ThePluginSlotMakesARecordOfItsOwn) {
   {
     LarkaPluginWidget copy = plugin, adopted(record, false);
     EXPECT_EQ(record->references, 5);
+    auto* control = new LARKA::LarkaHTMLControlPrivate(element);
+    const LARKA::LarkaHTMLControl first(control, true), second(control, false);
+    EXPECT_EQ(control->references, 2);
   }
   recorder.plugins.clear();
   ASSERT_TRUE(load("<p>"));
@@ -102,7 +106,56 @@ TEST_F(ElementsTest, TheInspectorShowsThePageOfItsBrowser) {
   EXPECT_EQ(inspector->GetBrowserImage(), nullptr);
   EXPECT_EQ(inspector->LaunchInspector(true), nullptr);
   EXPECT_EQ(inspector->HitTest(1, 1).GetControlType(), LARKA::CONTROL_UNKNOWN);
-  EXPECT_EQ(inspector->ExecuteJavascript("1") + inspector->GetTitle(), "");
+  EXPECT_EQ(inspector->ExecuteJavascript("1") + inspector->GetTitle() +
+                inspector->GetCurrentLocation() + inspector->GetMetaTagValue("a") +
+                inspector->GetPrevLocation() + inspector->GetNextLocation() +
+                inspector->ReadCookie("a"),
+            "");
+  EXPECT_EQ(inspector->InjectCookie("a", "b", "c", 1) + inspector->GetBrowserStride() +
+                inspector->GetWidth() + inspector->GetHeight() + inspector->GetHistoryLength(),
+            0);
+  EXPECT_FALSE(inspector->ClearCookie("a") || inspector->FocusNext() || inspector->FocusPrev() ||
+               inspector->GetBrowserNativeHandle());
+  EXPECT_TRUE(inspector->ReadCookies().empty() && inspector->GetPluginWidgets().empty() &&
+              inspector->GetControls(LARKA::CONTROL_DIV).empty());
+
+  // The rest does nothing: neither to the inspector nor to what it inspects.
+  const std::string title = browser->GetTitle();
+  inspector->Initialize(1, 1, "c", "s", true, nullptr);
+  inspector->AddListener(&recorder);
+  inspector->RemoveListener(&recorder);
+  inspector->SetProxy("h", 1, LARKA::PROXY_HTTP, "u", "p");
+  inspector->SetGlobalSurface(nullptr);
+  inspector->SetUserAgent("a");
+  inspector->SetCacheParameters("d", 1);
+  inspector->ClearCache();
+  inspector->ClearAllCookies();
+  inspector->Navigate("about:blank");
+  inspector->MouseMove(1, 1, 0);
+  inspector->MouseDown(1, 1, 0);
+  inspector->MouseUp(1, 1, 0);
+  inspector->MouseClick(1, 1, 0);
+  inspector->MouseWheel(LARKA::DIRECTION_DOWN, 1, 0);
+  inspector->MouseWheel(1, 1, 0);
+  inspector->KeyDown('a', 0);
+  inspector->KeyUp('a', 0);
+  inspector->Scroll(LARKA::DIRECTION_DOWN, 1);
+  inspector->Scroll(1, 1);
+  inspector->ScrollToPoint(1, 1);
+  inspector->SetZoomLevel(200);
+  for (const auto& navigate : {&LARKA::ILarkaBrowser::Reload, &LARKA::ILarkaBrowser::Back,
+                               &LARKA::ILarkaBrowser::Forward, &LARKA::ILarkaBrowser::Stop,
+                               &LARKA::ILarkaBrowser::Focus, &LARKA::ILarkaBrowser::Invalidate})
+    (inspector->*navigate)();
+  inspector->SetConfig("k", "v");
+  inspector->SetConfig("k", 1);
+  inspector->SetConfig("k", true);
+  inspector->SaveBrowserImage(host.directory.file("none.jpg").c_str(), 1, 1);
+  EXPECT_FALSE(std::filesystem::exists(host.directory.file("none.jpg")));
+  host.pumpFor(100);
+  EXPECT_EQ(browser->GetTitle(), title);
+  EXPECT_EQ(browser->GetZoomLevel(), 100);
+  EXPECT_EQ(widget->size(), QSize(900, 500));
 
   // A second one takes the page over; each closes for itself, and twice does no harm.
   LARKA::ILarkaBrowser* second = browser->LaunchInspector(false);

@@ -1,7 +1,13 @@
 // The smaller objects: style, frame counter, repaint collector, data directory, slots.
 #include <QApplication>
+#include <QGraphicsScene>
 #include <QGraphicsView>
+#include <QImage>
 #include <QMetaMethod>
+#include <QNetworkProxyFactory>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+#include <QPixmap>
 #include <QPixmapCache>
 #include <QProxyStyle>
 #include <QRegularExpression>
@@ -15,7 +21,10 @@
 #include "FrameRate.h"
 #include "Host.h"
 #include "LarkaBrowserQt.h"
+#include "LarkaBrowserTimerQt.h"
+#include "LarkaJavaScriptObject.h"
 #include "LarkaStyle.h"
+#include "NetworkAccessManager.h"
 #include "larka/LarkaWidget.h"
 #include "larka/applicationSupportPath.h"
 #include "larkawebview.h"
@@ -88,6 +97,119 @@ TEST_F(ObjectsTest, TheBrowsersSlotsKeepTheirOrder) {
     EXPECT_STREQ(method.methodSignature().constData(), slots_[i]) << i;
     EXPECT_EQ(method.access(), i < 6 ? QMetaMethod::Public : QMetaMethod::Protected) << slots_[i];
   }
+
+  // Those of the other objects of the toolkit's kind.
+  const struct {
+    const QMetaObject* meta;
+    std::vector<const char*> methods;
+  } kOthers[] = {
+      {&LarkaJavaScriptObject::staticMetaObject,
+       {"executeInLarka(QString)", "executeMediaAction(QString)", "exec(QString)",
+        "exec2(QString)"}},
+      {&LarkaWebView::staticMetaObject,
+       {"dirty(QRect)", "AnimationFinished()", "LoadProgress(int)", "Update()"}},
+      {&BrowserTimerQT::staticMetaObject, {"Fired()", "Dispose()"}},
+  };
+  for (const auto& other : kOthers)
+    for (size_t i = 0; i < other.methods.size(); ++i)
+      EXPECT_STREQ(other.meta->method(other.meta->methodOffset() + static_cast<int>(i))
+                       .methodSignature()
+                       .constData(),
+                   other.methods[i]);
+  EXPECT_TRUE(LarkaJavaScriptObject(nullptr).exec2(QStringLiteral("x")).isNull());
+}
+
+// Hooks that do nothing and stay callable.
+TEST_F(ObjectsTest, TheEmptySlotsDoNothing) {
+  ASSERT_TRUE(load("<p>"));
+  recorder.events.clear();
+  const QMetaObject& meta = LARKA::LarkaBrowser::staticMetaObject;
+  const int kEmpty[] = {4, 6, 7, 11, 16, 17, 19, 20, 21, 23, 25, 26, 27, 28, 30, 31, 32, 40, 41};
+  QImage image;
+  QPixmap pixmap;
+  QRegion region;
+  for (int slot : kEmpty) {
+    QRect rect(1, 2, 3, 4);
+    void* none = nullptr;
+    QString text;
+    QUrl url;
+    bool on = true;
+    QSize size;
+    void* arguments[3] = {nullptr, nullptr, &none};
+    const QByteArray signature = meta.method(meta.methodOffset() + slot).methodSignature();
+    if (signature.contains("(QRect")) arguments[1] = &rect;
+    if (signature.contains("*")) arguments[1] = &none;
+    if (signature.contains(",QString")) arguments[2] = &text;
+    if (signature.contains("(QUrl")) arguments[1] = &url;
+    if (signature.contains("(bool")) arguments[1] = &on;
+    if (signature.contains("(QSize")) arguments[1] = &size;
+    larka()->qt_metacall(QMetaObject::InvokeMetaMethod, meta.methodOffset() + slot, arguments);
+  }
+  larka()->render(nullptr, QRect());
+  larka()->scroll(image, 1, 2, QRect(), &region);
+  larka()->scroll(pixmap, 1, 2, QRect(), &region);
+  host.pumpFor(100);
+  EXPECT_TRUE(recorder.events.empty());
+  larka()->repaintRequested(QRect(1, 2, 3, 4));
+  EXPECT_EQ(recorder.count("OnDirty"), 1) << "this one tells at once";
+}
+
+TEST_F(ObjectsTest, ThePagesAreSetUp) {
+  QWebSettings* settings = larka()->webView()->settings();
+  const std::pair<int, bool> kAttributes[] = {{1, true},  {3, true},   {15, true},
+                                              {11, true}, {12, true},  {14, true},
+                                              {13, true}, {20, false}, {17, false}};
+  for (const auto& [attribute, on] : kAttributes)
+    EXPECT_EQ(settings->testAttribute(static_cast<QWebSettings::WebAttribute>(attribute)), on)
+        << attribute;
+  larka()->SetAttribute(QWebSettings::JavascriptEnabled, false);
+  EXPECT_TRUE(QWebSettings::globalSettings()->testAttribute(QWebSettings::JavascriptEnabled));
+  ASSERT_TRUE(load("<title>a</title><script>document.title='b'</script>"));
+  EXPECT_EQ(browser->GetTitle(), "a");
+  EXPECT_EQ(QWebSettings::maximumPagesInCache(), 5);
+  EXPECT_TRUE(QNetworkProxyFactory::usesSystemConfiguration());
+  EXPECT_EQ(larka()->findChild<QTimer*>()->interval(), 33);
+  EXPECT_EQ(QCoreApplication::applicationName(), QStringLiteral("LarkaBrowser"));
+  auto* view = qobject_cast<QGraphicsView*>(larka()->webView()->scene()->views().value(0));
+  EXPECT_NE(dynamic_cast<LARKA::LarkaWidget*>(view->viewport()), nullptr);
+
+  auto* timer = static_cast<BrowserTimerQT*>(
+      host.manager->CreateTimer([](LARKA::ITimer*, void*) {}, 1, true, this));
+  EXPECT_EQ(timer->GetUserData(), this);
+  host.manager->DisposeTimer(timer);
+  host.pumpFor(20);
+
+  double framesASecond = 0;
+  for (int i = 0; i < 60; ++i) {
+    framesASecond = larka()->calculateFps();
+    usleep(10000);
+  }
+  EXPECT_GT(framesASecond, 20);
+  EXPECT_LT(framesASecond, 110);
+}
+
+TEST(NetworkAccessManagerTest, TheSlotsForMaintainersWriteWhatArrives) {
+  static int count = 3;
+  static char program[] = "test", option[] = "-platform", offscreen[] = "offscreen";
+  static char* arguments[] = {program, option, offscreen, nullptr};
+  QApplication application(count, arguments);
+  NetworkAccessManager manager(nullptr);
+  QNetworkReply* reply =
+      manager.get(QNetworkRequest(QUrl(QStringLiteral("data:text/plain,12345"))));
+  EXPECT_EQ(reply->readBufferSize(), 20971520);
+  QObject::connect(reply, SIGNAL(downloadProgress(qint64, qint64)), &manager,
+                   SLOT(onReplyProgress(qint64, qint64)));
+  QObject::connect(reply, SIGNAL(finished()), &manager, SLOT(onReplyDone()));
+  testing::internal::CaptureStderr();
+  QSignalSpy finished(reply, SIGNAL(finished()));
+  finished.wait(5000);
+  const QString written = QString::fromStdString(testing::internal::GetCapturedStderr());
+  for (const char* line :
+       {"load progress data:text/plain,12345 \\(bytes loaded/total\\) 5/5 \\(at "
+        "\\d\\d:\\d\\d:\\d\\d\\)\n",
+        "finished loading data:text/plain,12345 \\(at \\d\\d:\\d\\d:\\d\\d\\)\n"})
+    EXPECT_TRUE(QRegularExpression(QString::fromLatin1(line)).match(written).hasMatch())
+        << written.toStdString();
 }
 
 // These reach listeners only when something invokes the slots; the library connects none of them.
@@ -121,7 +243,8 @@ TEST_F(ObjectsTest, SlotsThatNothingIsConnectedToReachTheListeners) {
   EXPECT_EQ(second.events.size(), expected.size() - 1);
 }
 
-TEST(FrameRateTest, ReportsAfterMoreThanItsInterval) {
+TEST_F(ObjectsTest, FramesAreReportedAfterMoreThanTheInterval) {
+  QMetaObject::invokeMethod(larka(), "tester");
   testing::internal::CaptureStderr();
   FrameRate silent("silent", 0), loud("loud", 1);
   const time_t started = time(nullptr);
@@ -130,7 +253,9 @@ TEST(FrameRateTest, ReportsAfterMoreThanItsInterval) {
     loud.Frame();
     usleep(20000);
   }
+  QMetaObject::invokeMethod(larka(), "tester");
   const QString written = QString::fromStdString(testing::internal::GetCapturedStderr());
+  EXPECT_TRUE(written.contains(QStringLiteral("-----> test-timer() FPS: ")));
   EXPECT_TRUE(QRegularExpression(QStringLiteral("^-----> loud\\(\\) FPS: \\d+\\.\\d\\d\n"))
                   .match(written)
                   .hasMatch())

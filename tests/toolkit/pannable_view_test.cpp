@@ -178,7 +178,8 @@ TEST_F(PannableViewTest, WhatLeavesAnEdgeSpringsBackToIt) {
 
 TEST_F(PannableViewTest, ASwipeKeepsToTheDirectionItMostlyHas) {
   delete view;
-  view = new PannableView(Qt::Horizontal | Qt::Vertical, 300, 200, nullptr);
+  view = new PannableView(Qt::Horizontal | Qt::Vertical, nullptr);
+  view->resize(300, 200);
   scene.addItem(view);
   auto* field = new QGraphicsWidget;
   field->resize(4000, 3000);  // without a preferred size
@@ -214,6 +215,8 @@ TEST_F(PannableViewTest, MovesToItsEndsAndToItems) {
   EXPECT_EQ(inner()->pos(), QPointF(kExtent, 0));
   view->moveToBegin();
   EXPECT_EQ(inner()->pos(), QPointF(0, 0));
+  EXPECT_EQ(inner()->objectName(), QStringLiteral("PannableWidget"));
+  EXPECT_EQ(inner()->shape().boundingRect(), QRectF(QPointF(0, 0), inner()->size()));
   Poster* poster = strip->posters()[9];
   view->moveToItem(poster);
   const double centred = -(poster->x() - 0.5 * (kWidth - PosterStrip::kPosterWidth));

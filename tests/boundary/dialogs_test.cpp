@@ -83,6 +83,8 @@ TEST_F(DialogsTest, TheFirstListenerChoosesTheFile) {
   browser->MouseClick(20, 60, 0);
   EXPECT_EQ(script("document.getElementById('f').files[0].name"), "upload.txt");
   EXPECT_EQ(script("document.getElementById('m').files[0].name"), "upload.txt");
+  browser->MouseClick(20, 10, 0);
+  EXPECT_EQ(recorder.count("OnChooseFile " + file), 1) << "what was chosen before is suggested";
   browser->RemoveListener(&recorder);
   browser->RemoveListener(&second);
   browser->MouseClick(20, 10, 0);

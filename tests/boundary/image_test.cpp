@@ -60,6 +60,16 @@ TEST_F(ImageTest, IsNeverLargerThan1280By720) {
   host.manager->DestroyBrowser(hd, true);
 }
 
+TEST_F(ImageTest, TheFocusGoesForthAndBack) {
+  ASSERT_TRUE(load("<input id=a><input id=b>"));
+  std::string order;
+  for (const bool next : {true, true, false}) {
+    EXPECT_TRUE(next ? browser->FocusNext() : browser->FocusPrev());
+    order += script("document.activeElement.id");
+  }
+  EXPECT_EQ(order, "aba");
+}
+
 // One browser in a scene has the focus; the pages must not notice which.
 TEST_F(ImageTest, ShowsTheKeyboardFocusInEveryBrowser) {
   const char page[] =

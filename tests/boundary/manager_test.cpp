@@ -359,7 +359,7 @@ TEST_F(ManagerTest, ThreeHundredBrowsersLeaveNoMemoryBehind) {
     host.manager->PumpEvents();
     if (i == 50) after50 = residentAtRest();
   }
-  testing::internal::GetCapturedStderr();
+  EXPECT_NE(testing::internal::GetCapturedStderr().find("-----> fps() FPS: "), std::string::npos);
   const double after300 = residentAtRest();
   printf("resident after 50 browsers %.1f MiB, after 300 %.1f MiB\n", after50, after300);
 #ifndef LARKA_SANITIZED

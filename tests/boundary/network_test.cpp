@@ -237,6 +237,11 @@ TEST_F(NetworkTest, TheLimitOfTheCacheHolds) {
     if (entry.is_regular_file()) bytes += entry.file_size();
   EXPECT_LE(bytes, (1u << 20) + kPageBytes);  // room is made before the last one is added
   EXPECT_GT(bytes, 1u << 18) << "nothing was kept";
+  browser->SetCacheParameters(directory.c_str(), 4096);  // wraps to nothing
+  bytes = 0;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(directory))
+    if (entry.is_regular_file()) bytes += entry.file_size();
+  EXPECT_EQ(bytes, 0u);
 }
 
 TEST_F(NetworkTest, ACacheMayChangeInTheMiddleOfALoad) {

@@ -158,6 +158,7 @@ TEST_F(PagesTest, ZoomScrollAndViewportAgree) {
     EXPECT_EQ(std::to_string(x) + "," + std::to_string(y), "0,0") << percent;
     browser->GetFrameContentSize(contentWidth, contentHeight);
     EXPECT_EQ(contentWidth, 30 * percent);
+    EXPECT_EQ(contentHeight, 30 * percent);
   }
   browser->GetViewPort(nullptr, nullptr, nullptr, nullptr);
   for (double nonsense : {0.0, -100.0, static_cast<double>(NAN), static_cast<double>(INFINITY)}) {

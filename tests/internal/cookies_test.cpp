@@ -159,6 +159,8 @@ TEST(TrieTest, RemovesNodesThatBecomeEmpty) {
   EXPECT_TRUE(trie.childrenKeys.isEmpty());
   EXPECT_FALSE(trie.remove(path("no.where"), a));
   EXPECT_NE(trie.walkTo(path("no.where")), nullptr);
+  for (const char* host : {"b.org", "a.org", "c.org"}) trie.insert(path(host), b);
+  EXPECT_EQ(trie.walkTo(path("org"))->childrenKeys, (QStringList{"a", "b", "c"}));
 }
 
 // Written by hand from docs/cookie-file.md: root (no cookies) -> "com" -> "example" with two.

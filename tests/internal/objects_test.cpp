@@ -4,6 +4,7 @@
 #include <QGraphicsView>
 #include <QImage>
 #include <QMetaMethod>
+#include <QNetworkDiskCache>
 #include <QNetworkProxyFactory>
 #include <QNetworkReply>
 #include <QNetworkRequest>
@@ -18,6 +19,7 @@
 #include <QWebSettings>
 
 #include "BrowserManagerQt.h"
+#include "CacheWrapper.h"
 #include "FrameRate.h"
 #include "Host.h"
 #include "LarkaBrowserQt.h"
@@ -188,6 +190,26 @@ TEST_F(ObjectsTest, ThePagesAreSetUp) {
   EXPECT_LT(framesASecond, 110);
 }
 
+TEST(CacheWrapperTest, ActsOnTheCacheThatItStandsFor) {
+  const test::TemporaryDirectory directory;
+  QNetworkDiskCache cache;
+  cache.setCacheDirectory(QString::fromStdString(directory.path()));
+  LARKA::CacheWrapper wrapper(&cache);
+  QNetworkCacheMetaData metaData;
+  metaData.setUrl(QUrl(QStringLiteral("http://example.com/")));
+  metaData.setSaveToDisk(true);
+  QIODevice* device = wrapper.prepare(metaData);
+  device->write("content");
+  wrapper.insert(device);
+  EXPECT_GT(wrapper.cacheSize(), 0);
+  EXPECT_EQ(wrapper.cacheSize(), cache.cacheSize());
+  metaData.setRawHeaders({{"X-New", "1"}});
+  wrapper.updateMetaData(metaData);
+  EXPECT_EQ(cache.metaData(metaData.url()).rawHeaders().value(0).first, "X-New");
+  EXPECT_TRUE(wrapper.remove(metaData.url()));
+  EXPECT_FALSE(cache.metaData(metaData.url()).isValid());
+}
+
 TEST(NetworkAccessManagerTest, TheSlotsForMaintainersWriteWhatArrives) {
   static int count = 3;
   static char program[] = "test", option[] = "-platform", offscreen[] = "offscreen";
@@ -226,6 +248,7 @@ TEST_F(ObjectsTest, SlotsThatNothingIsConnectedToReachTheListeners) {
                             Q_ARG(QNetworkRequest, QNetworkRequest()));
   QMetaObject::invokeMethod(larka(), "requestError");
   QMetaObject::invokeMethod(larka(), "sslErrors");
+  QMetaObject::invokeMethod(larka()->webView()->page()->networkAccessManager(), "onRequestError");
   QMetaObject::invokeMethod(larka(), "linkHovered", Q_ARG(QString, "x"), Q_ARG(QString, ""),
                             Q_ARG(QString, ""));
   QMetaObject::invokeMethod(larka(), "linkHovered", Q_ARG(QString, ""), Q_ARG(QString, "t"),
@@ -234,6 +257,7 @@ TEST_F(ObjectsTest, SlotsThatNothingIsConnectedToReachTheListeners) {
                                              "OnPrintRequested",
                                              "OnGeometryChangeRequested 70x80",
                                              "OnDownloadRequested",
+                                             "OnRequestError",
                                              "OnRequestError",
                                              "OnRequestError",
                                              "OnLinkHovered true",

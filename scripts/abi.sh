@@ -9,6 +9,10 @@ usage="usage: scripts/abi.sh check|record LIBRARY"
 [ $# -eq 2 ] || fail "$usage"
 [ -f "$2" ] || fail "no such file: $2"
 library=$(realpath "$2")
+case "$(basename "$library")" in
+  liblarkabrowser-*-linux.so.0) ;;
+  *) fail "not the library: $2" ;;
+esac
 cd "$(dirname "$0")/.." || exit 1
 ensure_packages abigail-tools
 
@@ -19,16 +23,37 @@ describe() {
   abidw --suppressions abi/suppressions.ini --headers-dir include/larka --drop-private-types \
     --exported-interfaces-only --no-show-locs --no-corpus-path --no-comp-dir-path --no-elf-needed \
     --type-id-style hash --out-file "$1" "$library" || fail "could not describe $library"
+  for interface in ILarkaBrowser ILarkaCallbacks ITimer; do
+    [ -n "$(operations "$1" | grep "^$interface ")" ] ||
+      fail "$library doesn't tell its interface: it is built without debug information"
+  done
 }
 
+# The operations of the three interfaces in a description, with their places.
+operations() {
+  awk -F"'" '
+    /<class-decl name=/ { class = $2 }
+    /<member-function .*vtable-offset=/ {
+      for (i = 1; i < NF; i++) if ($i ~ /vtable-offset=$/) place = $(i + 1)
+    }
+    /<function-decl name=/ && place != "" {
+      if (class ~ /^(ILarkaBrowser|ILarkaCallbacks|ITimer)$/ && $2 !~ /^~/)
+        printf "%s %02d %s\n", class, place, $2
+      place = ""
+    }' "$1" | sort -u
+}
+
+now=$(mktemp) || exit 1
+trap 'rm -f "$now" "$now.recorded" "$now.operations"' EXIT
 case "$1" in
   check)
-    if [ ! -f "$recorded" ]; then  # it is for the two processors that Larka is delivered for
-      echo "The interface is not recorded for this processor: $recorded is missing."
+    if [ ! -f "$recorded" ]; then
+      case "$recorded" in  # the two processors that Larka is delivered for
+        *-i486-* | *-x86_64-*) fail "$recorded is missing" ;;
+      esac
+      echo "The interface is not recorded for this processor: there is no $recorded."
       exit 0
     fi
-    now=$(mktemp) || exit 1
-    trap 'rm -f "$now"' EXIT
     describe "$now"
     # Two descriptions of the same kind: what is left out of one is left out of the other.
     report=$(abidiff "$recorded" "$now")
@@ -36,6 +61,11 @@ case "$1" in
     [ $((status & 3)) -eq 0 ] || fail "abidiff failed: $report"
     [ $status -ne 0 ] || exit 0
     echo "$report"
+    operations "$recorded" >"$now.recorded"
+    operations "$now" >"$now.operations"
+    echo
+    echo "Operations by their places (<: as recorded, >: now):"
+    diff "$now.recorded" "$now.operations" | grep '^[<>]' || echo "  all as they were"
     cat >&2 <<EOF
 
 The binary interface of $(basename "$library") is no longer the recorded one: see above.
@@ -52,7 +82,8 @@ EOF
     exit 1
     ;;
   record)
-    describe "$recorded"
+    describe "$now"
+    cat "$now" >"$recorded" || fail "can't write $recorded"
     echo "Recorded $recorded."
     ;;
   *) fail "$usage" ;;

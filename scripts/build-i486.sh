@@ -5,8 +5,8 @@ set -u
 [ $# -eq 0 ] || fail "usage: scripts/build-i486.sh"
 cd "$(dirname "$0")/.." || exit 1
 
-scripts/in-i486.sh sh -uc '. scripts/setup.sh; ensure_packages $build_packages; build_preset release' ||
-  exit 1
+scripts/in-i486.sh sh -uc '. scripts/setup.sh; ensure_packages $build_packages; build_preset release' \
+  build-i486.sh || exit 1
 build=build
 [ "$(dpkg --print-architecture)" = i386 ] || build=build/i486
 file=$build/release/src/liblarkabrowser-i486-linux.so.0

@@ -15,4 +15,7 @@ case "$(dpkg --print-architecture)" in
   *) fail "needs a 32-bit or 64-bit x86 machine" ;;
 esac
 [ -e build/roots/i486 ] || copy_bare_root i386 build/roots/i486
-in_root build/roots/i486 build/i486 "$@"
+in_root build/roots/i486 build/i486 "$@" && exit 0
+status=$?
+echo "in-i486.sh: failed; remove build/roots/i486 if that system itself is damaged" >&2
+exit $status

@@ -22,8 +22,8 @@ $run sh -uc '. scripts/setup.sh
   ensure_packages $build_packages $package_packages
   rm -rf build/package/packages
   build_preset package
-  cd build/package && cpack >cpack.log 2>&1 || fail "cpack failed: see build/package/cpack.log"' ||
-  exit 1
+  cd build/package && cpack >cpack.log 2>&1 || fail "cpack failed: see build/package/cpack.log"' \
+  package.sh || exit 1
 packages=$build/package/packages
 lintian --fail-on error "$packages"/*.deb || fail "lintian found errors"
 
@@ -38,5 +38,5 @@ in_root build/roots/fresh "$build" sh -euc '
   larka-shot --quiet share/demo/index.html -o build/package/demo.png
   c++ -std=c++17 examples/minimal-host.cpp -o /tmp/minimal-host $(pkg-config --cflags --libs larkabrowser)
   /tmp/minimal-host 2>/dev/null | grep "^painted" >/dev/null' || fail "the installed packages don't work"
-$as_root rm -rf build/roots/fresh
+$as_root rm -rf --one-file-system build/roots/fresh
 echo "Installed and used: $(cd "$packages" && echo *.deb)."

@@ -2,26 +2,37 @@
 # after setup.sh and in the project's folder.
 
 as_root=
-[ "$(id -u)" -eq 0 ] || as_root=sudo
+if [ "$(id -u)" -ne 0 ]; then
+  command -v sudo >/dev/null || fail "needs root or sudo for a root of its own"
+  as_root=sudo
+fi
+case "$PWD" in
+  *[[:space:]]*) fail "a root can't be made in a folder whose path has blanks: $PWD" ;;
+esac
 
-# The mirror that this machine installs from.
-mirror() {
-  apt-get indextargets --format '$(SITE) $(RELEASE)' | awk '$2 ~ /^(bookworm|stable)$/ {print $1; exit}'
+# The places that this machine installs Debian 12 from, as lines of a sources.list.
+sources() {
+  apt-get indextargets --format 'deb $(SITE) $(RELEASE) $(COMPONENT)' 'Created-By: Packages' |
+    grep -E '^deb https?://[^ ]+ (bookworm|stable|oldstable)(-updates|-security)? main$' | sort -u
 }
 
-# Makes build/roots/ARCHITECTURE, a bare Debian 12, unless it is there.
+# Makes build/roots/ARCHITECTURE, a bare Debian 12, unless it is there. What is mounted meanwhile is
+# gone with it, however it ends.
 make_bare_root() {
   bare=build/roots/$1
   [ ! -e "$bare" ] || return 0
   ensure_packages debootstrap
-  site=$(mirror)
-  [ -n "$site" ] || fail "apt knows no mirror of Debian 12"
+  site=$(sources | awk '$3 !~ /-/ {print $2; exit}')
+  [ -n "$site" ] || fail "apt knows no http mirror of Debian 12"
   echo "Making a bare Debian 12 for $1 in $bare"
-  mkdir -p build/roots
-  $as_root rm -rf "$bare.new"
-  $as_root debootstrap --arch="$1" --variant=minbase --include=ca-certificates bookworm "$bare.new" \
-    "$site" >"build/roots/$1.log" 2>&1 || fail "debootstrap failed: see build/roots/$1.log"
-  # How the network is reached is the machine's affair.
+  mkdir -p build/roots || fail "can't write build/roots"
+  $as_root rm -rf --one-file-system "$bare.new" || fail "can't remove $bare.new"
+  $as_root env http_proxy="${http_proxy:-}" https_proxy="${https_proxy:-}" \
+    unshare --mount --propagation private debootstrap --arch="$1" --variant=minbase \
+    --include=ca-certificates bookworm "$bare.new" "$site" >"build/roots/$1.log" 2>&1 ||
+    fail "debootstrap failed: see build/roots/$1.log"
+  # Where and how is installed from is the machine's affair.
+  sources | $as_root tee "$bare.new/etc/apt/sources.list" >/dev/null
   apt-config dump Acquire | grep -E '^Acquire::(Check-|Retries|ForceIPv|https?::)' |
     $as_root tee "$bare.new/etc/apt/apt.conf.d/10machine" >/dev/null
   [ ! -d /etc/apt/auth.conf.d ] || $as_root cp -r /etc/apt/auth.conf.d "$bare.new/etc/apt/"
@@ -32,7 +43,7 @@ make_bare_root() {
 # Makes ROOT a fresh copy of the bare root of ARCHITECTURE.
 copy_bare_root() {
   make_bare_root "$1"
-  $as_root rm -rf "$2" "$2.new"
+  $as_root rm -rf --one-file-system "$2" "$2.new" || fail "can't remove $2"
   $as_root cp -a "build/roots/$1" "$2.new" || fail "could not copy build/roots/$1"
   $as_root mv "$2.new" "$2"
 }
@@ -46,7 +57,8 @@ in_root() {
   $as_root cp /etc/resolv.conf /etc/hosts "$root/etc/" 2>/dev/null
   personality=
   [ "$($as_root chroot "$root" dpkg --print-architecture)" = amd64 ] || personality="setarch i686"
-  $as_root unshare --mount --propagation private sh -euc '
+  $as_root env http_proxy="${http_proxy:-}" https_proxy="${https_proxy:-}" \
+    unshare --mount --propagation private sh -euc '
     root=$1 build=$2 personality=$3
     shift 3
     mkdir -p "$root/larka"
@@ -55,6 +67,7 @@ in_root() {
     mount --bind . "$root/larka"
     mount --bind "$build" "$root/larka/build"
     exec chroot "$root" env -i HOME=/root LANG=C.UTF-8 TERM="${TERM:-dumb}" \
+      http_proxy="${http_proxy:-}" https_proxy="${https_proxy:-}" \
       PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin \
       $personality sh -c "cd /larka && exec \"\$@\"" sh "$@"' \
     sh "$root" "$build" "$personality" "$@"

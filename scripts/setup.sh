@@ -39,16 +39,21 @@ ensure_packages() {
       trap 'exit 130' INT TERM HUP
       printf '#!/bin/sh\nexit 101\n' | $sudo install -m 755 /dev/stdin "$policy"
     fi
+    $sudo env DEBIAN_FRONTEND=noninteractive dpkg --configure -a || exit 1  # after an interruption
     # shellcheck disable=SC2086
     $sudo env DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends $missing
   ) || fail "could not install:$missing"
 }
 
-# Configures a preset once, and builds it (or only the named targets).
+# Configures a preset, and builds it (or only the named targets).
 build_preset() {
   preset=$1
   shift
-  [ -f "build/$preset/build.ninja" ] || cmake --preset "$preset" || fail "configuring failed"
+  mkdir -p build || fail "can't write build"
+  cmake --preset "$preset" >"build/$preset.log" 2>&1 || {
+    cat "build/$preset.log" >&2
+    fail "configuring failed; is build/$preset yours?"
+  }
   if [ $# -gt 0 ]; then
     cmake --build --preset "$preset" --target "$@" || fail "building failed"
   else

@@ -15,7 +15,7 @@ class LarkaPluginWidgetPrivate;
 ///
 /// Every `object` of a media or television type is one: video, audio, Flash, and what hybrid
 /// television defines (the broadcast, conditional access and smart cards, the receiver). So is
-/// every /// `embed` but those that the engine shows itself: images, and HTML, SVG and other XML.
+/// every `embed` but those that the engine shows itself: images, and HTML, SVG and other XML.
 /// Where there is no type the extension of the address counts, and without one the engine takes the
 /// element for HTML, whatever the scheme; it never goes by an object's `classid` or parameters. An
 /// element that is not displayed (`display: none`) is none yet.

@@ -10,10 +10,11 @@ case "$PWD" in
   *[[:space:]]*) fail "a root can't be made in a folder whose path has blanks: $PWD" ;;
 esac
 
-# The places that this machine installs Debian 12 from, as lines of a sources.list.
-sources() {
-  apt-get indextargets --format 'deb $(SITE) $(RELEASE) $(COMPONENT)' 'Created-By: Packages' |
-    grep -E '^deb https?://[^ ]+ (bookworm|stable|oldstable)(-updates|-security)? main$' | sort -u
+# The mirror of Debian 12 that this machine installs from. It is also all that the roots install
+# from: each architecture's updates come at their own time.
+mirror() {
+  apt-get indextargets --format '$(SITE) $(RELEASE)' |
+    awk '$1 ~ /^https?:/ && $2 ~ /^(bookworm|stable|oldstable)$/ {print $1; exit}'
 }
 
 # Makes build/roots/ARCHITECTURE, a bare Debian 12, unless it is there. What is mounted meanwhile is
@@ -22,7 +23,7 @@ make_bare_root() {
   bare=build/roots/$1
   [ ! -e "$bare" ] || return 0
   ensure_packages debootstrap
-  site=$(sources | awk '$3 !~ /-/ {print $2; exit}')
+  site=$(mirror)
   [ -n "$site" ] || fail "apt knows no http mirror of Debian 12"
   echo "Making a bare Debian 12 for $1 in $bare"
   mkdir -p build/roots || fail "can't write build/roots"
@@ -31,8 +32,7 @@ make_bare_root() {
     unshare --mount --propagation private debootstrap --arch="$1" --variant=minbase \
     --include=ca-certificates bookworm "$bare.new" "$site" >"build/roots/$1.log" 2>&1 ||
     fail "debootstrap failed: see build/roots/$1.log"
-  # Where and how is installed from is the machine's affair.
-  sources | $as_root tee "$bare.new/etc/apt/sources.list" >/dev/null
+  # How the network is reached is the machine's affair.
   apt-config dump Acquire | grep -E '^Acquire::(Check-|Retries|ForceIPv|https?::)' |
     $as_root tee "$bare.new/etc/apt/apt.conf.d/10machine" >/dev/null
   [ ! -d /etc/apt/auth.conf.d ] || $as_root cp -r /etc/apt/auth.conf.d "$bare.new/etc/apt/"

@@ -249,6 +249,9 @@ void LarkaBrowser::loadStarted() {
     m_pluginWidgets.clear();
     page()->plugins()->forget();
   }
+  const QPointer<LarkaBrowser> self(this);
+  tellHeldFinish();
+  if (!self) return;
   notify([](ILarkaCallbacks* listener) { listener->OnLoadStarted(); });
 }
 
@@ -256,11 +259,19 @@ void LarkaBrowser::loadProgress(int percent) {
   notifyWhileEngineIsBusy([=](ILarkaCallbacks* listener) { listener->OnLoadProgress(percent); });
 }
 
-// A host that hears that the page is there lists its plug-ins.
+// A host that hears that the page is there lists its plug-ins, so they are told first. A load that
+// begins meanwhile is told after the end of this one.
 void LarkaBrowser::loadFinished(bool ok) {
   const QPointer<LarkaBrowser> self(this);
+  m_heldFinish = ok;
   if (m_webView) page()->plugins()->announce();
-  if (!self) return;
+  if (self) tellHeldFinish();
+}
+
+void LarkaBrowser::tellHeldFinish() {
+  if (!m_heldFinish) return;
+  const bool ok = *m_heldFinish;
+  m_heldFinish.reset();
   forgetPluginsOfPagesLeft();
   notify([=](ILarkaCallbacks* listener) { listener->OnLoadFinished(ok); });
 }

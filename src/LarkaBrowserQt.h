@@ -17,6 +17,7 @@
 #include <QWebPage>
 #include <QWebSettings>
 #include <functional>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -227,6 +228,7 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   std::string historyLocation(int offset) const;
   void announcePlugin(const QWebElement& element, void* handle);
   void forgetPluginsOfPagesLeft();
+  void tellHeldFinish();
   void notifyOnPluginDirty(ILarkaCallbacks* listener, const QRect& rect);
   WebPage* page() const;
   QWebFrame* mainFrame() const;
@@ -238,7 +240,8 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   QTimer* m_frameTimer = nullptr;
   QList<ILarkaCallbacks*> m_listeners;
   std::vector<LarkaPluginWidget> m_pluginWidgets;
-  QPoint m_pointer;  // of the last MouseMove
+  std::optional<bool> m_heldFinish;  // of a load, until its plug-ins are told
+  QPoint m_pointer;                  // of the last MouseMove
   Qt::MouseButtons m_heldButtons = Qt::NoButton;
   QWebElement m_fullScreenElement;
   QSharedPointer<QNetworkDiskCache> m_diskCache;  // null until SetCacheParameters

@@ -26,6 +26,12 @@ const double kLowestStep = 0.35;                // pixels; a glide ends below
 const double kFriction = 1.4715;                // pixels per second, lost in each millisecond
 const double kGlideMilliseconds = 9.81 / 0.15;  // for each pixel per second
 
+/// A tap that is being handed on. Everything under it gets it already.
+class HandedOnEvent : public QGraphicsSceneMouseEvent {
+ public:
+  using QGraphicsSceneMouseEvent::QGraphicsSceneMouseEvent;
+};
+
 /// The nearest position at which `content` pixels cover `view` pixels; `begin` where they can't.
 qreal nearestCovering(qreal position, qreal content, qreal view, int begin, int endExtent) {
   if (content <= view || position > begin) return begin;
@@ -76,8 +82,6 @@ QPainterPath PannableWidget::shape() const {
 }
 
 // PannableViewPrivate.
-
-bool PannableViewPrivate::s_tapping = false;
 
 PannableViewPrivate::PannableViewPrivate(PannableView* view, Qt::Orientations orientation)
     : inner(new PannableWidget(view)),
@@ -262,17 +266,12 @@ void PannableViewPrivate::moveToItem(QGraphicsItem* item) {
                  item->y() - 0.5 * (m_view->size().height() - size.height())));
 }
 
-// What is hit may delete other items, or the view. Where another view is among it, that one hands
-// nothing on: everything here gets the click already.
+// What is hit may delete other items, or the view.
 bool PannableViewPrivate::tap(QGraphicsSceneMouseEvent* event) {
   const QPointer<PannableViewPrivate> self(this);
   endReached();
   const QPointF position = event->pos();
-  if (!s_tapping) {
-    s_tapping = true;
-    handOn(event);
-    s_tapping = false;
-  }
+  if (!dynamic_cast<HandedOnEvent*>(event)) handOn(event);
   if (self) emit m_view->tapped(position);
   return true;
 }
@@ -286,7 +285,7 @@ void PannableViewPrivate::handOn(const QGraphicsSceneMouseEvent* event) {
     if (item == view || item == parent) continue;
     for (QEvent::Type type : {QEvent::GraphicsSceneMousePress, QEvent::GraphicsSceneMouseRelease}) {
       if (!scene || !scene->items().contains(item)) break;
-      QGraphicsSceneMouseEvent synthetic(type);
+      HandedOnEvent synthetic(type);
       synthetic.setScenePos(event->scenePos());
       synthetic.setScreenPos(event->screenPos());
       synthetic.setButton(event->button());

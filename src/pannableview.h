@@ -74,8 +74,6 @@ class PannableViewPrivate : public QObject {
   void animateEnd(const QList<QPointF>& points, int milliseconds);
   void moveTo(const QPointF& point);
 
-  static bool s_tapping;  // whether a tap is being handed on
-
   PannableView* m_view;
   double m_velocityX = 0, m_velocityY = 0;  // pixels per second
   QElapsedTimer m_pressTime;

@@ -338,6 +338,28 @@ TEST_F(PluginsTest, AreThoseOfTheCurrentPage) {
   EXPECT_EQ(told(), "one two three five four");
 }
 
+// What a listener begins meanwhile is told after the load that it hears the plug-in of.
+TEST_F(PluginsTest, AreToldBeforeTheEndOfTheirLoad) {
+  const std::string next = host.directory.write("next.html", "<title>next</title>");
+  for (const int pumped : {0, 150}) {
+    recorder.onEvent = [&](const std::string& event) {
+      if (event != "OnPluginCreated a") return;
+      browser->Navigate(next.c_str());
+      if (pumped > 0) host.pumpFor(pumped);
+    };
+    recorder.events.clear();
+    const std::string page = host.directory.write("plugin.html", "<embed id=a type=a/b>");
+    browser->Navigate(page.c_str());
+    ASSERT_TRUE(host.pumpUntil([&] { return recorder.count("OnLoadFinished") == 2; }));
+    std::string order;
+    for (const std::string& event : recorder.events)
+      if (event == "OnLoadStarted" || event == "OnPluginCreated a" ||
+          event == "OnLoadFinished true")
+        order += event[2] == 'P' ? 'p' : event[6] == 'S' ? 's' : 'f';
+    EXPECT_EQ(order, "spfsf") << pumped;
+  }
+}
+
 TEST_F(PluginsTest, ThatGoBeforeTheirAnnouncementAreNotTold) {
   recorder.onEvent = [&](const std::string& event) {
     if (event == "OnJavaScriptAlert leave") browser->Navigate("about:blank");

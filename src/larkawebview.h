@@ -46,8 +46,6 @@ class LarkaWebView : public QGraphicsWebView {
   /// of the page. Null before the first paint.
   QImage* hostImage();
 
-  QWebElement fullScreenElement() const { return m_fullScreenElement; }
-
   /// Tells the page that it has the keyboard focus, so that it draws it. In a scene with several
   /// views only one has the focus, and under some window systems none; the host may show them all.
   void keepPageFocused();

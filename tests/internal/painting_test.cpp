@@ -185,22 +185,6 @@ TEST_F(PaintingTest, TheHostCanTakeWhatHasChanged) {
   EXPECT_EQ(view()->flipRegion(), QRect(1, 2, 3, 4));
 }
 
-TEST_F(PaintingTest, AFullScreenElementReplacesThePageImageAndGivesItBack) {
-  ASSERT_TRUE(load(kPage));
-  const unsigned char* page = browser->GetBrowserImage();
-  const QWebElement cell = view()->page()->mainFrame()->findFirstElement(QStringLiteral("#c3"));
-  for (int i = 0; i < 3; ++i) {
-    larka()->showFullscreen(cell, true);
-    drain();
-    EXPECT_EQ(browser->GetBrowserStride(), 50 * 4);
-    EXPECT_EQ(pixel(browser, 40, 25), 0xff445566u);
-  }
-  larka()->showFullscreen(QWebElement(), true);
-  drain();
-  EXPECT_EQ(browser->GetBrowserImage(), page);
-  EXPECT_TRUE(imageIsCurrent());
-}
-
 // Nothing that was painted before shows through: neither the page, nor the element as it was.
 TEST_F(PaintingTest, AFullScreenElementLeavesNoTrail) {
   ASSERT_TRUE(

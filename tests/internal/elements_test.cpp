@@ -81,6 +81,20 @@ TEST_F(ElementsTest, ThePluginSlotMakesARecordOfItsOwn) {
   EXPECT_EQ(record->references, 1);
 }
 
+TEST_F(ElementsTest, APluginsHandleIsTheItemThatHasItsPlaceNow) {
+  ASSERT_TRUE(load("<embed id=e type=a/b>"));
+  LarkaPluginWidget plugin = browser->GetPluginWidgets().at(0);
+  const QPointer<QObject> first(static_cast<QObject*>(plugin.GetHandle()));
+  script(
+      "var e=document.getElementById('e');e.style.display='none';e.offsetWidth;"
+      "e.style.display='';e.offsetWidth");
+  ASSERT_TRUE(host.pumpUntil([&] { return first.isNull(); }));
+  host.pumpFor(200);
+  const QList<QGraphicsItem*> items = larka()->webView()->childItems();
+  ASSERT_EQ(items.size(), 1);
+  EXPECT_EQ(plugin.GetHandle(), items[0]->toGraphicsObject());
+}
+
 TEST_F(ElementsTest, TheInspectorShowsThePageOfItsBrowser) {
   ASSERT_TRUE(visit("file://" LARKA_SOURCE_DIR "/share/demo/index.html"));
   auto* inspector = static_cast<InspectorBrowser*>(browser->LaunchInspector(true));

@@ -1,6 +1,6 @@
 // The order of the operations in the virtual tables, which hosts built earlier call by number.
 //
-// A table below names the operation that belongs to each slot, from 1 (the destructor takes the
+// A table names the operation that belongs to each slot, from 1 (the destructor takes the
 // slots before). Each is called through its slot number, on an object that writes down which
 // operation it was: moving, adding or removing an operation in a header makes a row fail. A
 // deliberate change of the interface breaks every host that isn't built again.
@@ -8,11 +8,11 @@
 #include <utility>
 
 #include "Host.h"
+#include "Operations.h"
 
 namespace {
 
 using namespace LARKA;
-using Cookies = std::vector<std::pair<std::string, std::string>>;
 
 static_assert(DIRECTION_DOWN == 0 && DIRECTION_UP == 1 && DIRECTION_RIGHT == 2 &&
               DIRECTION_LEFT == 3 && PROXY_SOCKS5 == 0 && PROXY_HTTP == 1);
@@ -49,68 +49,7 @@ Type nothing() {
 }
 
 // clang-format off
-// One operation a row, in the order of the slots: result, name, parameters, arguments of the call.
-
-#define BROWSER_OPERATIONS(ROW) \
-  ROW(void, Initialize, (int, int, const char*, const char*, bool, SystemInfoData*), (1, 2, "c", "s", true, nullptr)) \
-  ROW(void, Shutdown, (), ()) \
-  ROW(void, AddListener, (ILarkaCallbacks*), (nullptr)) \
-  ROW(void, RemoveListener, (ILarkaCallbacks*), (nullptr)) \
-  ROW(void, SetProxy, (const char*, int, ProxyType, const char*, const char*), ("h", 1, PROXY_HTTP, "u", "p")) \
-  ROW(void, SetGlobalSurface, (char*), (nullptr)) \
-  ROW(void, SetUserAgent, (const char*), ("a")) \
-  ROW(void, Resize, (int, int), (1, 2)) \
-  ROW(void, SetCacheParameters, (const char*, int), ("d", 1)) \
-  ROW(void, ClearCache, (), ()) \
-  ROW(int, InjectCookie, (const char*, const char*, const char*, int), ("d", "n", "v", 1)) \
-  ROW(bool, ClearCookie, (const char*), ("n")) \
-  ROW(void, ClearAllCookies, (), ()) \
-  ROW(std::string, ReadCookie, (const char*), ("n")) \
-  ROW(Cookies, ReadCookies, (), ()) \
-  ROW(void, Navigate, (const char*), ("u")) \
-  ROW(void, MouseMove, (int, int, int), (1, 2, 3)) \
-  ROW(void, MouseDown, (int, int, int), (1, 2, 3)) \
-  ROW(void, MouseUp, (int, int, int), (1, 2, 3)) \
-  ROW(void, MouseClick, (int, int, int), (1, 2, 3)) \
-  ROW(void, MouseWheel, (Directions, int, int), (DIRECTION_UP, 1, 2)) \
-  ROW(void, MouseWheel, (int, int, int), (1, 2, 3)) \
-  ROW(void, KeyDown, (int, int), (1, 2)) \
-  ROW(void, KeyUp, (int, int), (1, 2)) \
-  ROW(void, Scroll, (Directions, int), (DIRECTION_UP, 1)) \
-  ROW(void, Scroll, (int, int), (1, 2)) \
-  ROW(void, Reload, (), ()) \
-  ROW(bool, FocusNext, (), ()) \
-  ROW(bool, FocusPrev, (), ()) \
-  ROW(int, GetHistoryLength, (), ()) \
-  ROW(std::string, GetPrevLocation, (), ()) \
-  ROW(std::string, GetNextLocation, (), ()) \
-  ROW(void, Back, (), ()) \
-  ROW(void, Forward, (), ()) \
-  ROW(void, Stop, (), ()) \
-  ROW(void, Focus, (), ()) \
-  ROW(void, Invalidate, (), ()) \
-  ROW(std::string, ExecuteJavascript, (const char*), ("s")) \
-  ROW(std::string, GetCurrentLocation, (), ()) \
-  ROW(std::string, GetTitle, (), ()) \
-  ROW(void, SetZoomLevel, (double), (1.5)) \
-  ROW(double, GetZoomLevel, (), ()) \
-  ROW(void, ScrollToPoint, (int, int), (1, 2)) \
-  ROW(void, GetViewPort, (int*, int*, int*, int*), (nullptr, nullptr, nullptr, nullptr)) \
-  ROW(std::string, GetMetaTagValue, (const char*), ("n")) \
-  ROW(int, GetBrowserStride, (), ()) \
-  ROW(unsigned char*, GetBrowserImage, (), ()) \
-  ROW(void, SaveBrowserImage, (const char*, int, int), ("p", 1, 2)) \
-  ROW(void*, GetBrowserNativeHandle, (), ()) \
-  ROW(std::vector<LarkaPluginWidget>, GetPluginWidgets, (), ()) \
-  ROW(LarkaHTMLControl, HitTest, (int, int), (1, 2)) \
-  ROW(std::vector<LarkaHTMLControl*>, GetControls, (ControlType), (CONTROL_TEXT)) \
-  ROW(ILarkaBrowser*, LaunchInspector, (bool), (true)) \
-  ROW(void, SetConfig, (const char*, const char*), ("k", "v")) \
-  ROW(void, SetConfig, (const char*, int), ("k", 1)) \
-  ROW(void, SetConfig, (const char*, bool), ("k", true)) \
-  ROW(int, GetWidth, (), ()) \
-  ROW(int, GetHeight, (), ()) \
-  ROW(void, GetFrameContentSize, (int&, int&), (width, height))
+// Rows as those of BROWSER_OPERATIONS.
 
 #define LISTENER_OPERATIONS(ROW) \
   ROW(void, OnLoadStarted, (), ()) \

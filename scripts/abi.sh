@@ -23,6 +23,8 @@ describe() {
   abidw --suppressions abi/suppressions.ini --headers-dir include/larka --drop-private-types \
     --exported-interfaces-only --no-show-locs --no-corpus-path --no-comp-dir-path --no-elf-needed \
     --type-id-style hash --out-file "$1" "$library" || fail "could not describe $library"
+  # Wherever it was compiled.
+  sed -i "s|\(<abi-instr .* path='\)[^']*/\([^/']*/[^/']*'\)|\1\2|" "$1" || fail "can't write $1"
   for interface in ILarkaBrowser ILarkaCallbacks ITimer; do
     [ -n "$(operations "$1" | grep "^$interface ")" ] ||
       fail "$library doesn't tell its interface: it is built without debug information"

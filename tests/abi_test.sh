@@ -1,10 +1,11 @@
 #!/bin/sh
 # The comparison with the recorded binary interface sees two operations change places, in each of
-# the interfaces.
+# the interfaces. What is recorded doesn't tell where it was compiled.
 #
 #   abi_test.sh RECORDED FOLDER
 set -eu
 recorded=$1 changed=$2/changed.abi
+if grep "path='/" "$recorded"; then exit 1; fi
 for interface in ILarkaBrowser ILarkaCallbacks ITimer; do
   awk -v start="<class-decl name='$interface' size" '
     index($0, start) { inside = 1 }

@@ -32,10 +32,13 @@ make_bare_root() {
     unshare --mount --propagation private debootstrap --arch="$1" --variant=minbase \
     --include=ca-certificates bookworm "$bare.new" "$site" >"build/roots/$1.log" 2>&1 ||
     fail "debootstrap failed: see build/roots/$1.log"
-  # How the network is reached is the machine's affair.
-  apt-config dump Acquire | grep -E '^Acquire::(Check-|Retries|ForceIPv|https?::)' |
-    $as_root tee "$bare.new/etc/apt/apt.conf.d/10machine" >/dev/null
-  [ ! -d /etc/apt/auth.conf.d ] || $as_root cp -r /etc/apt/auth.conf.d "$bare.new/etc/apt/"
+  # How the network is reached is the machine's affair, with the files that say so.
+  settings=$(apt-config dump Acquire | grep -E '^Acquire::(Check-|Retries|ForceIPv|https?::)')
+  echo "$settings" | $as_root tee "$bare.new/etc/apt/apt.conf.d/10machine" >/dev/null
+  for file in /etc/apt/auth.conf /etc/apt/auth.conf.d \
+    $(echo "$settings" | sed -n 's|.* "\(/[^" ]*\)";$|\1|p'); do
+    [ ! -e "$file" ] || $as_root cp -rL --parents "$file" "$bare.new"
+  done
   printf '#!/bin/sh\nexit 101\n' | $as_root install -m 755 /dev/stdin "$bare.new/usr/sbin/policy-rc.d"
   $as_root mv "$bare.new" "$bare"
 }

@@ -12,15 +12,18 @@ fail() {
   exit 1
 }
 
+# Whether a package is installed for this machine's own processor, or for all.
+is_installed() {
+  dpkg-query -W -f '${db:Status-Status} ${Architecture}\n' "$1" 2>/dev/null |
+    grep -qE "^installed ($(dpkg --print-architecture)|all)$"
+}
+
 # Installs those of the named packages that are missing.
 ensure_packages() {
   command -v dpkg-query >/dev/null || fail "this script sets up Debian 12; install by hand: $*"
   missing=""
   for package in "$@"; do
-    case "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" in
-      installed) ;;
-      *) missing="$missing $package" ;;
-    esac
+    is_installed "$package" || missing="$missing $package"
   done
   [ -n "$missing" ] || return 0
   sudo=""
@@ -28,20 +31,27 @@ ensure_packages() {
     command -v sudo >/dev/null || fail "needs root or sudo to install:$missing"
     sudo=sudo
   fi
+  privileged="$sudo env DEBIAN_FRONTEND=noninteractive http_proxy=${http_proxy:-} https_proxy=${https_proxy:-}"
   echo "Installing:$missing"
-  export DEBIAN_FRONTEND=noninteractive
-  $sudo apt-get update -q || fail "apt-get update failed"
-  # The servers among them are for the tests, which start them themselves.
+  $privileged apt-get update -q || fail "apt-get update failed"
+  # The servers among them are for the tests, which start them themselves: they are started neither
+  # now nor with the machine. A policy that an interrupted run has left is known by its second line.
   (
     policy=/usr/sbin/policy-rc.d
-    if [ ! -e "$policy" ]; then
+    mark="# until Larka's set-up is done"
+    if [ ! -e "$policy" ] || grep -qsx "$mark" "$policy"; then
       trap '$sudo rm -f "$policy"' EXIT
       trap 'exit 130' INT TERM HUP
-      printf '#!/bin/sh\nexit 101\n' | $sudo install -m 755 /dev/stdin "$policy"
+      printf '#!/bin/sh\n%s\nexit 101\n' "$mark" | $sudo install -m 755 /dev/stdin "$policy"
     fi
-    $sudo env DEBIAN_FRONTEND=noninteractive dpkg --configure -a || exit 1  # after an interruption
+    $privileged dpkg --configure -a || exit 1  # after an interruption
     # shellcheck disable=SC2086
-    $sudo env DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends $missing
+    $privileged apt-get install -q -y --no-install-recommends $missing || exit 1
+    for server in nginx tinyproxy; do
+      case "$missing " in
+        *" $server"[-\ ]*) $privileged update-rc.d "$server" disable || exit 1 ;;
+      esac
+    done
   ) || fail "could not install:$missing"
 }
 

@@ -40,7 +40,7 @@ std::string escaped(const std::string& code) {
 
 PageShot::PageShot(LARKA::BrowserManager* manager, const ShotOptions& options, const Shot& shot)
     : m_manager(manager), m_options(options), m_shot(shot), m_started(Clock::now()) {
-  m_entered = m_painted = m_ended = m_started;
+  m_asked = m_entered = m_painted = m_ended = m_started;
   if (shot.url.empty()) {
     finish("not an address");
     return;
@@ -91,6 +91,15 @@ bool PageShot::settled(Clock::time_point now) const {
   return now >= std::max(m_painted, waited) + kQuietFor || now >= waited + kMovesFor;
 }
 
+// Each load has its time; so has a page that goes on loading anew, since it was last asked for
+// something.
+bool PageShot::timedOut(Clock::time_point now) const {
+  const std::chrono::seconds timeout(m_options.timeoutSeconds);
+  if (m_state != kLoading) return false;
+  return now >= m_entered + timeout ||
+         now >= m_asked + milliseconds(m_options.waitMilliseconds) + timeout;
+}
+
 bool PageShot::advance() {
   const Clock::time_point now = Clock::now();
   if (m_state == kSettling && settled(now))
@@ -102,7 +111,7 @@ bool PageShot::advance() {
   else if (m_state == kSettling &&
            now >= m_entered + milliseconds(m_options.waitMilliseconds) + kPaintsWithin)
     finish("was not painted");
-  else if (m_state == kLoading && now >= m_started + std::chrono::seconds(m_options.timeoutSeconds))
+  else if (timedOut(now))
     finish("timed out after " + std::to_string(m_options.timeoutSeconds) + " s");
   return m_state == kDone;
 }
@@ -113,6 +122,7 @@ void PageShot::goOn() {
     pressNextKey();
   } else if (m_options.hasScript && !m_scriptDone) {
     m_scriptDone = true;
+    m_asked = Clock::now();
     enter(kSettling);
     m_scriptValue = m_browser->ExecuteJavascript(escaped(m_options.script).c_str());
   } else {
@@ -124,6 +134,7 @@ void PageShot::pressNextKey() {
   enter(m_keysPressed < m_options.keys.size() ? kPressing : kSettling);
   if (m_state != kPressing) return;
   const ShotKey& key = m_options.keys[m_keysPressed++];
+  m_asked = m_entered;
   m_browser->KeyDown(key.code, key.modifiers);
   m_browser->KeyUp(key.code, key.modifiers);
 }

@@ -37,6 +37,7 @@ class PageShot : private LARKA::CallbacksAdapter {
   void OnDirty(LARKA::ILarkaBrowser*) override { m_painted = Clock::now(); }
 
   void enter(State state);
+  bool timedOut(Clock::time_point now) const;
   void finish(const std::string& error);
   bool settled(Clock::time_point now) const;
   void setUpNetwork();
@@ -53,5 +54,5 @@ class PageShot : private LARKA::CallbacksAdapter {
   std::string m_scriptValue;
   bool m_scriptDone = false;
   size_t m_keysPressed = 0;
-  Clock::time_point m_started, m_entered, m_painted, m_ended;
+  Clock::time_point m_started, m_asked, m_entered, m_painted, m_ended;
 };

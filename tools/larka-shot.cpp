@@ -13,6 +13,20 @@ namespace {
 
 const int kPumpEveryMicroseconds = 1000;
 
+/// What a caller has closed goes nowhere, instead of into the next file that is opened.
+void openStandardStreams() {
+  int stream = open("/dev/null", O_RDWR);
+  while (stream >= 0 && stream <= STDERR_FILENO) stream = open("/dev/null", O_RDWR);
+  close(stream);
+}
+
+/// The exit status when all that was said on standard output has arrived there.
+int statusOfOutput(int status) {
+  if (fflush(stdout) == 0 && !ferror(stdout)) return status;
+  fprintf(stderr, "larka-shot: can't write to the standard output\n");
+  return status == 0 ? 1 : status;
+}
+
 /// The standard error stream as a person sees it. The library's diagnostics go there too, unless
 /// they are sent away.
 class Console {
@@ -44,6 +58,9 @@ class Console {
     printf("%s\n", text.c_str());
     fflush(stdout);
   }
+
+  /// The library is gone: there are no diagnostics any more to send away.
+  void restore() { dup2(fileno(m_stream), STDERR_FILENO); }
 
   void progress(size_t done) {
     if (!m_showsBar) return;
@@ -108,6 +125,7 @@ size_t render(LARKA::BrowserManager* manager, const ShotOptions& options, Consol
 }  // namespace
 
 int main(int argc, char** argv) {
+  openStandardStreams();
   ShotOptions options;
   const std::string wrong = parseOptions(argc, argv, &options);
   if (!wrong.empty()) {
@@ -116,11 +134,11 @@ int main(int argc, char** argv) {
   }
   if (options.action == ShotOptions::kHelp) {
     fputs(helpText(), stdout);
-    return 0;
+    return statusOfOutput(0);
   }
   if (options.action == ShotOptions::kVersion) {
     puts("larka-shot " LARKA_VERSION_STRING);
-    return 0;
+    return statusOfOutput(0);
   }
 
   Console console(options);
@@ -131,5 +149,6 @@ int main(int argc, char** argv) {
   const size_t failed = render(&manager, options, &console);
   manager.PumpEvents();
   manager.Shutdown(true);
-  return failed > 0 ? 1 : 0;
+  console.restore();
+  return statusOfOutput(failed > 0 ? 1 : 0);
 }

@@ -20,8 +20,8 @@ class LarkaShotTest : public testing::Test {
   Outcome run(const std::string& arguments) {
     setenv("HOME", directory.path().c_str(), 1);
     setenv("XDG_DATA_HOME", directory.path().c_str(), 1);
-    const int status = system(("cd " + directory.path() + " && " LARKA_SHOT " " + arguments +
-                               " >out.txt 2>err.txt </dev/null")
+    const int status = system(("cd " + directory.path() + " && >out.txt 2>err.txt </dev/null '" +
+                               LARKA_SHOT + "' " + arguments)
                                   .c_str());
     return {WEXITSTATUS(status), readFile(directory.file("out.txt")),
             readFile(directory.file("err.txt"))};
@@ -111,6 +111,8 @@ TEST_F(LarkaShotTest, SaysInOneLineWhatIsWrong) {
       {"p.html --nonsense", 2, "unknown option"},
       {"p.html -o picture.gif", 2, "must end in .png"},
       {"--list nothing.txt", 2, "can't read the list 'nothing.txt'"},
+      {"p.html >/dev/full", 1, "can't write to the standard output"},
+      {"--help >/dev/full", 1, "can't write to the standard output"},
       {"p.html -o nowhere/p.png", 1, "p.html: can't write nowhere/p.png"},
       {"'' -o p.png", 1, "not an address"},
       {"http://127.0.0.1:" + std::to_string(test::freePort()) + "/ -o p.png", 1,
@@ -122,6 +124,7 @@ TEST_F(LarkaShotTest, SaysInOneLineWhatIsWrong) {
     EXPECT_EQ(lines(result.errors), 1) << row.arguments << ": " << result.errors;
     EXPECT_NE(result.errors.find(row.says), std::string::npos) << result.errors;
   }
+  EXPECT_EQ(run("p.html >&- 2>&-").status, 0);
 }
 
 TEST_F(LarkaShotTest, PressesKeysAndRunsScript) {
@@ -129,6 +132,7 @@ TEST_F(LarkaShotTest, PressesKeysAndRunsScript) {
   directory.write("g.html", "<p>found</p>");
   const Outcome outcome =
       run("f.html --keys 'tab,h,shift+I 5 é,comma,273 tab return' --zoom 200 --quiet "
+          "--timeout 2 --wait 2100 "
           "--script \"innerWidth+unescape(location.search)+'\\n\\xe4ü'\"");
   EXPECT_EQ(outcome.status, 0) << outcome.errors;
   EXPECT_EQ(outcome.output, "640?q=hI5é,\näü\n");

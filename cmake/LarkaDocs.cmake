@@ -2,6 +2,7 @@
 # documented fails it.
 find_program(DOXYGEN doxygen)
 if(NOT DOXYGEN)
+  message(STATUS "No doxygen: there will be no target \"docs\"")
   return()
 endif()
 set(docs_directory ${PROJECT_BINARY_DIR}/docs)

@@ -4,6 +4,11 @@ include(CMakePackageConfigHelpers)
 
 set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+foreach(directory LIBDIR INCLUDEDIR BINDIR)
+  if(IS_ABSOLUTE "${CMAKE_INSTALL_${directory}}")
+    message(FATAL_ERROR "CMAKE_INSTALL_${directory} must be relative: an installed tree can be moved")
+  endif()
+endforeach()
 set(config_directory ${CMAKE_INSTALL_LIBDIR}/cmake/LarkaBrowser)
 set(templates ${PROJECT_SOURCE_DIR}/cmake/templates)
 
@@ -41,7 +46,13 @@ if(LARKA_BUILD_TOOLS)
     COMPONENT tools)
 endif()
 
-if(NOT LARKA_PACKAGES)  # whose packages each bring it as their copyright
-  install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/larkabrowser
-    COMPONENT runtime)
+if(LARKA_PACKAGES)  # each brings the licence as its copyright
+  set(guide_directory ${CMAKE_INSTALL_DATADIR}/doc/larkabrowser-dev)
+else()
+  set(guide_directory ${CMAKE_INSTALL_DATADIR}/doc/larkabrowser)
+  install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${guide_directory} COMPONENT runtime)
 endif()
+install(FILES ${PROJECT_SOURCE_DIR}/docs/integration.md DESTINATION ${guide_directory}
+  COMPONENT development)
+install(FILES ${PROJECT_SOURCE_DIR}/examples/minimal-host.cpp
+  DESTINATION ${guide_directory}/examples COMPONENT development)

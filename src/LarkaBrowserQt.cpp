@@ -20,8 +20,8 @@
 #include <QWebHistory>
 #include <QWheelEvent>
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
+#include <limits>
 #include <memory>
 
 #include "CacheWrapper.h"
@@ -636,7 +636,10 @@ std::string LarkaBrowser::GetMetaTagValue(const char* name) {
 
 // The engine would lay the page out in a space without a size, or of an endless one.
 void LarkaBrowser::SetZoomLevel(double percent) {
-  if (m_webView && percent > 0 && std::isfinite(percent)) m_webView->setZoomFactor(percent / 100);
+  using Factor = std::numeric_limits<float>;  // the engine's own
+  const double factor = percent / 100;
+  if (m_webView && factor >= Factor::min() && factor <= Factor::max())
+    m_webView->setZoomFactor(factor);
 }
 
 double LarkaBrowser::GetZoomLevel() { return m_webView ? m_webView->zoomFactor() * 100 : 0.0; }

@@ -55,8 +55,9 @@ class LARKA_EXPORT BrowserManager {
   void DestroyBrowser(ILarkaBrowser* browser, bool immediate);
 
   /// Makes a stopped timer: `callback` is called with it and `userData` every
-  /// `intervalMilliseconds` once it is started, or only once for each start when `singleShot`. The
-  /// caller gives the timer back with DisposeTimer.
+  /// `intervalMilliseconds` once it is started (at every pump with 0, never with less), or only
+  /// once for each start when `singleShot`. A null callback is not called. The caller gives the
+  /// timer back with DisposeTimer.
   ITimer* CreateTimer(TimerCallback callback, int intervalMilliseconds, bool singleShot,
                       void* userData);
 

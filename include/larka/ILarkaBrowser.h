@@ -23,11 +23,12 @@ class ILarkaCallbacks;
 /// to BrowserManager::DestroyBrowser and never deletes it. All operations belong on the thread that
 /// pumps events. Loading, painting and events happen while the host pumps.
 ///
-/// Text goes in as NUL-terminated 8-bit text owned by the caller and read only during the call;
-/// text comes back as UTF-8, a missing value as the empty text. Paths are in the file system's
-/// encoding. Coordinates are whole pixels with the origin at the view's top left, which is also the
-/// first pixel of the page image. Nothing throws or returns an error: failures show as empty
-/// results or as events of ILarkaCallbacks.
+/// Text goes in as NUL-terminated Latin-1, owned by the caller and read only during the call; null
+/// is the empty text where nothing else is said. Text comes back as UTF-8, a missing value as the
+/// empty text. The names and values of cookies are bytes, handed through as they are. Paths are in
+/// the file system's encoding. Coordinates are whole pixels with the origin at the view's top left,
+/// which is also the first pixel of the page image. Nothing throws or returns an error: failures
+/// show as empty results or as events of ILarkaCallbacks.
 ///
 /// The order of the operations is part of the binary interface.
 class LARKA_EXPORT ILarkaBrowser {
@@ -39,7 +40,8 @@ class LARKA_EXPORT ILarkaBrowser {
   /// Makes the browser ready. Called once, before anything is loaded; listeners
   /// and the user agent may be set earlier.
   ///
-  /// `width` and `height`: the view's size in pixels. The page image never exceeds 1280 by 720.
+  /// `width` and `height`: the view's size in pixels; negative counts as 0, and a view without a
+  /// size has no image until it is resized. The page image never exceeds 1280 by 720.
   /// `cookiePath`: the file of a cookie store of this browser's own, which is written over whatever
   /// it held (two browsers, or processes, on one file lose each other's changes); empty for a store
   /// that is not kept, null for the one that all browsers share. `localStoragePath`: the directory
@@ -65,15 +67,14 @@ class LARKA_EXPORT ILarkaBrowser {
 
   // Network.
 
-  /// Sends this browser's requests through a proxy. `host`, `user` and `password` are Latin-1 and
-  /// may be null; of `port` the low 16 bits count.
+  /// Sends this browser's requests through a proxy. Of `port` the low 16 bits count.
   virtual void SetProxy(const char* host, int port, ProxyType type, const char* user,
                         const char* password) = 0;
 
   /// Not supported: the library always paints into an image of its own. Warns and does nothing.
   virtual void SetGlobalSurface(char* pixels) = 0;
 
-  /// Sets the user agent (Latin-1) that this browser's requests carry from now on. The empty text
+  /// Sets the user agent that this browser's requests carry from now on. The empty text
   /// is sent as such; null restores the engine's own.
   virtual void SetUserAgent(const char* userAgent) = 0;
 
@@ -82,11 +83,11 @@ class LARKA_EXPORT ILarkaBrowser {
   /// left.
   virtual void Resize(int width, int height) = 0;
 
-  /// Keeps what this browser loads in a disk cache in `directory` (Latin-1), which all browsers
-  /// that name the same directory in the same way share; it is made where it is missing. The cache
-  /// holds `sizeInMegabytes` MiB, or 200 MiB when that is negative; from 2048 on the number wraps.
-  /// The last call for a directory decides for all its browsers. With "" nothing is kept, and every
-  /// request warns.
+  /// Keeps what this browser loads in a disk cache in `directory` (Latin-1 as well), which all
+  /// browsers that name the same directory in the same way share; it is made where it is missing.
+  /// The cache holds `sizeInMegabytes` MiB, or 200 MiB when that is negative; from 2048 on the
+  /// number wraps. The last call for a directory decides for all its browsers. With "" nothing is
+  /// kept, and every request warns.
   virtual void SetCacheParameters(const char* directory, int sizeInMegabytes) = 0;
 
   /// Empties the engine's memory caches, which all browsers share, and this browser's disk cache,
@@ -145,7 +146,8 @@ class LARKA_EXPORT ILarkaBrowser {
   virtual void MouseClick(int x, int y, int reserved) = 0;
 
   /// Turns the wheel at the point of the last MouseMove by `amount`, of which 120 make a notch,
-  /// towards `direction`. A value that is no direction counts as DIRECTION_UP.
+  /// towards `direction`; negative amounts go the other way. A value that is no direction counts as
+  /// DIRECTION_UP.
   virtual void MouseWheel(Directions direction, int amount, int reserved) = 0;
 
   /// Turns the wheel at the point of the last MouseMove, vertically by `dy` and then horizontally
@@ -159,7 +161,8 @@ class LARKA_EXPORT ILarkaBrowser {
   /// Releases a key; see KeyCode and KeyModifier.
   virtual void KeyUp(int key, int modifiers) = 0;
 
-  /// Scrolls the main frame by `amount` pixels; negative amounts go the other way.
+  /// Scrolls the main frame by `amount` pixels; negative amounts go the other way. A value that is
+  /// no direction scrolls nothing.
   virtual void Scroll(Directions direction, int amount) = 0;
 
   /// Scrolls the main frame by pixels; positive is right and down. It stops at the page's edges.
@@ -202,7 +205,7 @@ class LARKA_EXPORT ILarkaBrowser {
   /// Does nothing: the page image is always current.
   virtual void Invalidate() = 0;
 
-  /// Runs a script (Latin-1) in the main frame and returns its value as text; the empty text when
+  /// Runs a script in the main frame and returns its value as text; the empty text when
   /// it throws, or when its value is undefined or null. The script is handed to the page's eval()
   /// inside single quotes: single quotes in it are escaped, but backslashes lose one level and a
   /// line break is a syntax error. A script passes unharmed when every backslash, line break and
@@ -216,8 +219,8 @@ class LARKA_EXPORT ILarkaBrowser {
   /// The title of the current page.
   virtual std::string GetTitle() = 0;
 
-  /// Sets the zoom in percent: 150 magnifies one and a half times. What is not a positive number is
-  /// ignored.
+  /// Sets the zoom in percent: 150 magnifies one and a half times. What is not a positive number,
+  /// or beyond what the engine can count, is ignored.
   virtual void SetZoomLevel(double percent) = 0;
 
   /// The zoom in percent.
@@ -231,7 +234,8 @@ class LARKA_EXPORT ILarkaBrowser {
   /// view pixels. Pointers may be null.
   virtual void GetViewPort(int* x, int* y, int* width, int* height) = 0;
 
-  /// The content of the page's `meta` tag of this name or, where none has it, of this `http-equiv`.
+  /// The content of the first `meta` tag in the page's head with this name or, where none has it,
+  /// with this `http-equiv`; capitals and small letters differ.
   virtual std::string GetMetaTagValue(const char* name) = 0;
 
   // The page image.

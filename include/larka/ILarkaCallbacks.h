@@ -46,7 +46,7 @@ class LARKA_EXPORT ILarkaCallbacks {
   /// listeners after this one.
   virtual bool OnDownloadRequested() = 0;
 
-  /// The page's title changed.
+  /// The page's title changed; to the empty text at the beginning of each load.
   virtual void OnTitleChanged(const char* title) = 0;
 
   /// The page set the text of a status bar.

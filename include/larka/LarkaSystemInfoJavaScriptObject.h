@@ -1,4 +1,5 @@
 // LarkaSystemInfoJavaScriptObject.h: facts about the device, for page script.
+// Hosts that include it build with Qt5::Core.
 #pragma once
 
 #include <QObject>

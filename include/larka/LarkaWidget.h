@@ -1,4 +1,5 @@
 // LarkaWidget.h: the widget class behind the library's hidden view.
+// Hosts that include it build with Qt5::Widgets.
 #pragma once
 
 #include <QWidget>

@@ -1,4 +1,5 @@
 // PannableView.h: a view in a graphics scene that is dragged, flung and tapped.
+// Hosts that include it build with Qt5::Widgets.
 #pragma once
 
 #include <QGraphicsWidget>
@@ -55,9 +56,9 @@ class LARKA_EXPORT PannableView : public QGraphicsWidget {
   /// isn't in this view's scene, which may be one that was deleted.
   void moveToItem(QGraphicsItem* item);
 
-  /// Kept, and without effect.
+  /// Is remembered, and without effect.
   void enableContinuousScrolling(bool enable);
-  /// Kept, and without effect.
+  /// Is remembered, and without effect.
   void enableScrollIndicator(bool enable);
 
   /// The directions in which the content can be panned.

@@ -1,4 +1,5 @@
 // RepaintCollector.h: gathers rectangles and tells when there is something new.
+// Hosts that include it build with Qt5::Gui.
 #pragma once
 
 #include <QObject>

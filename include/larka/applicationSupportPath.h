@@ -1,4 +1,5 @@
 // applicationSupportPath.h: where the library keeps its files.
+// Hosts that include it build with Qt5::Core.
 #pragma once
 
 #include <QString>

@@ -161,7 +161,7 @@ TEST_F(PagesTest, ZoomScrollAndViewportAgree) {
     EXPECT_EQ(contentHeight, 30 * percent);
   }
   browser->GetViewPort(nullptr, nullptr, nullptr, nullptr);
-  for (double nonsense : {0.0, -100.0, static_cast<double>(NAN), static_cast<double>(INFINITY)}) {
+  for (double nonsense : {0.0, -100.0, double{NAN}, double{INFINITY}, 1e308, 1e-308}) {
     browser->SetZoomLevel(nonsense);
     EXPECT_EQ(browser->GetZoomLevel(), 200);
   }

@@ -12,7 +12,7 @@ cmake --install "$build" --prefix "$tree" >"$folder/install.log"
 library=$(cd "$tree" && find lib -name 'liblarkabrowser-*-linux.so.0')
 libraries=$tree/$(dirname "$library")
 for file in "${library%.0}" include/larka/larka.h bin/larka-shot share/man/man1/larka-shot.1.gz \
-  share/doc/larkabrowser/LICENSE; do
+  share/doc/larkabrowser/LICENSE share/doc/larkabrowser/integration.md; do
   [ -e "$tree/$file" ] || { echo "not installed: $file"; exit 1; }
 done
 
@@ -32,9 +32,9 @@ run_host "$folder/consumer/host"
 "$folder/consumer/version" || { echo "the versions differ"; exit 1; }
 
 export PKG_CONFIG_PATH="$libraries/pkgconfig"
-# shellcheck disable=SC2046
-c++ -std=c++17 "$host" -o "$folder/host" $(pkg-config --cflags --libs larkabrowser) \
-  -Wl,-rpath,"$libraries"
+# What pkg-config says is quoted for a shell.
+eval "c++ -std=c++17 \"\$host\" -o \"\$folder/host\" $(pkg-config --cflags --libs larkabrowser) \
+  \"-Wl,-rpath,\$libraries\""
 run_host "$folder/host"
 
 "$tree/bin/larka-shot" --quiet "$source/share/demo/index.html" -o "$folder/demo.png"

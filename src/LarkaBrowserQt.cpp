@@ -864,16 +864,18 @@ void LarkaBrowser::notifyOnDirty(const QRect& rect) {
   // The event loop is turning anyway: the tick counts anew, so that an animation isn't woken for
   // it.
   if (m_frameTimer) m_frameTimer->start();
-  notify([this, &rect](ILarkaCallbacks* listener) {
+  const QPointer<LarkaBrowser> self(this);
+  notify([&](ILarkaCallbacks* listener) {
     listener->OnDirty(this);
-    notifyOnPluginDirty(listener, rect);
+    if (self) notifyOnPluginDirty(listener, rect);
   });
 }
 
 void LarkaBrowser::notifyOnPluginDirty(ILarkaCallbacks* listener, const QRect& rect) {
+  const QPointer<LarkaBrowser> self(this);
   const std::vector<LarkaPluginWidget> plugins = m_pluginWidgets;
   for (LarkaPluginWidget plugin : plugins) {
-    if (!m_listeners.contains(listener)) return;  // it may be gone, having removed itself
+    if (!self || !m_listeners.contains(listener)) return;  // it may be gone, having removed itself
     if (LarkaPluginWidgetPrivate::of(plugin)->paintedRect().intersects(rect))
       listener->OnPluginDirty(&plugin);
   }

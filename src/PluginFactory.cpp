@@ -166,7 +166,9 @@ void PluginFactory::findElements() {
   appendPluginElements(m_page->mainFrame(), &elements);
   for (QWebElement& element : elements) {
     const int mark = PluginPlaceholder::markOf(element, name);
-    if (mark >= 0 && mark < static_cast<int>(searched.size())) searched[mark].element = element;
+    if (mark < 0 || mark >= static_cast<int>(searched.size())) continue;
+    // An element in the fallback of a plug-in answers for the plug-in around it, and comes later.
+    if (searched[mark].element.isNull()) searched[mark].element = element;
   }
   for (const Found& each : searched) {
     if (each.placeholder) each.placeholder->removeMark(name);

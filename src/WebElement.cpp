@@ -26,8 +26,10 @@ bool WebElement::isInPage(const QWebElement& element) {
   return !root.isNull() && ancestor == root;
 }
 
-QRect WebElement::currentGeometry(QWebElement element) {
-  element.evaluateJavaScript(QStringLiteral("this.offsetWidth"));
+// What depends on the layout can't be told without one. Unlike script that reads an element's size
+// this can't be overheard by the page.
+QRect WebElement::currentGeometry(const QWebElement& element) {
+  element.document().styleProperty(QStringLiteral("width"), QWebElement::ComputedStyle);
   return element.geometry();
 }
 

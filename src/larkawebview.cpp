@@ -17,6 +17,7 @@ namespace {
 const QImage::Format kImageFormat = QImage::Format_ARGB32_Premultiplied;
 const int kMaxPendingRects = 20;
 const int kFullScreenWatchMilliseconds = 100;
+const qint64 kLargestElementPixels = 4096 * 4096;  // 64 MiB
 const QPainter::RenderHints kRenderHints =
     QPainter::Antialiasing | QPainter::TextAntialiasing | QPainter::SmoothPixmapTransform;
 
@@ -146,7 +147,8 @@ void LarkaWebView::Navigate(const QUrl& url) { load(url); }
 // Transparent from the start: without `render` nothing else is ever painted there.
 void LarkaWebView::SetFullScreenElement(const QWebElement& element, bool render) {
   if (!element.isNull()) {
-    const QSize size = LARKA::WebElement::currentGeometry(element).size();
+    QSize size = LARKA::WebElement::currentGeometry(element).size();
+    if (qint64(size.width()) * size.height() > kLargestElementPixels) size = QSize();
     m_fullScreenImage = std::make_unique<QImage>(size, kImageFormat);
     m_fullScreenImage->fill(0);
   }

@@ -17,8 +17,9 @@ class LarkaPluginWidgetPrivate;
 /// television defines (the broadcast, conditional access and smart cards, the receiver). So is
 /// every `embed` but those that the engine shows itself: images, and HTML, SVG and other XML.
 /// Where there is no type the extension of the address counts, and without one the engine takes the
-/// element for HTML, whatever the scheme; it never goes by an object's `classid` or parameters. An
-/// element that is not displayed (`display: none`) is none yet.
+/// element for HTML, whatever the scheme; it never goes by an object's parameters. An `object` with
+/// a `classid` is none: the engine shows what is in it, which may be an `embed`. An element that is
+/// not displayed (`display: none`) is none yet.
 ///
 /// Copies are cheap and share one record, which lives as long as any copy of the handle. A handle
 /// does not follow its page: once the page has been left, or its browser destroyed, it stays safe
@@ -121,7 +122,8 @@ class LARKA_EXPORT LarkaPluginWidget {
   /// Shows the element in place of the page, or the page again, whichever plug-in of the browser
   /// was shown. While an element is shown, ILarkaBrowser::GetBrowserImage and GetBrowserStride give
   /// an image of the size in pixels that the element has now (GetBrowserStride() / 4 wide, and at
-  /// least (GetHeight() - 0.5) * zoom / 100 rows, rounded down; null if that is nothing): with
+  /// least (GetHeight() - 0.5) * zoom / 100 rows, rounded down; null if that is nothing, or
+  /// more than 16 million pixels): with
   /// `flag` what the page shows of the element, painted anew whenever the view is, and transparent
   /// beyond the size of the page image; without `flag` a transparent one that is never painted. The
   /// change is told by ILarkaCallbacks::OnDirty; until then the image is transparent. When the

@@ -201,8 +201,10 @@ TEST_F(ControlsTest, GeometryIsThatOfNow) {
   script(
       "document.getElementById('i').style.left='200px';document.body.firstChild.style.margin='"
       "9px'");
+  script("Object.defineProperty(HTMLElement.prototype,'offsetWidth',{get:function(){alert(1)}})");
   EXPECT_EQ(rect(input), "200,150 50x20");
   EXPECT_EQ(zoomRect(text), "9,9 200x100");
+  EXPECT_EQ(recorder.count("OnJavaScriptAlert"), 0) << "the page overheard it";
   text.GetZoomRect(nullptr, nullptr, nullptr, nullptr);
 }
 

@@ -157,13 +157,16 @@ TEST_F(PluginsTest, AreTheMediaAndTelevisionTypesOnly) {
       "<object id=o5 type=application/oipfDrmAgent width=0 height=0></object>"
       "<object id=o6 classid='clsid:D27CDB6E-AE6D-11cf-96B8-444553540000'><param name=movie "
       "value=b.swf><embed id=e3 src=b.swf type=application/x-shockwave-flash></object>"
+      "<object id=o7 type=application/x-shockwave-flash data=c.swf width=40 height=30><p>none"
+      "<embed src=c.swf type=application/x-shockwave-flash></object>"
       "<object id=png data='data:image/png;base64,iVBORw0KGgoAAAANSUhEUgAAAAEAAAABCAYAAAAfFcSJAAAAD"
       "UlEQVR42mP8z8Dwn4EIAAAtFAL7Yd8NhwAAAABJRU5ErkJggg==' width=50 height=50></object>"
       "<object id=svg type=image/svg+xml width=50 height=50 data='data:image/svg+xml,<svg xmlns="
       "\"http://www.w3.org/2000/svg\"><rect width=\"50\" height=\"50\" fill=\"#0a0\"/></svg>'>"
       "</object><object id=html type=text/html width=50 height=50 data='data:text/html,<body "
       "style=background:%23a0f>'></object><object id=other type=x/y>fallback</object>"));
-  EXPECT_EQ(told(), "e1 e2 o1 o2 o3 o4 o5 e3");
+  EXPECT_EQ(told(), "e1 e2 o1 o2 o3 o4 o5 e3 o7");
+  EXPECT_EQ(plugin("o7").GetWidth(), 40);
   EXPECT_EQ(script("document.getElementById('svg').getSVGDocument().documentElement.tagName"),
             "svg");
   EXPECT_EQ(script("document.getElementById('html').contentDocument.body.style.background"),
@@ -459,10 +462,15 @@ TEST_F(PluginsTest, LeaveFullScreenWithTheirElement) {
   EXPECT_EQ(browser->GetBrowserStride(), 200 * 4);
 
   ASSERT_TRUE(load(page));
-  plugin("empty").SetFullScreen(true, true, false);
-  settle();
-  EXPECT_EQ(browser->GetBrowserImage(), nullptr);
-  plugin("empty").SetFullScreen(false, true, false);
+  for (const char* size : {"0", "30000px"}) {
+    script("var e=document.getElementById('empty').style;e.width=e.height='" + std::string(size) +
+           "';1");
+    plugin("empty").SetFullScreen(true, true, false);
+    settle();
+    EXPECT_EQ(browser->GetBrowserImage(), nullptr) << size;
+    EXPECT_EQ(browser->GetBrowserStride(), 0) << size;
+    plugin("empty").SetFullScreen(false, true, false);
+  }
 
   // Before anything was painted there is nothing to come back to.
   Recorder listener;

@@ -17,7 +17,7 @@ namespace {
 const QImage::Format kImageFormat = QImage::Format_ARGB32_Premultiplied;
 const int kMaxPendingRects = 20;
 const int kFullScreenWatchMilliseconds = 100;
-const qint64 kLargestElementPixels = 4096 * 4096;  // 64 MiB
+const qint64 kLargestElementPixels = qint64(4096) * 4096;  // 64 MiB
 const QPainter::RenderHints kRenderHints =
     QPainter::Antialiasing | QPainter::TextAntialiasing | QPainter::SmoothPixmapTransform;
 

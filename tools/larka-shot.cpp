@@ -20,11 +20,12 @@ void openStandardStreams() {
   close(stream);
 }
 
-/// The exit status when all that was said on standard output has arrived there.
-int statusOfOutput(int status) {
-  if (fflush(stdout) == 0 && !ferror(stdout)) return status;
-  fprintf(stderr, "larka-shot: can't write to the standard output\n");
-  return status == 0 ? 1 : status;
+/// The exit status: also that of a failure where what was said on standard output hasn't arrived
+/// there, which is told on `errors`.
+int exitStatus(bool failed, FILE* errors) {
+  if (fflush(stdout) == 0 && !ferror(stdout)) return failed ? 1 : 0;
+  fprintf(errors, "larka-shot: can't write to the standard output\n");
+  return 1;
 }
 
 /// The standard error stream as a person sees it. The library's diagnostics go there too, unless
@@ -59,8 +60,7 @@ class Console {
     fflush(stdout);
   }
 
-  /// The library is gone: there are no diagnostics any more to send away.
-  void restore() { dup2(fileno(m_stream), STDERR_FILENO); }
+  FILE* stream() { return m_stream; }
 
   void progress(size_t done) {
     if (!m_showsBar) return;
@@ -134,11 +134,11 @@ int main(int argc, char** argv) {
   }
   if (options.action == ShotOptions::kHelp) {
     fputs(helpText(), stdout);
-    return statusOfOutput(0);
+    return exitStatus(false, stderr);
   }
   if (options.action == ShotOptions::kVersion) {
     puts("larka-shot " LARKA_VERSION_STRING);
-    return statusOfOutput(0);
+    return exitStatus(false, stderr);
   }
 
   Console console(options);
@@ -149,6 +149,5 @@ int main(int argc, char** argv) {
   const size_t failed = render(&manager, options, &console);
   manager.PumpEvents();
   manager.Shutdown(true);
-  console.restore();
-  return statusOfOutput(failed > 0 ? 1 : 0);
+  return exitStatus(failed > 0, console.stream());
 }

@@ -28,15 +28,15 @@ make_bare_root() {
   echo "Making a bare Debian 12 for $1 in $bare"
   mkdir -p build/roots || fail "can't write build/roots"
   $as_root rm -rf --one-file-system "$bare.new" || fail "can't remove $bare.new"
-  $as_root env http_proxy="${http_proxy:-}" https_proxy="${https_proxy:-}" \
+  $as_root env http_proxy="${http_proxy:-}" https_proxy="${https_proxy:-}" no_proxy="${no_proxy:-}" \
     unshare --mount --propagation private debootstrap --arch="$1" --variant=minbase \
     --include=ca-certificates bookworm "$bare.new" "$site" >"build/roots/$1.log" 2>&1 ||
     fail "debootstrap failed: see build/roots/$1.log"
   # How the network is reached is the machine's affair, with the files that say so.
   settings=$(apt-config dump Acquire | grep -E '^Acquire::(Check-|Retries|ForceIPv|https?::)')
-  echo "$settings" | $as_root tee "$bare.new/etc/apt/apt.conf.d/10machine" >/dev/null
+  printf '%s\n' "$settings" | $as_root tee "$bare.new/etc/apt/apt.conf.d/10machine" >/dev/null
   for file in /etc/apt/auth.conf /etc/apt/auth.conf.d \
-    $(echo "$settings" | sed -n 's|.* "\(/[^" ]*\)";$|\1|p'); do
+    $(printf '%s\n' "$settings" | sed -n 's|.* "\(/[^" ]*\)";$|\1|p'); do
     [ ! -e "$file" ] || $as_root cp -rL --parents "$file" "$bare.new"
   done
   printf '#!/bin/sh\nexit 101\n' | $as_root install -m 755 /dev/stdin "$bare.new/usr/sbin/policy-rc.d"
@@ -60,7 +60,7 @@ in_root() {
   $as_root cp /etc/resolv.conf /etc/hosts "$root/etc/" 2>/dev/null
   personality=
   [ "$($as_root chroot "$root" dpkg --print-architecture)" = amd64 ] || personality="setarch i686"
-  $as_root env http_proxy="${http_proxy:-}" https_proxy="${https_proxy:-}" \
+  $as_root env http_proxy="${http_proxy:-}" https_proxy="${https_proxy:-}" no_proxy="${no_proxy:-}" \
     unshare --mount --propagation private sh -euc '
     root=$1 build=$2 personality=$3
     shift 3
@@ -70,7 +70,7 @@ in_root() {
     mount --bind . "$root/larka"
     mount --bind "$build" "$root/larka/build"
     exec chroot "$root" env -i HOME=/root LANG=C.UTF-8 TERM="${TERM:-dumb}" \
-      http_proxy="${http_proxy:-}" https_proxy="${https_proxy:-}" \
+      http_proxy="${http_proxy:-}" https_proxy="${https_proxy:-}" no_proxy="${no_proxy:-}" \
       PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin \
       $personality sh -c "cd /larka && exec \"\$@\"" sh "$@"' \
     sh "$root" "$build" "$personality" "$@"

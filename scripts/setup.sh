@@ -31,7 +31,7 @@ ensure_packages() {
     command -v sudo >/dev/null || fail "needs root or sudo to install:$missing"
     sudo=sudo
   fi
-  privileged="$sudo env DEBIAN_FRONTEND=noninteractive http_proxy=${http_proxy:-} https_proxy=${https_proxy:-}"
+  privileged="$sudo env DEBIAN_FRONTEND=noninteractive http_proxy=${http_proxy:-} https_proxy=${https_proxy:-} no_proxy=${no_proxy:-}"
   echo "Installing:$missing"
   $privileged apt-get update -q || fail "apt-get update failed"
   # The servers among them are for the tests, which start them themselves: they are started neither
@@ -44,13 +44,16 @@ ensure_packages() {
       trap 'exit 130' INT TERM HUP
       printf '#!/bin/sh\n%s\nexit 101\n' "$mark" | $sudo install -m 755 /dev/stdin "$policy"
     fi
+    servers=""
+    for server in nginx tinyproxy; do
+      is_installed "$server" || servers="$servers $server"
+    done
     $privileged dpkg --configure -a || exit 1  # after an interruption
     # shellcheck disable=SC2086
     $privileged apt-get install -q -y --no-install-recommends $missing || exit 1
-    for server in nginx tinyproxy; do
-      case "$missing " in
-        *" $server"[-\ ]*) $privileged update-rc.d "$server" disable || exit 1 ;;
-      esac
+    for server in $servers; do
+      ! is_installed "$server" || $privileged update-rc.d "$server" disable ||
+        echo "$server will start with this machine" >&2
     done
   ) || fail "could not install:$missing"
 }

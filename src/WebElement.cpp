@@ -27,9 +27,11 @@ bool WebElement::isInPage(const QWebElement& element) {
 }
 
 // What depends on the layout can't be told without one. Unlike script that reads an element's size
-// this can't be overheard by the page.
-QRect WebElement::currentGeometry(const QWebElement& element) {
-  element.document().styleProperty(QStringLiteral("width"), QWebElement::ComputedStyle);
+// this can't be overheard by the page; but the roots of plain XML have no style.
+QRect WebElement::currentGeometry(QWebElement element) {
+  const QString width = QStringLiteral("width");
+  if (element.document().styleProperty(width, QWebElement::ComputedStyle).isNull())
+    element.evaluateJavaScript(QStringLiteral("this.offsetWidth"));
   return element.geometry();
 }
 

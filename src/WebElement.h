@@ -42,7 +42,7 @@ class WebElement {
   static bool isInPage(const QWebElement& element);
 
   /// currentGeometry() of any element.
-  static QRect currentGeometry(const QWebElement& element);
+  static QRect currentGeometry(QWebElement element);
 
  private:
   QWebElement m_element;

@@ -91,13 +91,11 @@ bool PageShot::settled(Clock::time_point now) const {
   return now >= std::max(m_painted, waited) + kQuietFor || now >= waited + kMovesFor;
 }
 
-// Each load has its time; so has a page that goes on loading anew, since it was last asked for
-// something.
-bool PageShot::timedOut(Clock::time_point now) const {
+// A page may go on loading anew, itself or its frames, and never come to rest.
+bool PageShot::isRestless(Clock::time_point now) const {
   const std::chrono::seconds timeout(m_options.timeoutSeconds);
-  if (m_state != kLoading) return false;
-  return now >= m_entered + timeout ||
-         now >= m_asked + milliseconds(m_options.waitMilliseconds) + timeout;
+  const milliseconds wait(m_options.waitMilliseconds);
+  return m_state != kDone && now >= m_asked + 2 * timeout + wait + kPaintsWithin;
 }
 
 bool PageShot::advance() {
@@ -111,8 +109,10 @@ bool PageShot::advance() {
   else if (m_state == kSettling &&
            now >= m_entered + milliseconds(m_options.waitMilliseconds) + kPaintsWithin)
     finish("was not painted");
-  else if (timedOut(now))
+  else if (m_state == kLoading && now >= m_entered + std::chrono::seconds(m_options.timeoutSeconds))
     finish("timed out after " + std::to_string(m_options.timeoutSeconds) + " s");
+  else if (isRestless(now))
+    finish("did not come to rest");
   return m_state == kDone;
 }
 

@@ -37,7 +37,7 @@ class PageShot : private LARKA::CallbacksAdapter {
   void OnDirty(LARKA::ILarkaBrowser*) override { m_painted = Clock::now(); }
 
   void enter(State state);
-  bool timedOut(Clock::time_point now) const;
+  bool isRestless(Clock::time_point now) const;
   void finish(const std::string& error);
   bool settled(Clock::time_point now) const;
   void setUpNetwork();

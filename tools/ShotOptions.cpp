@@ -38,7 +38,8 @@ A URL may also be a local file, or a host name without a scheme.
                         of two or more digits; with shift+, ctrl+, alt+ or meta+ before it where wanted
       --script JS       then run script in the page and print its value, as text, on standard output;
                         an empty line for undefined, null and script that fails
-      --timeout S       give up on a page when a load takes longer than S seconds (default: 30)
+      --timeout S       give up on a page when a load takes longer than S seconds, or when it goes on
+                        loading for twice that time (default: 30)
       --user-agent TEXT the user agent to ask with
       --cookie NAME=VALUE
                         send this cookie to the host of each page, for a page from the

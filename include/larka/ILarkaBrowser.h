@@ -25,10 +25,10 @@ class ILarkaCallbacks;
 ///
 /// Text goes in as NUL-terminated Latin-1, owned by the caller and read only during the call; null
 /// is the empty text where nothing else is said. Text comes back as UTF-8, a missing value as the
-/// empty text. The names and values of cookies are bytes, handed through as they are. Paths are in
-/// the file system's encoding. Coordinates are whole pixels with the origin at the view's top left,
-/// which is also the first pixel of the page image. Nothing throws or returns an error: failures
-/// show as empty results or as events of ILarkaCallbacks.
+/// empty text. Addresses are UTF-8 both ways; the names and values of cookies are bytes, handed
+/// through as they are. Paths are in the file system's encoding. Coordinates are whole pixels with
+/// the origin at the view's top left, which is also the first pixel of the page image. Nothing
+/// throws or returns an error: failures show as empty results or as events of ILarkaCallbacks.
 ///
 /// The order of the operations is part of the binary interface.
 class LARKA_EXPORT ILarkaBrowser {
@@ -235,7 +235,7 @@ class LARKA_EXPORT ILarkaBrowser {
   virtual void GetViewPort(int* x, int* y, int* width, int* height) = 0;
 
   /// The content of the first `meta` tag in the page's head with this name or, where none has it,
-  /// with this `http-equiv`; capitals and small letters differ.
+  /// with this `http-equiv`; in names capitals and small letters differ.
   virtual std::string GetMetaTagValue(const char* name) = 0;
 
   // The page image.

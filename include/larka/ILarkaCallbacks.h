@@ -46,7 +46,9 @@ class LARKA_EXPORT ILarkaCallbacks {
   /// listeners after this one.
   virtual bool OnDownloadRequested() = 0;
 
-  /// The page's title changed; to the empty text at the beginning of each load.
+  /// The page's title changed. At the beginning of each load, and when the page goes elsewhere
+  /// within itself (`#there`), the text is empty; after the latter ILarkaBrowser::GetTitle has the
+  /// title that stays.
   virtual void OnTitleChanged(const char* title) = 0;
 
   /// The page set the text of a status bar.

@@ -123,7 +123,7 @@ class LARKA_EXPORT LarkaPluginWidget {
   /// was shown. While an element is shown, ILarkaBrowser::GetBrowserImage and GetBrowserStride give
   /// an image of the size in pixels that the element has now (GetBrowserStride() / 4 wide, and at
   /// least (GetHeight() - 0.5) * zoom / 100 rows, rounded down; null if that is nothing, or
-  /// more than 16 million pixels): with
+  /// more than 4096 by 4096 pixels): with
   /// `flag` what the page shows of the element, painted anew whenever the view is, and transparent
   /// beyond the size of the page image; without `flag` a transparent one that is never painted. The
   /// change is told by ILarkaCallbacks::OnDirty; until then the image is transparent. When the

@@ -206,6 +206,15 @@ TEST_F(ControlsTest, GeometryIsThatOfNow) {
   EXPECT_EQ(zoomRect(text), "9,9 200x100");
   EXPECT_EQ(recorder.count("OnJavaScriptAlert"), 0) << "the page overheard it";
   text.GetZoomRect(nullptr, nullptr, nullptr, nullptr);
+
+  // The root of plain XML has no style.
+  ASSERT_TRUE(visit(host.directory.write(
+      "plain.xml",
+      "<r xmlns:h='http://www.w3.org/1999/xhtml'><h:input id='i' style='position:absolute;"
+      "left:10px;top:9px;width:50px;height:20px;border:0;padding:0'/></r>")));
+  input = control(CONTROL_TEXT, "i");
+  script("document.getElementById('i').style.left='200px'");
+  EXPECT_EQ(rect(input), "200,9 50x20");
 }
 
 // As while a page begins to arrive.

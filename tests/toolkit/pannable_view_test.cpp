@@ -167,7 +167,7 @@ TEST_F(PannableViewTest, WhatLeavesAnEdgeSpringsBackToIt) {
     EXPECT_LT(time.elapsed(), 3000) << edge.what;  // 800 ms, on a busy machine
   }
   waitForRest();
-  EXPECT_DOUBLE_EQ(moved.last()[0].toRectF().x(), kExtent);
+  EXPECT_NEAR(moved.last()[0].toRectF().x(), kExtent, 1e-6);
 
   // A glide runs into the edge and comes back; a press stops it on its way.
   inner()->setPos(-50, 0);

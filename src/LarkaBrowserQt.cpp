@@ -47,6 +47,7 @@ namespace {
 
 const int kPagesInCache = 5;
 const int kFrameIntervalMilliseconds = 33;
+const size_t kPluginsToForgetAfter = 100;
 const qint64 kDefaultCacheBytes = 209715200;  // 200 MiB
 
 QNetworkProxy::ProxyType toolkitProxyType(ProxyType type) {
@@ -272,7 +273,7 @@ void LarkaBrowser::tellHeldFinish() {
   if (!m_heldFinish) return;
   const bool ok = *m_heldFinish;
   m_heldFinish.reset();
-  forgetPluginsOfPagesLeft();
+  forgetPlugins();
   notify([=](ILarkaCallbacks* listener) { listener->OnLoadFinished(ok); });
 }
 
@@ -363,7 +364,7 @@ void LarkaBrowser::announcePlugin(const QWebElement& element, void* handle) {
     record->handle = handle;
     return;
   }
-  forgetPluginsOfPagesLeft();
+  forgetPlugins();
   pluginCreated(element, handle);
 }
 
@@ -379,11 +380,15 @@ void LarkaBrowser::pluginCreated(const QWebElement& element, void* handle) {
   notify([&](ILarkaCallbacks* listener) { listener->OnPluginCreated(&plugin); });
 }
 
-void LarkaBrowser::forgetPluginsOfPagesLeft() {
-  const auto isLeft = [](const LarkaPluginWidget& plugin) {
-    return LarkaPluginWidgetPrivate::of(plugin)->element().isNull();
+// What script has taken out it may put back; but a page that makes ever new ones, as one that
+// changes its advertisements, must not fill the memory with the old ones.
+void LarkaBrowser::forgetPlugins() {
+  const bool many = m_pluginWidgets.size() % kPluginsToForgetAfter == 0;
+  const auto isGone = [many](const LarkaPluginWidget& plugin) {
+    const QWebElement element = LarkaPluginWidgetPrivate::of(plugin)->element();
+    return element.isNull() || (many && !WebElement::isInPage(element));
   };
-  m_pluginWidgets.erase(std::remove_if(m_pluginWidgets.begin(), m_pluginWidgets.end(), isLeft),
+  m_pluginWidgets.erase(std::remove_if(m_pluginWidgets.begin(), m_pluginWidgets.end(), isGone),
                         m_pluginWidgets.end());
 }
 

@@ -227,7 +227,7 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   QList<QNetworkCookie> pageCookies() const;
   std::string historyLocation(int offset) const;
   void announcePlugin(const QWebElement& element, void* handle);
-  void forgetPluginsOfPagesLeft();
+  void forgetPlugins();
   void tellHeldFinish();
   void notifyOnPluginDirty(ILarkaCallbacks* listener, const QRect& rect);
   WebPage* page() const;

@@ -266,9 +266,9 @@ class LARKA_EXPORT ILarkaBrowser {
 
   /// The plug-ins of the current page that ILarkaCallbacks::OnPluginCreated has told, in that
   /// order. A plug-in that script takes out of the page, or hides, stays among them until the page
-  /// is left (LarkaPluginWidget::IsVisible tells); empty from the moment that a load of a page
-  /// starts, which may come to nothing (a download, Stop()): the page that stays has its plug-ins
-  /// again once it is reloaded.
+  /// is left (LarkaPluginWidget::IsVisible tells), or until there are a hundred and more; empty
+  /// from the moment that a load of a page starts, which may come to nothing (a download, Stop()):
+  /// the page that stays has its plug-ins again once it is reloaded.
   virtual std::vector<LarkaPluginWidget> GetPluginWidgets() = 0;
 
   /// The innermost element at a point of the page image, child frames included, or an empty handle.

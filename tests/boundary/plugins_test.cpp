@@ -147,6 +147,12 @@ TEST_F(PluginsTest, AreToldOnceHoweverOftenTheyAreLaidOut) {
   change("hidden.style.display='block'");
   ASSERT_EQ(recorder.plugins.size(), 1u);
   EXPECT_EQ(rect(recorder.plugins[0]), "450,200 140x100");
+
+  // Those that a page goes on making and removing are not kept for ever.
+  for (const char* count : {"120", "90"})
+    change(std::string("body.innerHTML='';for(var i=0;i<") + count +
+           ";i++)body.appendChild(made(4))");
+  EXPECT_EQ(browser->GetPluginWidgets().size(), 90u);
 }
 
 TEST_F(PluginsTest, AreTheMediaAndTelevisionTypesOnly) {

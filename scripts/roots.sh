@@ -31,7 +31,7 @@ make_bare_root() {
   $as_root env http_proxy="${http_proxy:-}" https_proxy="${https_proxy:-}" no_proxy="${no_proxy:-}" \
     unshare --mount --propagation private debootstrap --arch="$1" --variant=minbase \
     --include=ca-certificates bookworm "$bare.new" "$site" >"build/roots/$1.log" 2>&1 ||
-    fail "debootstrap failed: see build/roots/$1.log"
+    fail "debootstrap failed: $(tail -n 1 "build/roots/$1.log") (see build/roots/$1.log)"
   # How the network is reached is the machine's affair, with the files that say so.
   settings=$(apt-config dump Acquire | grep -E '^Acquire::(Check-|Retries|ForceIPv|https?::)')
   printf '%s\n' "$settings" | $as_root tee "$bare.new/etc/apt/apt.conf.d/10machine" >/dev/null

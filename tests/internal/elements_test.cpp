@@ -121,6 +121,8 @@ TEST_F(ElementsTest, TheInspectorShowsThePageOfItsBrowser) {
   const std::string title = browser->GetTitle();
   EXPECT_EQ(test::answersOf(inspector, "Shutdown Resize"), "GetZoomLevel ");
   EXPECT_EQ(inspector->GetZoomLevel(), 1.0);
+  inspector->SaveBrowserImage(host.directory.file("none.jpg").c_str(), 1, 1);
+  EXPECT_FALSE(std::filesystem::exists(host.directory.file("none.jpg")));
   host.pumpFor(100);
   EXPECT_EQ(browser->GetTitle(), title);
   EXPECT_EQ(browser->GetZoomLevel(), 100);

@@ -1,5 +1,7 @@
 #include "LarkaJavaScriptObject.h"
 
+#include <QWebFrame>
+
 namespace {
 
 /// Describes what script can call. Never made: the calls go to PublishedLarkaObject::qt_metacall.
@@ -19,6 +21,18 @@ void LarkaJavaScriptObject::exec(const QString& script) { emit executeInLarka(sc
 
 QString LarkaJavaScriptObject::exec2(const QString& script) {
   return emit executeMediaAction(script);
+}
+
+// The text is made before the method is looked up: making it may run script that removes the frame.
+void PublishedLarkaObject::publish(QWebFrame* frame) {
+  frame->addToJavaScriptWindowObject(QStringLiteral("larka"), this);
+  frame->evaluateJavaScript(
+      QStringLiteral("(function(host) {"
+                     "  window.larka = {"
+                     "    exec: function(text) { text = '' + text; host.exec(text); },"
+                     "    exec2: function(text) { text = '' + text; return host.exec2(text); }"
+                     "  };"
+                     "})(window.larka); void 0"));
 }
 
 const QMetaObject* PublishedLarkaObject::metaObject() const { return &Larka::staticMetaObject; }

@@ -144,4 +144,21 @@ TEST_F(ScriptObjectsTest, TheHostMayDoAnythingInACommand) {
   host.manager->PumpEvents();
 }
 
+// What a page keeps of a frame that it removes.
+TEST_F(ScriptObjectsTest, DieWithTheirFrame) {
+  ASSERT_TRUE(load("<iframe id=f></iframe>"));
+  const char* const kCalls[] = {
+      "var l=f.contentWindow.larka,e=l.exec2;f.remove();e(1)",
+      "var l=f.contentWindow.larka;f.remove();l.exec(1)",
+      "var l=f.contentWindow.larka;l.exec2({toString:function(){f.remove();return 1}})",
+  };
+  for (const char* call : kCalls) {
+    recorder.events.clear();
+    const std::string code = std::string("var f=document.createElement('iframe');document.body.") +
+                             "appendChild(f);try{" + call + "}catch(error){error.name}";
+    EXPECT_EQ(script(code), "ReferenceError") << call;
+    EXPECT_EQ(recorder.count("OnExecuteInLarka"), 0) << call;
+  }
+}
+
 }  // namespace

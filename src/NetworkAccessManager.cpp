@@ -7,6 +7,8 @@ namespace {
 
 const qint64 kReadBufferBytes = 20971520;  // 20 MiB
 
+const char kUserAgent[] = "User-Agent";
+
 QByteArray currentTime() {
   return QTime::currentTime().toString(QStringLiteral("hh:mm:ss")).toLatin1();
 }
@@ -20,7 +22,11 @@ NetworkAccessManager::NetworkAccessManager(QObject* parent) : QNetworkAccessMana
 
 QNetworkReply* NetworkAccessManager::createRequest(Operation op, const QNetworkRequest& request,
                                                    QIODevice* outgoingData) {
-  QNetworkReply* reply = QNetworkAccessManager::createRequest(op, request, outgoingData);
+  QNetworkRequest sent(request);
+  // QtWebKit always sets the header, and Qt drops it when it is empty, to send one of its own. A
+  // blank goes out as an empty one.
+  if (!sent.hasRawHeader(kUserAgent)) sent.setRawHeader(kUserAgent, " ");
+  QNetworkReply* reply = QNetworkAccessManager::createRequest(op, sent, outgoingData);
   reply->setReadBufferSize(kReadBufferBytes);
   connect(reply, SIGNAL(errorOccurred(QNetworkReply::NetworkError)), this,
           SLOT(onReplyError(QNetworkReply::NetworkError)));

@@ -30,8 +30,12 @@ bool WebPage::supportsExtension(Extension extension) const {
   return extension == ErrorPageExtension;
 }
 
-bool WebPage::extension(Extension, const ExtensionOption*, ExtensionReturn* output) {
-  if (output) static_cast<ErrorPageExtensionReturn*>(output)->content = kErrorPage;
+// Without an address of its own the page could not be reloaded.
+bool WebPage::extension(Extension, const ExtensionOption* option, ExtensionReturn* output) {
+  if (!output) return true;
+  auto* errorPage = static_cast<ErrorPageExtensionReturn*>(output);
+  errorPage->content = kErrorPage;
+  if (option) errorPage->baseUrl = static_cast<const ErrorPageExtensionOption*>(option)->url;
   return true;
 }
 

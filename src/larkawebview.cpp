@@ -4,6 +4,7 @@
 #include <QMutexLocker>
 #include <QPaintDevice>
 #include <QPainter>
+#include <QPalette>
 #include <QStyleOptionGraphicsItem>
 #include <QWebPage>
 #include <algorithm>
@@ -24,6 +25,12 @@ const QPainter::RenderHints kRenderHints =
 void countFrame() {
   static FrameRate frameRate("fps", 5);
   frameRate.Frame();
+}
+
+void clear(QPainter* painter, const QRect& rect) {
+  painter->setCompositionMode(QPainter::CompositionMode_Clear);
+  painter->fillRect(rect, Qt::transparent);
+  painter->setCompositionMode(QPainter::CompositionMode_SourceOver);
 }
 
 }  // namespace
@@ -91,16 +98,31 @@ void LarkaWebView::createImages(const QSize& size) {
   m_spareImage = std::make_unique<QImage>(size, kImageFormat);
 }
 
+// QtWebKit announces the boxes of changed text, and its glyphs reach beyond them. How far depends
+// on the size of the font, which is at most about the height of the box: no font of ten, upright or
+// italic, needed more than a fifth of it.
+int LarkaWebView::overhang(const QRegion& region) {
+  const int kTallestLine = 200, kSharpEdges = 2;
+  int tallest = 0;
+  for (const QRect& rect : region) tallest = std::max(tallest, rect.height());
+  return kSharpEdges + std::min(tallest, kTallestLine) / 4;
+}
+
 void LarkaWebView::paintPage(const QRegion& region, const QStyleOptionGraphicsItem* option,
                              QWidget* widget) {
+  const int margin = overhang(region);
+  const QRect painted =
+      region.boundingRect().adjusted(-margin, -margin, margin, margin) & pageImage()->rect();
   QPainter painter(pageImage());
   painter.setRenderHints(kRenderHints, true);
   painter.setClipping(true);
-  painter.setClipRect(region.boundingRect(), Qt::ReplaceClip);
+  painter.setClipRect(painted, Qt::ReplaceClip);
   if (m_fullScreenElement.isNull()) {
-    // The option names what the hidden view exposed; the engine would paint no more than that.
+    if (!page()->palette().brush(QPalette::Base).isOpaque()) clear(&painter, painted);
+    // The option names what the hidden view exposed; QtWebKit would paint no more than that. It
+    // leaves out boxes beside the exposed rectangle, whose glyphs may reach into what is painted.
     QStyleOptionGraphicsItem pageOption(*option);
-    pageOption.exposedRect = region.boundingRect();
+    pageOption.exposedRect = painted.adjusted(-margin, -margin, margin, margin);
     QGraphicsWebView::paint(&painter, &pageOption, widget);
     return;
   }
@@ -112,9 +134,7 @@ void LarkaWebView::paintPage(const QRegion& region, const QStyleOptionGraphicsIt
 void LarkaWebView::paintElement(QPainter* painter) {
   if (m_renderFullScreenElement) painter->setClipping(false);
   m_flipRegion = pageImage()->rect();
-  painter->setCompositionMode(QPainter::CompositionMode_Clear);
-  painter->fillRect(pageImage()->rect(), Qt::transparent);
-  painter->setCompositionMode(QPainter::CompositionMode_SourceOver);
+  clear(painter, pageImage()->rect());
   m_fullScreenElement.render(painter);
 }
 

@@ -72,6 +72,7 @@ class LarkaWebView : public QGraphicsWebView {
   QRegion takePendingRegion();
   QSize imageSize(const QSize& device) const;
   void createImages(const QSize& size);
+  static int overhang(const QRegion& region);
   void paintPage(const QRegion& region, const QStyleOptionGraphicsItem* option, QWidget* widget);
   void paintElement(QPainter* painter);
   void copyElementImage();

@@ -69,7 +69,8 @@ class PaintingTest : public test::BrowserTest {
 
 const char kPage[] = R"(<!doctype html><meta charset=utf-8><style>
 body{margin:0;background:#182838;color:#fff;font:16px sans-serif;height:1800px}
-.cell{position:absolute;width:50px;height:30px;background:#456;overflow:hidden}
+.cell{position:absolute;width:50px;height:30px;background:#456}
+.cell:nth-child(odd){font:italic 22px serif}
 a{position:absolute;top:330px;color:#9cf}a:focus{outline:3px solid #fc0}
 #mover{position:absolute;top:700px;width:90px;height:60px;background:#a33;border-radius:12px}
 </style><script>
@@ -90,13 +91,18 @@ TEST_F(PaintingTest, ThePageImageIsNeverStale) {
   settle();
   EXPECT_TRUE(imageIsCurrent()) << "after forty changes";
 
-  for (int i = 0; i < 40; i += 3) {
-    browser->ExecuteJavascript(("document.getElementById(\"c" + std::to_string(i) +
-                                "\").textContent=\"x" + std::to_string(i) + "\"")
+  for (int change = 0; change < 24; ++change) {
+    const int zooms[] = {50, 100, 150, 200};
+    browser->SetZoomLevel(zooms[change / 6]);
+    settle();
+    browser->ExecuteJavascript(("document.getElementById(\"c" + std::to_string(change % 5) +
+                                "\").textContent=\"" + (change % 2 ? "jfW/" : "ffyQ") + "\"")
                                    .c_str());
     drain();
-    EXPECT_TRUE(imageIsCurrent()) << "after change " << i;
+    EXPECT_TRUE(imageIsCurrent()) << "after change " << change;
   }
+  browser->SetZoomLevel(100);
+  settle();
 
   browser->ExecuteJavascript(
       "var n=0,m=document.getElementById(\"mover\"),t=setInterval(function(){n++;"
@@ -139,7 +145,7 @@ TEST_F(PaintingTest, ARectangleThatComesAfterThePaintIsPaintedAllTheSame) {
   const QRect repainted(100, 40, 30, 20);
   EXPECT_EQ(dirty[0][0].toRect(), repainted);
   EXPECT_TRUE(equal(pageImage().copy(repainted), freshRender().copy(repainted)));
-  EXPECT_EQ(pageImage().pixel(99, 40), 0xffff00ffu) << "painted more than was asked for";
+  EXPECT_EQ(pageImage().pixel(90, 40), 0xffff00ffu) << "painted more than was asked for";
 }
 
 TEST_F(PaintingTest, APaintWithNothingPendingDrawsAndTellsNothing) {
@@ -163,6 +169,18 @@ TEST_F(PaintingTest, ManyRectanglesBecomeOneNoticeWithTheirBounds) {
     EXPECT_EQ(dirty[0][0].toRect(), QRect(0, 0, (count - 1) * 20 + 5, 55));
     EXPECT_EQ(view()->property("flipRegion").toRect(), dirty[0][0].toRect());
   }
+}
+
+TEST_F(PaintingTest, ATransparentPageIsPaintedFromTransparent) {
+  QPalette palette = view()->page()->palette();
+  palette.setBrush(QPalette::Base, Qt::transparent);
+  view()->page()->setPalette(palette);
+  ASSERT_TRUE(load("<p style='background:rgba(255,0,0,0.5);height:90px'>"));
+  for (int i = 0; i < 3; ++i) {
+    larka()->addRect(QRect(0, 0, 640, 360));
+    drain();
+  }
+  EXPECT_EQ(qAlpha(pageImage().pixel(200, 60)), 127);
 }
 
 TEST_F(PaintingTest, AScrollMarksTheWholeViewWhateverMoved) {

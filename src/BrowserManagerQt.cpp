@@ -21,6 +21,7 @@
 #include "CookieJar.h"
 #include "HiddenView.h"
 #include "HostCalls.h"
+#include "HostEvents.h"
 #include "LarkaBrowserQt.h"
 #include "LarkaBrowserTimerQt.h"
 #include "LarkaStyle.h"
@@ -48,16 +49,20 @@ bool g_processEnding = false;
 // What could not be destroyed any more: kept in sight of tools that look for leaks.
 BrowserManagerPrivate* volatile g_leftToTheProcess = nullptr;
 
-// In an application of the host's own, its objects are its own business: it may be pumping from one
-// of its event handlers.
+// In an application or an event loop of the host's own, its objects are its own business: it may be
+// pumping from one of its event handlers.
 bool g_applicationIsOurs = false;
 
 // Only the outermost pump destroys anything; what runs below another may be an object's own
 // handler.
 void carryOutDeferredDestructions() {
   if (PumpScope::anyRunning() || g_processEnding) return;
-  if (QThread::currentThread()->loopLevel() > 0) return;
-  carryOutDestructions(g_applicationIsOurs);
+  carryOutDestructions(g_applicationIsOurs && QThread::currentThread()->loopLevel() == 0);
+}
+
+void destroyWhenEngineIsIdle(BrowserManagerPrivate* manager) {
+  whenIdle(EngineUse::ofAnyPage(), nullptr,
+           [manager = QPointer<BrowserManagerPrivate>(manager)] { delete manager; });
 }
 
 void pump(QEventLoop::ProcessEventsFlags flags) {
@@ -156,7 +161,7 @@ BrowserManager::~BrowserManager() {
     g_leftToTheProcess = d;
     return;
   }
-  delete d;
+  destroyWhenEngineIsIdle(d);
   carryOutDeferredDestructions();
 }
 
@@ -189,9 +194,11 @@ void BrowserManager::Initialize(int argc, char** argv) {
 
 void BrowserManager::Shutdown(bool immediate) {
   fprintf(stderr, "browser manager shutdown (immediate %d)\n", immediate);
-  QWebSettings::clearMemoryCaches();
-  if (!immediate && d) destroyLater(d);
-  if (immediate) delete d;
+  whenIdle(EngineUse::ofAnyPage(), nullptr, [] { QWebSettings::clearMemoryCaches(); });
+  if (immediate)
+    destroyWhenEngineIsIdle(d);
+  else if (d)
+    destroyLater(d);
   d = nullptr;
   g_running = false;
   if (QAbstractEventDispatcher* dispatcher = QAbstractEventDispatcher::instance())
@@ -226,10 +233,12 @@ void BrowserManager::DestroyBrowser(ILarkaBrowser* browser, bool immediate) {
   }
   LarkaWebView* webView = larkaBrowser->webView();
   if (webView && webView->scene()) webView->scene()->removeItem(webView);
-  if (immediate)
-    delete larkaBrowser;
-  else
+  if (immediate) {
+    larkaBrowser->abandon();
+    whenIdle(larkaBrowser->engineUse(), larkaBrowser, [larkaBrowser] { delete larkaBrowser; });
+  } else {
     destroyLater(larkaBrowser);
+  }
   fprintf(stderr, "----destroying browser %p 4\n", address);
 }
 

@@ -5,7 +5,24 @@
 #include <QDrag>
 #include <QPointer>
 
+#include "HostEvents.h"
+
 namespace LARKA {
+
+namespace {
+
+/// Stands as a dialog's child while QtWebKit, which opened it, waits for its answer.
+class DialogMark : public QObject {
+  Q_OBJECT
+
+ public:
+  using QObject::QObject;
+
+ private:
+  EngineOnStack m_engine{nullptr};
+};
+
+}  // namespace
 
 HiddenView::HiddenView(QGraphicsScene* scene)
     : QGraphicsView(scene), m_dialogParent(new QWidget(this)) {
@@ -28,11 +45,17 @@ void HiddenView::childEvent(QChildEvent* event) {
 bool HiddenView::eventFilter(QObject* object, QEvent* event) {
   if (object == m_dialogParent && event->type() == QEvent::ChildAdded)
     static_cast<QChildEvent*>(event)->child()->installEventFilter(this);
-  auto* dialog = event->type() == QEvent::Polish ? qobject_cast<QDialog*>(object) : nullptr;
-  if (!dialog) return QGraphicsView::eventFilter(object, event);
-  dialog->setAttribute(Qt::WA_DontShowOnScreen);
-  QMetaObject::invokeMethod(dialog, "reject", Qt::QueuedConnection);
-  return false;
+  auto* dialog = qobject_cast<QDialog*>(object);
+  if (dialog && event->type() == QEvent::Polish) {
+    dialog->setAttribute(Qt::WA_DontShowOnScreen);
+    new DialogMark(dialog);
+    QMetaObject::invokeMethod(dialog, "reject", Qt::QueuedConnection);
+  }
+  if (dialog && event->type() == QEvent::Hide)
+    qDeleteAll(dialog->findChildren<DialogMark*>(QString(), Qt::FindDirectChildrenOnly));
+  return QGraphicsView::eventFilter(object, event);
 }
 
 }  // namespace LARKA
+
+#include "HiddenView.moc"

@@ -4,6 +4,8 @@
 #include <QEvent>
 #include <QList>
 
+#include "HostEvents.h"
+
 namespace LARKA {
 
 namespace {
@@ -38,7 +40,8 @@ void destroyLater(QObject* object) {
 }
 
 void carryOutDestructions(bool ofEverything) {
-  if (HostCalls::anyRunning() || !QCoreApplication::instance()) return;
+  if (HostCalls::anyRunning() || !EngineUse::ofAnyPage().isIdle() || !QCoreApplication::instance())
+    return;
   QList<QPointer<QObject>> pending;
   pending.swap(pendingDestructions());
   for (const QPointer<QObject>& object : pending)
@@ -50,6 +53,11 @@ bool HostCalls::postpones(QEvent* event) {
   if (event->type() != QEvent::DeferredDelete) return false;
   if (m_running > 0) {
     m_destructionPending = true;
+    return true;
+  }
+  const EngineUse& engine = EngineUse::ofAnyPage();
+  if (!engine.isIdle()) {
+    whenIdle(engine, m_owner, [owner = m_owner] { destroyLater(owner); });
     return true;
   }
   if (PumpScope::anyRunning()) postponedDestructions().append(m_owner);

@@ -13,7 +13,8 @@ namespace LARKA {
 void destroyLater(QObject* object);
 
 /// Carries out the destructions asked for with destroyLater and, with `ofEverything`, those that
-/// anyone asked the toolkit for. Does nothing while host code is being called.
+/// anyone asked the toolkit for. Does nothing while host code is being called, or QtWebKit is on
+/// the stack.
 ///
 /// The toolkit carries out a deferred destruction only when an event loop of its own returns to
 /// where it was asked for; one asked for outside all event handlers would wait for ever while a
@@ -49,7 +50,8 @@ class HostCalls {
   HostCalls& operator=(const HostCalls&) = delete;
 
   /// For the owner's event(): true when `event` is a deferred destruction that has to wait. It is
-  /// asked for again when the last call returns, and the last pass of event processing has ended.
+  /// asked for again when the last call returns, QtWebKit has left the stack, and the last pass of
+  /// event processing has ended.
   bool postpones(QEvent* event);
 
   /// Whether any object has a call into host code on the stack.

@@ -28,6 +28,7 @@
 #include "CookieJar.h"
 #include "FrameRate.h"
 #include "HiddenView.h"
+#include "HostEvents.h"
 #include "HostText.h"
 #include "InspectorBrowser.h"
 #include "KeyEvent.h"
@@ -63,6 +64,13 @@ QNetworkProxy::ProxyType toolkitProxyType(ProxyType type) {
 
 /// The negative of a number; of the lowest one, itself.
 int negated(int number) { return static_cast<int>(0u - static_cast<unsigned>(number)); }
+
+// No page of QtWebKit's is longer, and with more its sums would overflow.
+const qint64 kLongestScroll = 1 << 25;
+
+int inReach(qint64 pixels) {
+  return static_cast<int>(std::max(-kLongestScroll, std::min(pixels, kLongestScroll)));
+}
 
 QPoint scaled(const QPoint& point, double factor) {
   return QTransform::fromScale(factor, factor).map(point);
@@ -115,6 +123,7 @@ void LarkaBrowser::Initialize(int width, int height, const char* cookiePath,
                               const char* localStoragePath, bool createScriptObject,
                               SystemInfoData*) {
   if (!m_webView || m_frameTimer) return;
+  const EngineCall call(&m_engineUse);
   if (createScriptObject) makeScriptObject();
   if (cookiePath)
     page()->networkAccessManager()->setCookieJar(
@@ -195,9 +204,15 @@ void LarkaBrowser::frameCreated(QWebFrame* frame) {
 // Cleared first: what the page still reports while it goes away must not reach a view half
 // destroyed.
 void LarkaBrowser::Shutdown() {
-  LarkaWebView* webView = m_webView;
-  m_webView = nullptr;
-  delete webView;
+  whenIdle(m_engineUse, nullptr, [webView = std::exchange(m_webView, nullptr)] {
+    const EngineOnStack unloadsThePage(nullptr);
+    delete webView;
+  });
+}
+
+void LarkaBrowser::abandon() {
+  m_abandoned = true;
+  m_listeners.clear();
 }
 
 void LarkaBrowser::SetAttribute(QWebSettings::WebAttribute attribute, bool on) {
@@ -220,7 +235,7 @@ void LarkaBrowser::notifyUntil(Call call) {
   HostCalls::Scope scope(&m_hostCalls);
   for (ILarkaCallbacks* listener : listeners) {
     if (!listener) continue;
-    if (call(listener) || !scope.ownerAlive()) return;
+    if (call(listener) || !scope.ownerAlive() || m_abandoned) return;
   }
 }
 
@@ -233,58 +248,56 @@ void LarkaBrowser::notify(Call call) {
 }
 
 template <typename Call>
-void LarkaBrowser::notifyWhileEngineIsBusy(Call call) {
-  const QPointer<LarkaBrowser> self(this);
-  ++m_engineBusy;
-  notify(call);
-  if (!self || --m_engineBusy > 0 || m_delayedNavigations.empty()) return;
-  QMetaObject::invokeMethod(
-      this, [this] { runDelayedNavigations(); }, Qt::QueuedConnection);
+void LarkaBrowser::post(Call call) {
+  postHostEvent(this, [this, call] { notify(call); });
+}
+
+template <typename Call>
+void LarkaBrowser::ask(Call call) {
+  const ScriptWait wait(&m_engineUse);
+  notifyUntil(call);
 }
 
 // Page events.
 
 // A child frame that loads leaves the plug-ins of the others.
 void LarkaBrowser::loadStarted() {
-  if (m_webView && page()->mainFrameNavigates()) {
-    m_pluginWidgets.clear();
+  const bool leavesPage = m_webView && page()->mainFrameNavigates();
+  if (leavesPage) {
+    ++m_loads;
     page()->plugins()->forget();
   }
-  const QPointer<LarkaBrowser> self(this);
-  tellHeldFinish();
-  if (!self) return;
-  notify([](ILarkaCallbacks* listener) { listener->OnLoadStarted(); });
+  postHostEvent(this, [this, leavesPage] {
+    if (leavesPage) m_pluginWidgets.clear();
+    notify([](ILarkaCallbacks* listener) { listener->OnLoadStarted(); });
+  });
 }
 
 void LarkaBrowser::loadProgress(int percent) {
-  notifyWhileEngineIsBusy([=](ILarkaCallbacks* listener) { listener->OnLoadProgress(percent); });
+  post([=](ILarkaCallbacks* listener) { listener->OnLoadProgress(percent); });
 }
 
-// A host that hears that the page is there lists its plug-ins, so they are told first. A load that
-// begins meanwhile is told after the end of this one.
+// A host that hears that the page is there lists its plug-ins, so they come first.
 void LarkaBrowser::loadFinished(bool ok) {
-  const QPointer<LarkaBrowser> self(this);
-  m_heldFinish = ok;
-  if (m_webView) page()->plugins()->announce();
-  if (self) tellHeldFinish();
-}
-
-void LarkaBrowser::tellHeldFinish() {
-  if (!m_heldFinish) return;
-  const bool ok = *m_heldFinish;
-  m_heldFinish.reset();
-  forgetPlugins();
-  notify([=](ILarkaCallbacks* listener) { listener->OnLoadFinished(ok); });
+  postHostEvent(this, [this, ok, load = m_loads] {
+    const QPointer<LarkaBrowser> self(this);
+    if (m_webView) page()->plugins()->announce();
+    if (!self) return;
+    forgetPlugins();
+    const bool outer = std::exchange(m_endOfReplacedLoad, load != m_loads);
+    notify([=](ILarkaCallbacks* listener) { listener->OnLoadFinished(ok); });
+    if (self) m_endOfReplacedLoad = outer;
+  });
 }
 
 void LarkaBrowser::titleChanged(const QString& title) {
-  const std::string text = toHost(title);
-  notify([&](ILarkaCallbacks* listener) { listener->OnTitleChanged(text.c_str()); });
+  post([text = toHost(title)](ILarkaCallbacks* listener) {
+    listener->OnTitleChanged(text.c_str());
+  });
 }
 
 void LarkaBrowser::urlChanged(const QUrl& url) {
-  const std::string text = toHost(url);
-  notify([&](ILarkaCallbacks* listener) { listener->OnUrlChanged(text.c_str()); });
+  post([text = toHost(url)](ILarkaCallbacks* listener) { listener->OnUrlChanged(text.c_str()); });
 }
 
 void LarkaBrowser::statusBarMessage(const QString& message) {
@@ -298,7 +311,7 @@ void LarkaBrowser::printRequested(QWebFrame*) {
 
 void LarkaBrowser::linkHovered(const QString& link, const QString&, const QString&) {
   const bool hovering = !link.isEmpty();
-  notify([=](ILarkaCallbacks* listener) { listener->OnLinkHovered(hovering); });
+  post([=](ILarkaCallbacks* listener) { listener->OnLinkHovered(hovering); });
 }
 
 void LarkaBrowser::geometryChangeRequested(const QRect& geometry) {
@@ -317,9 +330,9 @@ void LarkaBrowser::creatingRequest(const QUrl& url) {
         << "LarkaBrowser::creatingRequest() cannot use cache because cache directory is empty";
     qWarning() << "   when trying to load " << url.toString();
   }
-  const std::string text = toHost(url);
-  notifyWhileEngineIsBusy(
-      [&](ILarkaCallbacks* listener) { listener->OnCreatingRequest(text.c_str()); });
+  post([text = toHost(url)](ILarkaCallbacks* listener) {
+    listener->OnCreatingRequest(text.c_str());
+  });
 }
 
 void LarkaBrowser::requestError() {
@@ -327,7 +340,7 @@ void LarkaBrowser::requestError() {
 }
 
 void LarkaBrowser::sslErrors() {
-  notify([](ILarkaCallbacks* listener) { listener->OnRequestError(); });
+  post([](ILarkaCallbacks* listener) { listener->OnRequestError(); });
 }
 
 // Page script and the host.
@@ -337,12 +350,15 @@ void LarkaBrowser::javaScriptWindowObjectCleared() {
   if (!frame) return;
   if (m_systemInfoObject)
     frame->addToJavaScriptWindowObject(QStringLiteral("systeminfoobject"), m_systemInfoObject);
-  if (m_scriptObject) frame->addToJavaScriptWindowObject(QStringLiteral("larka"), m_scriptObject);
+  if (m_scriptObject) m_scriptObject->publish(frame);
 }
 
 void LarkaBrowser::executeInLarka(const QString& script) {
   const std::string command = toHost(script);
-  notify([&](ILarkaCallbacks* listener) { listener->OnExecuteInLarka(command.c_str()); });
+  ask([&](ILarkaCallbacks* listener) {
+    listener->OnExecuteInLarka(command.c_str());
+    return false;
+  });
 }
 
 // The command goes out as UTF-8, the answer is read as Latin-1, up to its first NUL: pages rely on
@@ -350,7 +366,10 @@ void LarkaBrowser::executeInLarka(const QString& script) {
 QString LarkaBrowser::executeMediaAction(const QString& script) {
   const std::string command = toHost(script);
   std::string reply;
-  notify([&](ILarkaCallbacks* listener) { reply = listener->OnExecuteInLarka(command.c_str()); });
+  ask([&](ILarkaCallbacks* listener) {
+    reply = listener->OnExecuteInLarka(command.c_str());
+    return false;
+  });
   return QString::fromLatin1(reply.c_str());
 }
 
@@ -398,18 +417,21 @@ std::vector<LarkaPluginWidget> LarkaBrowser::GetPluginWidgets() { return m_plugi
 
 void LarkaBrowser::acceptNavigationRequest(QWebPage::NavigationType type) {
   if (type == QWebPage::NavigationTypeOther) return;
-  notify([](ILarkaCallbacks* listener) { listener->OnAcceptNavigationRequest(); });
+  post([](ILarkaCallbacks* listener) { listener->OnAcceptNavigationRequest(); });
 }
 
 void LarkaBrowser::javaScriptAlert(QWebFrame*, const QString& msg) {
   const std::string text = toHost(msg);
-  notify([&](ILarkaCallbacks* listener) { listener->OnJavaScriptAlert(text.c_str()); });
+  ask([&](ILarkaCallbacks* listener) {
+    listener->OnJavaScriptAlert(text.c_str());
+    return false;
+  });
 }
 
 bool LarkaBrowser::javaScriptConfirm(QWebFrame*, const QString& msg) {
   const std::string text = toHost(msg);
   bool confirmed = false;
-  notifyUntil([&](ILarkaCallbacks* listener) {
+  ask([&](ILarkaCallbacks* listener) {
     confirmed = listener->OnJavaScriptConfirm(text.c_str());
     return confirmed;
   });
@@ -421,7 +443,7 @@ bool LarkaBrowser::javaScriptPrompt(QWebFrame*, const QString& msg, const QStrin
   const std::string text = toHost(msg);
   const std::string defaultText = toHost(defaultValue);
   bool handled = false;
-  notifyUntil([&](ILarkaCallbacks* listener) {
+  ask([&](ILarkaCallbacks* listener) {
     handled = false;
     const std::string answer =
         listener->OnJavaScriptPrompt(text.c_str(), defaultText.c_str(), &handled);
@@ -433,9 +455,7 @@ bool LarkaBrowser::javaScriptPrompt(QWebFrame*, const QString& msg, const QStrin
 
 void LarkaBrowser::javaScriptConsoleMessage(const QString& message, int lineNumber,
                                             const QString& sourceID) {
-  const std::string text = toHost(message);
-  const std::string source = toHost(sourceID);
-  notify([&](ILarkaCallbacks* listener) {
+  post([=, text = toHost(message), source = toHost(sourceID)](ILarkaCallbacks* listener) {
     listener->OnJavaScriptConsoleMessage(text.c_str(), lineNumber, source.c_str());
   });
 }
@@ -443,7 +463,7 @@ void LarkaBrowser::javaScriptConsoleMessage(const QString& message, int lineNumb
 QString LarkaBrowser::chooseFile(QWebFrame*, const QString& suggestedFile) {
   const std::string suggested = toHost(suggestedFile);
   QString chosen;
-  notifyUntil([&](ILarkaCallbacks* listener) {
+  ask([&](ILarkaCallbacks* listener) {
     chosen = fromListener(listener->OnChooseFile(suggested.c_str()));
     return !chosen.isNull();
   });
@@ -451,8 +471,9 @@ QString LarkaBrowser::chooseFile(QWebFrame*, const QString& suggestedFile) {
 }
 
 QWebPage* LarkaBrowser::createWindow(bool modal, const QUrl& url) {
-  const std::string text = toHost(url);
-  notify([&](ILarkaCallbacks* listener) { listener->OnCreateWindow(modal, text.c_str()); });
+  post([=, text = toHost(url)](ILarkaCallbacks* listener) {
+    listener->OnCreateWindow(modal, text.c_str());
+  });
   return nullptr;
 }
 
@@ -498,7 +519,8 @@ void LarkaBrowser::keepCacheForRunningReplies() {
 }
 
 void LarkaBrowser::ClearCache() {
-  QWebSettings::clearMemoryCaches();
+  // Of pages that are on the stack one may be on its way out of the memory caches.
+  whenIdle(EngineUse::ofAnyPage(), nullptr, [] { QWebSettings::clearMemoryCaches(); });
   QAbstractNetworkCache* cache = m_webView ? page()->networkAccessManager()->cache() : nullptr;
   if (cache) cache->clear();
 }
@@ -557,41 +579,38 @@ bool LarkaBrowser::ClearCookie(const char* name) {
 
 // Navigation and history.
 
-// In these two events the engine is in the middle of starting a request, and crashes when it is
-// told to start or stop another.
-void LarkaBrowser::whenEngineIsFree(std::function<void(LarkaWebView*)> navigation) {
-  if (m_engineBusy > 0)
-    m_delayedNavigations.push_back(std::move(navigation));
-  else if (m_webView)
-    navigation(m_webView);
-}
-
-void LarkaBrowser::runDelayedNavigations() {
-  if (m_engineBusy > 0) return;  // asked for again when it is free
-  std::vector<std::function<void(LarkaWebView*)>> navigations;
-  navigations.swap(m_delayedNavigations);
-  for (auto& navigation : navigations) whenEngineIsFree(std::move(navigation));
+// A page that waits for the host can neither begin nor end a load.
+template <typename Operation>
+void LarkaBrowser::navigate(Operation operation) {
+  whenIdle(m_engineUse, this, [this, operation] {
+    if (!m_webView) return;
+    const EngineCall call(&m_engineUse);
+    operation(m_webView);
+  });
 }
 
 void LarkaBrowser::Navigate(const char* url) {
-  const QUrl address = QUrl::fromEncoded(url);
-  whenEngineIsFree([address](LarkaWebView* webView) { webView->Navigate(address); });
+  navigate(
+      [address = QUrl::fromEncoded(url)](LarkaWebView* webView) { webView->Navigate(address); });
 }
 
+// A host that tries again whenever a load has failed means that load, not the one that has replaced
+// it; and if it ended that one, it would try again for ever.
 void LarkaBrowser::Reload() {
-  whenEngineIsFree([](LarkaWebView* webView) { webView->reload(); });
+  if (m_endOfReplacedLoad) return;
+  navigate([](LarkaWebView* webView) { webView->reload(); });
 }
 
 void LarkaBrowser::Back() {
-  whenEngineIsFree([](LarkaWebView* webView) { webView->back(); });
+  navigate([](LarkaWebView* webView) { webView->back(); });
 }
 
 void LarkaBrowser::Forward() {
-  whenEngineIsFree([](LarkaWebView* webView) { webView->forward(); });
+  navigate([](LarkaWebView* webView) { webView->forward(); });
 }
 
 void LarkaBrowser::Stop() {
-  whenEngineIsFree([](LarkaWebView* webView) { webView->stop(); });
+  navigate([](LarkaWebView* webView) { webView->stop(); });
 }
 
 int LarkaBrowser::GetHistoryLength() {
@@ -622,6 +641,7 @@ std::string LarkaBrowser::GetTitle() {
 // Only single quotes are escaped; hosts rely on what becomes of the rest.
 std::string LarkaBrowser::ExecuteJavascript(const char* script) {
   if (!m_webView) return std::string();
+  const EngineCall call(&m_engineUse);
   QString escaped = fromHost(script);
   escaped.replace(QLatin1Char('\''), QLatin1String("\\'"));
   const QString code = QLatin1String("eval('") + escaped + QLatin1String("').toString();");
@@ -643,8 +663,9 @@ std::string LarkaBrowser::GetMetaTagValue(const char* name) {
 void LarkaBrowser::SetZoomLevel(double percent) {
   using Factor = std::numeric_limits<float>;  // the engine's own
   const double factor = percent / 100;
-  if (m_webView && factor >= Factor::min() && factor <= Factor::max())
-    m_webView->setZoomFactor(factor);
+  if (!m_webView || !(factor >= Factor::min() && factor <= Factor::max())) return;
+  const EngineCall call(&m_engineUse);
+  m_webView->setZoomFactor(factor);
 }
 
 double LarkaBrowser::GetZoomLevel() { return m_webView ? m_webView->zoomFactor() * 100 : 0.0; }
@@ -654,25 +675,33 @@ void LarkaBrowser::Scroll(Directions direction, int amount) {
     case DIRECTION_DOWN:
       return Scroll(0, amount);
     case DIRECTION_UP:
-      return Scroll(0, negated(amount));
+      return scrollBy(0, -qint64(amount));
     case DIRECTION_RIGHT:
       return Scroll(amount, 0);
     case DIRECTION_LEFT:
-      return Scroll(negated(amount), 0);
+      return scrollBy(-qint64(amount), 0);
     default:
       return Scroll(0, 0);
   }
 }
 
-void LarkaBrowser::Scroll(int dx, int dy) {
-  if (m_webView) mainFrame()->scroll(dx, dy);
+void LarkaBrowser::Scroll(int dx, int dy) { scrollBy(dx, dy); }
+
+void LarkaBrowser::scrollBy(qint64 dx, qint64 dy) {
+  if (!m_webView) return;
+  const EngineCall call(&m_engineUse);
+  mainFrame()->scroll(inReach(dx), inReach(dy));
 }
 
 void LarkaBrowser::ScrollToPoint(int x, int y) {
   if (!m_webView) return;
-  const QPoint point(x, y);
+  const EngineCall call(&m_engineUse);
+  const QPoint point(inReach(x), inReach(y));
   const double zoom = m_webView->zoomFactor();
-  mainFrame()->setScrollPosition(zoom == 1.0 ? point : scaled(point, zoom));
+  const QPointF target =
+      zoom == 1.0 ? point : QTransform::fromScale(zoom, zoom).map(QPointF(point));
+  mainFrame()->setScrollPosition(
+      QPoint(inReach(qRound64(target.x())), inReach(qRound64(target.y()))));
 }
 
 void LarkaBrowser::GetViewPort(int* x, int* y, int* width, int* height) {
@@ -704,11 +733,11 @@ int LarkaBrowser::GetHeight() {
 
 // Input.
 
-// The page may open an event loop of its own meanwhile, which only HiddenView ends; a browser that
-// has been taken out of the scene, to be destroyed or by its manager's end, gets no input any more.
+// A browser that has been taken out of the scene, to be destroyed or by its manager's end, gets no
+// input any more.
 void LarkaBrowser::sendToPage(QEvent* event) {
   if (!m_webView || !m_webView->scene()) return;
-  HostCalls::Scope scope(&m_hostCalls);
+  const EngineCall call(&m_engineUse);
   page()->event(event);
 }
 
@@ -753,9 +782,12 @@ void LarkaBrowser::MouseUp(int x, int y, int) {
 // Tested first: the control is what was there before the click.
 void LarkaBrowser::MouseClick(int x, int y, int reserved) {
   LarkaHTMLControl control = HitTest(x, y);
+  const QPointer<LarkaBrowser> self(this);
   MouseDown(x, y, reserved);
-  MouseUp(x, y, reserved);
-  notify([&](ILarkaCallbacks* listener) { listener->OnMouseClick(control); });
+  if (self) MouseUp(x, y, reserved);
+  if (!self) return;
+  const EngineCall deliversIt(&m_engineUse);
+  post([control](ILarkaCallbacks* listener) mutable { listener->OnMouseClick(control); });
 }
 
 void LarkaBrowser::MouseWheel(Directions direction, int amount, int) {
@@ -765,8 +797,9 @@ void LarkaBrowser::MouseWheel(Directions direction, int amount, int) {
 }
 
 void LarkaBrowser::MouseWheel(int dx, int dy, int) {
+  const QPointer<LarkaBrowser> self(this);
   sendWheel(dy, Qt::Vertical);
-  sendWheel(dx, Qt::Horizontal);
+  if (self) sendWheel(dx, Qt::Horizontal);
 }
 
 void LarkaBrowser::KeyDown(int key, int modifiers) { sendKey(QEvent::KeyPress, key, modifiers); }
@@ -809,14 +842,22 @@ std::vector<LarkaHTMLControl*> LarkaBrowser::GetControls(ControlType type) {
 
 // Focus.
 
-bool LarkaBrowser::FocusNext() { return m_webView && page()->focusNextPrevChild(true); }
+bool LarkaBrowser::FocusNext() { return stepFocus(true); }
 
-bool LarkaBrowser::FocusPrev() { return m_webView && page()->focusNextPrevChild(false); }
+bool LarkaBrowser::FocusPrev() { return stepFocus(false); }
+
+bool LarkaBrowser::stepFocus(bool next) {
+  if (!m_webView) return false;
+  const EngineCall call(&m_engineUse);
+  return page()->focusNextPrevChild(next);
+}
 
 // The page image.
 
 void LarkaBrowser::Resize(int width, int height) {
-  if (m_webView) m_webView->resize(QSizeF(width, height));
+  if (!m_webView) return;
+  const EngineCall call(&m_engineUse);
+  m_webView->resize(QSizeF(width, height));
 }
 
 void LarkaBrowser::SetGlobalSurface(char*) {
@@ -840,6 +881,7 @@ unsigned char* LarkaBrowser::GetBrowserImage() {
 
 void LarkaBrowser::SaveBrowserImage(const char* path, int width, int height) {
   if (!m_webView) return;
+  const EngineCall call(&m_engineUse);
   QImage image(page()->viewportSize(), QImage::Format_ARGB32);
   image.fill(Qt::white);
   {
@@ -916,7 +958,9 @@ void LarkaBrowser::SetConfig(const char*, bool) {}
 
 // The inspector is the browser's child: it needs no pointer to it.
 ILarkaBrowser* LarkaBrowser::LaunchInspector(bool show) {
-  return m_webView ? new InspectorBrowser(this, show) : nullptr;
+  if (!m_webView) return nullptr;
+  const EngineCall call(&m_engineUse);
+  return new InspectorBrowser(this, show);
 }
 
 }  // namespace LARKA

@@ -16,12 +16,11 @@
 #include <QWebElement>
 #include <QWebPage>
 #include <QWebSettings>
-#include <functional>
-#include <optional>
 #include <utility>
 #include <vector>
 
 #include "HostCalls.h"
+#include "HostEvents.h"
 #include "larka/ILarkaBrowser.h"
 
 class LarkaSystemInfoJavaScriptObject;
@@ -56,6 +55,12 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
 
   /// The browser's item in the scene; null once the browser has been shut down.
   LarkaWebView* webView() const { return m_webView; }
+
+  /// Whether its page is on the stack.
+  const EngineUse& engineUse() const { return m_engineUse; }
+
+  /// Calls no listener any more.
+  void abandon();
 
   void Initialize(int width, int height, const char* cookiePath, const char* localStoragePath,
                   bool createScriptObject, SystemInfoData* systemInfo) override;
@@ -202,14 +207,20 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   template <typename Call>
   void notify(Call call);
 
-  /// notify() for the events during which the engine can't be told to navigate.
+  /// notify() once QtWebKit is off the stack; see HostEvents.h.
   template <typename Call>
-  void notifyWhileEngineIsBusy(Call call);
+  void post(Call call);
 
-  /// Calls a navigation now or, where the engine is in the middle of one, from the event loop.
-  void whenEngineIsFree(std::function<void(LarkaWebView*)> navigation);
-  void runDelayedNavigations();
+  /// notifyUntil() while page script waits for it.
+  template <typename Call>
+  void ask(Call call);
 
+  /// Calls `operation` with the view, to begin or end a load.
+  template <typename Operation>
+  void navigate(Operation operation);
+
+  void scrollBy(qint64 dx, qint64 dy);
+  bool stepFocus(bool next);
   void sendToPage(QEvent* event);
   void sendMouse(QEvent::Type type, const QPoint& position, Qt::MouseButton button,
                  Qt::MouseButtons buttons);
@@ -228,7 +239,6 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   std::string historyLocation(int offset) const;
   void announcePlugin(const QWebElement& element, void* handle);
   void forgetPlugins();
-  void tellHeldFinish();
   void notifyOnPluginDirty(ILarkaCallbacks* listener, const QRect& rect);
   WebPage* page() const;
   QWebFrame* mainFrame() const;
@@ -239,9 +249,11 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   LarkaWebView* m_webView = nullptr;
   QTimer* m_frameTimer = nullptr;
   QList<ILarkaCallbacks*> m_listeners;
+  bool m_abandoned = false;
+  int m_loads = 0;                   // of the page, begun so far
+  bool m_endOfReplacedLoad = false;  // while listeners hear of it
   std::vector<LarkaPluginWidget> m_pluginWidgets;
-  std::optional<bool> m_heldFinish;  // of a load, until its plug-ins are told
-  QPoint m_pointer;                  // of the last MouseMove
+  QPoint m_pointer;  // of the last MouseMove
   Qt::MouseButtons m_heldButtons = Qt::NoButton;
   QWebElement m_fullScreenElement;
   QSharedPointer<QNetworkDiskCache> m_diskCache;  // null until SetCacheParameters
@@ -250,8 +262,7 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   PublishedLarkaObject* m_scriptObject = nullptr;                // null unless asked for
   QPointer<LarkaSystemInfoJavaScriptObject> m_systemInfoObject;  // nothing sets it
   HostCalls m_hostCalls;
-  int m_engineBusy = 0;  // events on the stack during which the engine can't be told to navigate
-  std::vector<std::function<void(LarkaWebView*)>> m_delayedNavigations;
+  EngineUse m_engineUse;
 };
 
 }  // namespace LARKA

@@ -6,6 +6,8 @@
 #include <iterator>
 #include <utility>
 
+#include "ElementScript.h"
+#include "HostEvents.h"
 #include "HostText.h"
 
 namespace LARKA {
@@ -136,7 +138,7 @@ std::string LarkaHTMLControl::GetControlId() {
 }
 
 std::string LarkaHTMLControl::GetControlText() {
-  const QVariant value = d->element().evaluateJavaScript(QStringLiteral("this.value"));
+  const QVariant value = valueOn(d->element(), QStringLiteral("this.value"));
   return toHost(value.isNull() ? d->element().attribute(QStringLiteral("value"))
                                : value.toString());
 }
@@ -144,12 +146,12 @@ std::string LarkaHTMLControl::GetControlText() {
 // The length is that of the UTF-8 text, which the page cuts to the number of characters.
 void LarkaHTMLControl::SetCaretAtEndOfControl() {
   const QString end = QString::number(GetControlText().size());
-  d->element().evaluateJavaScript(QStringLiteral("this.selectionStart=") + end);
-  d->element().evaluateJavaScript(QStringLiteral("this.selectionEnd=") + end);
+  runOn(d->element(), QStringLiteral("this.selectionStart=") + end);
+  runOn(d->element(), QStringLiteral("this.selectionEnd=") + end);
 }
 
 bool LarkaHTMLControl::IsControlSelected() {
-  const QVariant checked = d->element().evaluateJavaScript(QStringLiteral("this.checked"));
+  const QVariant checked = valueOn(d->element(), QStringLiteral("this.checked"));
   return checked.isNull() ? !d->element().attribute(QStringLiteral("checked")).isEmpty()
                           : checked.toBool();
 }
@@ -157,7 +159,8 @@ bool LarkaHTMLControl::IsControlSelected() {
 // The engine's own way leaves the caret, and the frame that gets the keys, where they were; the
 // script's way takes them along.
 void LarkaHTMLControl::Focus() {
-  d->element().evaluateJavaScript(QStringLiteral("this.focus()"));
+  const EngineCall call(nullptr);
+  runOn(d->element(), QStringLiteral("this.focus()"));
   d->element().setFocus();
 }
 

@@ -8,6 +8,8 @@
 #include <cstddef>
 #include <utility>
 
+#include "ElementScript.h"
+#include "HostEvents.h"
 #include "HostText.h"
 
 namespace LARKA {
@@ -83,8 +85,7 @@ void LarkaPluginWidget::SetAttribute(const char* name, const char* value) {
 }
 
 std::string LarkaPluginWidget::ExecuteJS(const char* script) {
-  const QVariant result = d->element().evaluateJavaScript(fromHost(script));
-  return result.toString().toLatin1().toStdString();
+  return resultOn(d->element(), fromHost(script)).toLatin1().toStdString();
 }
 
 // Its pixels.
@@ -132,12 +133,15 @@ void* LarkaPluginWidget::GetUserData() { return d->userData; }
 // Script first: it takes the frame that gets the keys along. Without a focus of its own the main
 // frame would leave the element the focus that it has in its document.
 void LarkaPluginWidget::SetFocus(bool focus) {
+  const EngineCall call(nullptr);
   QWebElement element = d->element();
   if (focus) {
-    element.evaluateJavaScript(QStringLiteral("this.focus()"));
+    runOn(element, QStringLiteral("this.focus()"));
     element.setFocus();
-  } else if (const QWebFrame* frame = element.webFrame()) {
-    element.evaluateJavaScript(QStringLiteral("this.blur()"));
+    return;
+  }
+  runOn(element, QStringLiteral("this.blur()"));
+  if (const QWebFrame* frame = element.webFrame()) {
     frame->page()->mainFrame()->setFocus();
   }
 }

@@ -7,6 +7,7 @@
 #include <QWebPage>
 #include <utility>
 
+#include "HostEvents.h"
 #include "PluginPlaceholder.h"
 #include "WebElement.h"
 
@@ -131,7 +132,7 @@ QObject* PluginFactory::create(const QString&, const QUrl&, const QStringList&,
   auto* self = const_cast<PluginFactory*>(this);  // the toolkit's signature; nothing here is const
   auto* placeholder = new PluginPlaceholder;
   self->m_created.emplace_back(placeholder);
-  QMetaObject::invokeMethod(self, &PluginFactory::announce, Qt::QueuedConnection);
+  postHostEvent(self, [self] { self->announce(); });
   return placeholder;
 }
 

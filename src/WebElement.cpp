@@ -4,6 +4,8 @@
 #include <QWebFrame>
 #include <QWebPage>
 
+#include "ElementScript.h"
+
 namespace LARKA {
 
 // A page that the engine keeps for going back to still has its frames; what it lost is its place in
@@ -31,7 +33,7 @@ bool WebElement::isInPage(const QWebElement& element) {
 QRect WebElement::currentGeometry(QWebElement element) {
   const QString width = QStringLiteral("width");
   if (element.document().styleProperty(width, QWebElement::ComputedStyle).isNull())
-    element.evaluateJavaScript(QStringLiteral("this.offsetWidth"));
+    runOn(element, QStringLiteral("this.offsetWidth"));
   return element.geometry();
 }
 

@@ -230,7 +230,7 @@ TEST_F(DialogsTest, ABrowserIsNotDestroyedUnderADialogOfItsPage) {
     ASSERT_TRUE(host.load(
         other, &recorder,
         std::string("<style>*{margin:0}</style><button onclick=\"setTimeout(function(){") + opens +
-            ";console.log('survived')},5)\">x</button><input type=color id=c>"));
+            ";alert('survived')},5)\">x</button><input type=color id=c>"));
     recorder.events.clear();
     other->MouseClick(5, 5, 0);
     host.manager->DestroyBrowser(other, false);

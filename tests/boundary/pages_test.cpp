@@ -105,6 +105,19 @@ TEST_F(PagesTest, AFailedLoadLeavesTheBrowserUsable) {
     EXPECT_EQ(script("1+1"), "2") << row.what;
   }
   EXPECT_TRUE(visit(server.url("/good")));
+
+  // Once the server is back, the page comes by reloading, and history doesn't grow.
+  ASSERT_TRUE(end([&] { browser->Navigate(gone.url("/late").c_str()); }));
+  const int entries = browser->GetHistoryLength();
+  ASSERT_TRUE(end([this] { browser->Reload(); }));
+  EXPECT_FALSE(recorder.ok);
+  test::HttpServer back(gone.port());
+  back.page("/late", "<title>Back</title>");
+  ASSERT_TRUE(end([this] { browser->Reload(); }));
+  EXPECT_EQ(browser->GetTitle(), "Back");
+  EXPECT_EQ(browser->GetCurrentLocation(), gone.url("/late"));
+  EXPECT_EQ(browser->GetHistoryLength(), entries);
+  EXPECT_EQ(browser->GetPrevLocation(), server.url("/good"));
 }
 
 TEST_F(PagesTest, ScriptIsEscapedNarrowly) {
@@ -156,6 +169,17 @@ TEST_F(PagesTest, ZoomScrollAndViewportAgree) {
     browser->Scroll(static_cast<LARKA::Directions>(7), 50);
     browser->GetViewPort(&x, &y, nullptr, nullptr);
     EXPECT_EQ(std::to_string(x) + "," + std::to_string(y), "0,0") << percent;
+    for (const auto& toTheEnd : std::vector<std::function<void()>>{
+             [this] { browser->Scroll(INT_MAX, INT_MAX); },
+             [this] { browser->Scroll(INT_MAX, INT_MAX); },
+             [this] { browser->ScrollToPoint(INT_MAX, INT_MAX); },
+         }) {
+      toTheEnd();
+      EXPECT_EQ(script("scrollX>0&&scrollX+innerWidth>=3000-1&&scrollY>scrollX"), "true")
+          << percent;
+    }
+    browser->ScrollToPoint(INT_MIN, INT_MIN);
+    EXPECT_EQ(script("scrollX+scrollY"), "0") << percent;
     browser->GetFrameContentSize(contentWidth, contentHeight);
     EXPECT_EQ(contentWidth, 30 * percent);
     EXPECT_EQ(contentHeight, 30 * percent);

@@ -4,6 +4,12 @@
 
 namespace LARKA {
 
+qint64 cacheLimit(int sizeInMegabytes) {
+  const qint64 kDefaultBytes = 209715200;
+  if (sizeInMegabytes < 0) return kDefaultBytes;
+  return static_cast<qint32>(static_cast<quint32>(sizeInMegabytes) << 20);
+}
+
 CacheWrapper::CacheWrapper(QNetworkDiskCache* target) : m_target(target) {}
 
 QNetworkCacheMetaData CacheWrapper::metaData(const QUrl& url) { return m_target->metaData(url); }

@@ -30,4 +30,8 @@ class CacheWrapper : public QAbstractNetworkCache {
   QNetworkDiskCache* m_target;
 };
 
+/// The size in bytes of a cache that a host limits to so many MiB; negative stands for 200. The
+/// multiplication wraps in 32 bits: hosts count on what becomes of sizes from 2048 on.
+qint64 cacheLimit(int sizeInMegabytes);
+
 }  // namespace LARKA

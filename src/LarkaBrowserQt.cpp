@@ -49,7 +49,6 @@ namespace {
 const int kPagesInCache = 5;
 const int kFrameIntervalMilliseconds = 33;
 const size_t kPluginsToForgetAfter = 100;
-const qint64 kDefaultCacheBytes = 209715200;  // 200 MiB
 
 QNetworkProxy::ProxyType toolkitProxyType(ProxyType type) {
   switch (static_cast<unsigned>(type)) {
@@ -495,7 +494,6 @@ void LarkaBrowser::SetUserAgent(const char* userAgent) {
 
 QMap<QString, QWeakPointer<QNetworkDiskCache>> LarkaBrowser::s_allCaches;
 
-// The shift is in 32 bits: hosts count on what becomes of sizes from 2048 on.
 void LarkaBrowser::SetCacheParameters(const char* directory, int sizeInMegabytes) {
   if (!m_webView) return;
   const QString key = fromHost(directory);
@@ -506,8 +504,7 @@ void LarkaBrowser::SetCacheParameters(const char* directory, int sizeInMegabytes
     m_diskCache->setCacheDirectory(key);
     s_allCaches[key] = m_diskCache;
   }
-  const auto bytes = static_cast<qint32>(static_cast<quint32>(sizeInMegabytes) << 20);
-  m_diskCache->setMaximumCacheSize(sizeInMegabytes < 0 ? kDefaultCacheBytes : bytes);
+  m_diskCache->setMaximumCacheSize(cacheLimit(sizeInMegabytes));
   page()->networkAccessManager()->setCache(new CacheWrapper(m_diskCache.data()));
 }
 

@@ -23,9 +23,9 @@ NetworkAccessManager::NetworkAccessManager(QObject* parent) : QNetworkAccessMana
 QNetworkReply* NetworkAccessManager::createRequest(Operation op, const QNetworkRequest& request,
                                                    QIODevice* outgoingData) {
   QNetworkRequest sent(request);
-  // QtWebKit always sets the header, and Qt drops it when it is empty, to send one of its own. A
-  // blank goes out as an empty one.
-  if (!sent.hasRawHeader(kUserAgent)) sent.setRawHeader(kUserAgent, " ");
+  // QtWebKit always sets the header. Qt sends one of its own in place of an empty one, but takes a
+  // blank, which goes out empty.
+  if (sent.rawHeader(kUserAgent).isEmpty()) sent.setRawHeader(kUserAgent, " ");
   QNetworkReply* reply = QNetworkAccessManager::createRequest(op, sent, outgoingData);
   reply->setReadBufferSize(kReadBufferBytes);
   connect(reply, SIGNAL(errorOccurred(QNetworkReply::NetworkError)), this,

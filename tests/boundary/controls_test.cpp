@@ -120,7 +120,8 @@ TEST_F(ControlsTest, GetControlsTakesAllInputsForOneTagInDocumentOrder) {
 
 TEST_F(ControlsTest, TextAndStateAreThoseOfNow) {
   ASSERT_TRUE(
-      load("<meta charset=utf-8><input id=t value=abc><input id=n value='äöüäö'><input id=c "
+      load("<style>#t{color:rgb(4,5,6)}</style><meta charset=utf-8><input id=t value=abc><input "
+           "id=n value='äöüäö'><input id=c "
            "type=checkbox checked><a id=x value=attribute>x</a><select id=s><option>1<option "
            "selected>2</select>"));
   script("document.getElementById('t').value='abcd';document.getElementById('c').checked=false");
@@ -135,6 +136,7 @@ TEST_F(ControlsTest, TextAndStateAreThoseOfNow) {
   name.SetStyleProperty("color", "rgb(1, 2, 3)");
   name.SetStyleProperty("no such thing", "\xff");
   EXPECT_EQ(name.GetStyleProperty("color"), "rgb(1, 2, 3)");
+  EXPECT_EQ(control(CONTROL_TEXT, "t").GetStyleProperty("color"), "rgb(4, 5, 6)");
   EXPECT_EQ(name.GetStyleProperty("no such thing"), "");
 
   script(
@@ -203,6 +205,8 @@ TEST_F(ControlsTest, GeometryIsThatOfNow) {
       "9px'");
   script("Object.defineProperty(HTMLElement.prototype,'offsetWidth',{get:function(){alert(1)}})");
   EXPECT_EQ(rect(input), "200,150 50x20");
+  EXPECT_EQ(zoomRect(text), "9,9 200x100");
+  script("document.body.style.height='2000px';scrollTo(0,40)");
   EXPECT_EQ(zoomRect(text), "9,9 200x100");
   EXPECT_EQ(recorder.count("OnJavaScriptAlert"), 0) << "the page overheard it";
   text.GetZoomRect(nullptr, nullptr, nullptr, nullptr);

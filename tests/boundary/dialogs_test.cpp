@@ -205,6 +205,12 @@ function(){place='told'},function(e){place='refused '+e.code});else place='refus
   recorder.finished = false;
   browser->Navigate(server.url("/secret").c_str());
   EXPECT_TRUE(host.pumpUntil([this] { return recorder.finished; }));
+
+  // The manager does not end underneath a dialog.
+  ASSERT_TRUE(load("<input type=color style='position:absolute;left:0;top:0'>"));
+  host.manager->Shutdown(false);
+  browser->MouseClick(5, 10, 0);
+  host.pumpFor(20);
 }
 
 // Of an address that is script, and of one that the engine keeps the page from.

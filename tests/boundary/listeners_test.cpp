@@ -102,13 +102,24 @@ TEST_F(ListenersTest, MayNavigateInAnyEvent) {
 }
 
 TEST_F(ListenersTest, HearOfLinkNavigationsButNotOfScriptedOnes) {
-  ASSERT_TRUE(load("<a id=link href='#there'>go</a>"));
+  ASSERT_TRUE(load("<title>first</title>"));
+  ASSERT_TRUE(load("<a href='#there'>go</a><form><button></button></form>"));
   EXPECT_EQ(recorder.count("OnAcceptNavigationRequest"), 0);
-  browser->ExecuteJavascript("document.getElementById(\"link\").click()");
-  ASSERT_TRUE(host.pumpUntil([&] { return recorder.count("OnAcceptNavigationRequest") == 1; }));
-  browser->ExecuteJavascript("location.href=\"#elsewhere\"");
-  host.pumpFor(100);
-  EXPECT_EQ(recorder.count("OnAcceptNavigationRequest"), 1);
+  const std::pair<std::function<void()>, int> rows[] = {
+      {[this] { script("document.querySelector('a').click()"); }, 1},
+      {[this] { script("location.href='#elsewhere'"); }, 0},
+      {[this] { script("document.querySelector('button').click()"); }, 1},
+      {[this] { browser->Reload(); }, 1},
+      {[this] { browser->Back(); }, 1},
+      {[this] { browser->Forward(); }, 1},
+      {[this] { browser->Navigate("data:text/html,x"); }, 0},
+  };
+  for (const auto& row : rows) {
+    recorder.events.clear();
+    row.first();
+    settle();
+    EXPECT_EQ(recorder.count("OnAcceptNavigationRequest"), row.second) << &row - rows;
+  }
 }
 
 }  // namespace

@@ -39,6 +39,19 @@ class NetworkTest : public test::BrowserTest {
   ILarkaBrowser* second = nullptr;
 };
 
+TEST_F(NetworkTest, RequestsCarryTheUserAgent) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"Television/1.0", "User-Agent: Television/1.0\r\n"},
+      {"", "User-Agent:  \r\n"},
+      {nullptr, "AppleWebKit"}};
+  for (const auto& [agent, sent] : rows) {
+    browser->SetUserAgent(agent);
+    ASSERT_TRUE(visit(server.url("/")));
+    const std::string headers = server.requests("/").back().headers;
+    EXPECT_NE(headers.find(sent), std::string::npos) << headers;
+  }
+}
+
 TEST_F(NetworkTest, PagesComeThroughAnHttpProxy) {
   test::TemporaryDirectory directory;
   const int port = test::freePort();
@@ -195,7 +208,8 @@ TEST_F(NetworkTest, BrowsersOfADirectoryShareItsCache) {
   browser->ClearCache();  // without a disk cache
   browser->SetCacheParameters(directory.c_str(), 50);
   ASSERT_TRUE(visit(server.url("/cached")));
-  secondBrowser()->SetCacheParameters(directory.c_str(), -1);
+  secondBrowser()->ClearCache();  // which it has none of yet: only what is in memory
+  second->SetCacheParameters(directory.c_str(), -1);
   ASSERT_TRUE(host.visit(second, &secondRecorder, server.url("/cached")));
   EXPECT_EQ(asked(), 1u);
   second->ClearCache();

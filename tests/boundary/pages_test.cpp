@@ -184,6 +184,10 @@ TEST_F(PagesTest, ZoomScrollAndViewportAgree) {
     EXPECT_EQ(contentWidth, 30 * percent);
     EXPECT_EQ(contentHeight, 30 * percent);
   }
+  browser->SetZoomLevel(150);
+  browser->ScrollToPoint(33, 35);
+  EXPECT_EQ(script("Math.round(scrollX*1.5)+','+Math.round(scrollY*1.5)"), "50,53");
+  browser->SetZoomLevel(200);
   browser->GetViewPort(nullptr, nullptr, nullptr, nullptr);
   for (double nonsense : {0.0, -100.0, double{NAN}, double{INFINITY}, 1e308, 1e-308}) {
     browser->SetZoomLevel(nonsense);

@@ -27,6 +27,14 @@ class ElementsTest : public test::BrowserTest {
   QWebPage* page() { return larka()->webView()->page(); }
 };
 
+TEST_F(ElementsTest, WithoutScriptTheAttributesAnswer) {
+  ASSERT_TRUE(load("<input id=t value=v checked><input id=n>"));
+  larka()->SetAttribute(QWebSettings::JavascriptEnabled, false);
+  EXPECT_TRUE(control(LARKA::CONTROL_TEXT, "t").IsControlSelected());
+  EXPECT_FALSE(control(LARKA::CONTROL_TEXT, "n").IsControlSelected());
+  EXPECT_EQ(control(LARKA::CONTROL_TEXT, "t").GetControlText(), "v");
+}
+
 TEST_F(ElementsTest, APluginWithAnImageGivesItsPixelsAndNothingOutsideIt) {
   ASSERT_TRUE(
       load("<body style='margin:0;height:2000px'><embed id=e type=a/b style='position:"

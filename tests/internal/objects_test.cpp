@@ -208,6 +208,9 @@ TEST(CacheWrapperTest, ActsOnTheCacheThatItStandsFor) {
   EXPECT_EQ(cache.metaData(metaData.url()).rawHeaders().value(0).first, "X-New");
   EXPECT_TRUE(wrapper.remove(metaData.url()));
   EXPECT_FALSE(cache.metaData(metaData.url()).isValid());
+  const std::pair<int, qint64> limits[] = {
+      {-1, 209715200}, {50, 52428800}, {0, 0}, {2048, -2147483648LL}};
+  for (const auto& [megabytes, bytes] : limits) EXPECT_EQ(LARKA::cacheLimit(megabytes), bytes);
 }
 
 TEST(NetworkAccessManagerTest, TheSlotsForMaintainersWriteWhatArrives) {
@@ -344,8 +347,31 @@ TEST_F(HostApplicationTest, KeepsItsOwnObjectsWhenItPumpsFromOneOfTheirHandlers)
     EXPECT_FALSE(own.isNull()) << "deleted underneath its own handler";
     pumped = true;
   });
+  own->setSingleShot(true);
   own->start(0);
   while (!pumped) QCoreApplication::processEvents();
+
+  // In a slot of its own loop the library's objects end in a pump, but not those of a page below.
+  test::Recorder recorder;
+  LARKA::ILarkaBrowser *running = host.createBrowser(&recorder), *other = nullptr;
+  QTimer::singleShot(0, &application, [&] {
+    QPointer<QObject> ended = static_cast<LARKA::LarkaBrowser*>(host.createBrowser(nullptr));
+    host.manager->DestroyBrowser(static_cast<LARKA::LarkaBrowser*>(ended.data()), false);
+    host.manager->PumpEvents();
+    EXPECT_TRUE(ended.isNull());
+    running->ExecuteJavascript("alert(1)");
+    application.quit();
+  });
+  recorder.onEvent = [&](const std::string& event) {
+    if (event != "OnJavaScriptAlert 1") return;
+    other = host.createBrowser(nullptr);
+    host.manager->DestroyBrowser(other, false);
+    host.manager->DestroyBrowser(running, false);
+    host.manager->PumpEvents();
+  };
+  application.exec();
+  EXPECT_EQ(recorder.count("OnJavaScriptAlert"), 1);
+  host.manager->PumpEvents();
   host.manager->Shutdown(true);
 }
 

@@ -139,9 +139,14 @@ TEST_F(PaintingTest, ARectangleThatComesAfterThePaintIsPaintedAllTheSame) {
   ASSERT_TRUE(load(kPage));
   QSignalSpy dirty(view(), SIGNAL(dirty(QRect)));
   view()->hostImage()->fill(Qt::magenta);
+  int noticesInPaint = -1;
+  QObject::connect(view(), &LarkaWebView::dirty, [&] { noticesInPaint = recorder.dirty; });
+  const int notices = recorder.dirty;
   larka()->addRect(QRect(100, 40, 30, 20));
   drain();
   ASSERT_EQ(dirty.count(), 1);
+  EXPECT_EQ(noticesInPaint, notices) << "a listener was called from inside painting";
+  EXPECT_EQ(recorder.dirty, notices + 1);
   const QRect repainted(100, 40, 30, 20);
   EXPECT_EQ(dirty[0][0].toRect(), repainted);
   EXPECT_TRUE(equal(pageImage().copy(repainted), freshRender().copy(repainted)));
@@ -181,6 +186,25 @@ TEST_F(PaintingTest, ATransparentPageIsPaintedFromTransparent) {
     drain();
   }
   EXPECT_EQ(qAlpha(pageImage().pixel(200, 60)), 127);
+}
+
+TEST_F(PaintingTest, SizesAreCutToWholePixels) {
+  view()->resize(QSizeF(799.9, 100.9));
+  EXPECT_EQ(browser->GetWidth(), 799);
+  EXPECT_EQ(browser->GetHeight(), 100);
+}
+
+TEST_F(PaintingTest, TheFocusedFrameIsWhatIsSavedAndMeasured) {
+  ASSERT_TRUE(
+      load("<body style='background:#ff0000'><iframe srcdoc=\"<body style='margin:0;width:900px;"
+           "height:700px;background:#00ff00'><input>\"></iframe>"));
+  script("frames[0].document.querySelector('input').focus()");
+  const QString path = QString::fromStdString(host.directory.file("frame.jpg"));
+  browser->SaveBrowserImage(path.toLatin1().constData(), 640, 360);
+  EXPECT_GT(qGreen(QImage(path).pixel(200, 100)), 200);
+  int width = 0, height = 0;
+  browser->GetFrameContentSize(width, height);
+  EXPECT_EQ(QSize(width, height), QSize(900, 700));
 }
 
 TEST_F(PaintingTest, AScrollMarksTheWholeViewWhateverMoved) {

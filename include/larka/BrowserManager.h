@@ -47,10 +47,10 @@ class LARKA_EXPORT BrowserManager {
   /// Shutdown, and where the host's own application object is not a QApplication.
   ILarkaBrowser* CreateBrowser();
 
-  /// Destroys a browser made by CreateBrowser; null is ignored. With `immediate` it is destroyed
-  /// before the call returns, which must not be asked for from inside one of its own callbacks.
-  /// Otherwise it is destroyed by the next PumpEvents or pass of RunEventLoop, but never while one
-  /// of its callbacks is still running. An inspector (ILarkaBrowser::LaunchInspector) is only shut
+  /// Destroys a browser made by CreateBrowser; null is ignored. With `immediate` it calls no
+  /// listener any more and is destroyed before the call returns or, inside an event that its page
+  /// waits for, when the page's script has ended. Otherwise it is destroyed by the next PumpEvents
+  /// or pass of RunEventLoop, but never while one of its callbacks is still running. An inspector (ILarkaBrowser::LaunchInspector) is only shut
   /// down: it belongs to its browser.
   void DestroyBrowser(ILarkaBrowser* browser, bool immediate);
 

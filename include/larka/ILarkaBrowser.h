@@ -55,7 +55,7 @@ class LARKA_EXPORT ILarkaBrowser {
 
   /// Gives up the page and everything it holds, ahead of BrowserManager::DestroyBrowser. Afterwards
   /// the browser can only be destroyed: every other operation does nothing and returns an empty
-  /// result. Not to be called from inside a callback of this browser.
+  /// result.
   virtual void Shutdown() = 0;
 
   /// Registers a listener, which the host keeps and must remove or outlive. A listener registered
@@ -234,8 +234,8 @@ class LARKA_EXPORT ILarkaBrowser {
   /// view pixels. Pointers may be null.
   virtual void GetViewPort(int* x, int* y, int* width, int* height) = 0;
 
-  /// The content of the first `meta` tag in the page's head with this name or, where none has it,
-  /// with this `http-equiv`; in names capitals and small letters differ.
+  /// The content of the first `meta` tag in the page's head with this `name` or, where none has it,
+  /// with this `http-equiv`. Capitals matter in a `name` and not in an `http-equiv`.
   virtual std::string GetMetaTagValue(const char* name) = 0;
 
   // The page image.

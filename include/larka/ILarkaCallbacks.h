@@ -18,10 +18,14 @@ class LarkaPluginWidget;
 /// Every operation is called on the thread that pumps events, on every registered listener in the
 /// order of registration, once for each time it is registered. The listeners of an event are those
 /// registered when it began: one that is added or removed by a listener takes part from the next
-/// event on. A listener may call back into its browser and may destroy it with `immediate` false.
-/// Two events come while the engine is starting a request, OnCreatingRequest and OnLoadProgress:
-/// loading, stopping and history are carried out after them, and a script that replaces the
-/// document must not be run in them.
+/// event on.
+///
+/// A listener may do anything: call any operation of any browser, pump, destroy the browser that
+/// calls it. Events come one after another, in order: at the end of the host's call that caused
+/// them, or while the host pumps. What a listener causes is an event of its own, after the present
+/// one. Page script waits for some events: alert, confirm, prompt, file chooser, OnExecuteInLarka.
+/// In those, loading, stopping, history and destroying the browser take effect once the script has
+/// ended, and so do the events that they cause.
 ///
 /// Text arguments are NUL-terminated UTF-8 and valid only during the call; returned text is UTF-8.
 /// The order of the operations is part of the binary interface.
@@ -33,7 +37,8 @@ class LARKA_EXPORT ILarkaCallbacks {
   virtual void OnLoadStarted() = 0;
 
   /// A page load has ended. `ok` is false when the page could not be loaded or was stopped; the
-  /// browser then shows an empty page titled "Failed loading page", or what it had received.
+  /// browser then shows an empty page titled "Failed loading page", or what it had received. A load
+  /// that another one replaces ends so before the other begins.
   virtual void OnLoadFinished(bool ok) = 0;
 
   /// A page load has come to `percent` of 100.

@@ -14,8 +14,10 @@ class LarkaPluginWidgetPrivate;
 /// call (ILarkaCallbacks::OnPluginCreated), or by value (ILarkaBrowser::GetPluginWidgets).
 ///
 /// Every `object` of a media or television type is one: video, audio, Flash, and what hybrid
-/// television defines (the broadcast, conditional access and smart cards, the receiver). So is
-/// every `embed` but those that the engine shows itself: images, and HTML, SVG and other XML.
+/// television defines (the broadcast, conditional access and smart cards, the receiver). One of any
+/// other type that QtWebKit doesn't show itself is one if it has no fallback content; otherwise its
+/// fallback is shown. So is every `embed` but those that QtWebKit shows itself: images, and HTML,
+/// SVG and other XML.
 /// Where there is no type the extension of the address counts, and without one the engine takes the
 /// element for HTML, whatever the scheme; it never goes by an object's parameters. An `object` with
 /// a `classid` is none: the engine shows what is in it, which may be an `embed`. An element that is

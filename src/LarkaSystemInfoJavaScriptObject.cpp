@@ -1,5 +1,7 @@
 #include "larka/LarkaSystemInfoJavaScriptObject.h"
 
+#include <algorithm>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 
@@ -11,7 +13,10 @@ namespace {
 // The path and the line numbers are part of the texts that hosts know.
 const char kSourcePath[] = "src/LarkaSystemInfoJavaScriptObject.cpp";
 
-int number(const char* text) { return text ? static_cast<int>(strtol(text, nullptr, 10)) : 0; }
+int number(const char* text) {
+  if (!text) return 0;
+  return static_cast<int>(std::clamp<long>(strtol(text, nullptr, 10), INT_MIN, INT_MAX));
+}
 
 QString decimal(int number) { return QString::number(number, 10); }
 

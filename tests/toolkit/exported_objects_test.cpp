@@ -38,6 +38,20 @@ TEST(SystemInfoTest, GivesTheRecordToScript) {
             "src/LarkaSystemInfoJavaScriptObject.cpp::printDebug(31) DEBUG:\t\u00e9\u20ac\n");
 }
 
+TEST(SystemInfoTest, NumbersStayWithin32Bits) {
+  const std::pair<const char*, const char*> rows[] = {{"-7", "-7"},
+                                                      {"4294967297", "2147483647"},
+                                                      {"-4294967297", "-2147483648"},
+                                                      {"99999999999999999999", "2147483647"},
+                                                      {nullptr, "0"}};
+  for (const auto& [text, expected] : rows) {
+    SystemInfoData info = {"", "", "", "", text, text, "", "", ""};
+    const LarkaSystemInfoJavaScriptObject object(nullptr, &info);
+    EXPECT_EQ(object.resolution(), expected);
+    EXPECT_EQ(object.network(), expected);
+  }
+}
+
 TEST(SystemInfoTest, WithoutARecordSaysSoAndIsEmpty) {
   testing::internal::CaptureStderr();
   const LarkaSystemInfoJavaScriptObject object(nullptr, nullptr);

@@ -7,8 +7,30 @@
 
 #include "Trie.h"
 
+// Ends the text of a cookie whose name, value and path are percent-encoded. No other text ends like
+// this: a field with a ";" is always encoded.
+static const char kEncoded[] = "; encoded";
+
+// Whether a field reads back as it is from a Set-Cookie text.
+static bool isPlain(const QByteArray& field) {
+  return field.trimmed() == field && std::none_of(field.begin(), field.end(), [](char c) {
+           return (c >= 0 && c < ' ') || c == 0x7f || c == ';';
+         });
+}
+
 QDataStream& operator<<(QDataStream& stream, const QNetworkCookie& cookie) {
-  return stream << cookie.toRawForm(QNetworkCookie::Full);
+  const QByteArray path = cookie.path().toUtf8();
+  const bool plain = isPlain(cookie.name()) && !cookie.name().contains('=') &&
+                     isPlain(cookie.value()) && isPlain(path);
+  QNetworkCookie written(cookie);
+  if (!plain) {
+    written.setName(cookie.name().toPercentEncoding());
+    written.setValue(cookie.value().toPercentEncoding());
+    written.setPath(QString::fromLatin1(path.toPercentEncoding("/")));
+  }
+  // The zone of an IPv6 host may hold anything. Such a cookie is lost: its node can't name it.
+  if (!isPlain(cookie.domain().toUtf8())) written.setDomain(QString());
+  return stream << written.toRawForm(QNetworkCookie::Full) + (plain ? "" : kEncoded);
 }
 
 // The toolkit writes the numeric domains of IPv6 hosts and can't read them.
@@ -34,8 +56,15 @@ QDataStream& operator>>(QDataStream& stream, QNetworkCookie& cookie) {
   if (text.size() > kLongestText) return stream;
   const int line = text.indexOf('\n');
   if (line >= 0) text.truncate(line);
+  const bool encoded = text.endsWith(kEncoded);
   const QList<QNetworkCookie> cookies = parsed(text);
-  if (!cookies.isEmpty()) cookie = cookies.first();
+  if (cookies.isEmpty()) return stream;
+  cookie = cookies.first();
+  if (!encoded) return stream;
+  cookie.setName(QByteArray::fromPercentEncoding(cookie.name()));
+  cookie.setValue(QByteArray::fromPercentEncoding(cookie.value()));
+  const QByteArray path = QByteArray::fromPercentEncoding(cookie.path().toUtf8());
+  cookie.setPath(QString::fromStdString(path.toStdString()));  // with any NUL in it
   return stream;
 }
 
@@ -87,6 +116,14 @@ QString normalized(const QString& domain) { return QUrl::fromAce(QUrl::toAce(dom
 
 bool shorterPaths(const QNetworkCookie& a, const QNetworkCookie& b) {
   return b.path().length() < a.path().length();
+}
+
+/// Whether a cookie that was read may be in the node at `keys`.
+bool mayBeAt(const QNetworkCookie& cookie, const QStringList& keys) {
+  const QStringList labels = splitHost(cookie.domain());
+  if (labels.isEmpty() || cookie.domain().length() > kLongestDomain) return false;
+  // A file may spell an international name in a way that this toolkit doesn't.
+  return labels == keys || labels == splitHost(normalized(keys.join(QLatin1Char('.'))));
 }
 
 }  // namespace
@@ -163,8 +200,8 @@ void NetworkCookieJarPrivate::removeNamesake(const QNetworkCookie& cookie,
   if (old != neighbours.end()) tree.remove(labels, *old);
 }
 
-/// Builds a tree that was damaged anew, of the cookies in it: those without a domain get that of
-/// their node, those that could not be read go.
+/// Rebuilds a tree that is damaged, or holds what it may not, from the cookies that may stay. Those
+/// without a domain get that of their node.
 void NetworkCookieJarPrivate::repair() {
   bool sound = tree.isConsistent();
   QList<QNetworkCookie> found;
@@ -173,10 +210,12 @@ void NetworkCookieJarPrivate::repair() {
     std::reverse(keys.begin(), keys.end());
     for (QNetworkCookie cookie : node.values) {
       if (splitHost(cookie.domain()) != keys) sound = false;
-      if (cookie == QNetworkCookie()) continue;
+      if (cookie.name().isEmpty()) continue;
       if (cookie.domain().isEmpty()) cookie.setDomain(normalized(keys.join(QLatin1Char('.'))));
-      const int length = cookie.domain().length();
-      if (length > 0 && length <= kLongestDomain) found.append(cookie);
+      if (mayBeAt(cookie, keys))
+        found.append(cookie);
+      else
+        sound = false;
     }
   });
   if (sound) return;

@@ -50,7 +50,7 @@ class NetworkCookieJar : public QNetworkCookieJar {
 
 }  // namespace LARKA
 
-/// A cookie as a byte array with the text of a Set-Cookie header. Reading one that can't be parsed
-/// leaves `cookie` as it was.
+/// A cookie as a byte array with the text of a Set-Cookie header, percent-encoded where that can't
+/// carry it as it is. Reading one that can't be parsed leaves `cookie` as it was.
 QDataStream& operator<<(QDataStream& stream, const QNetworkCookie& cookie);
 QDataStream& operator>>(QDataStream& stream, QNetworkCookie& cookie);

@@ -1,4 +1,5 @@
-// Feeds the reader of the cookie file with whatever libFuzzer comes up with; see scripts/fuzz.sh.
+// Feeds the reader of the cookie file with whatever libFuzzer comes up with, as a file and as what
+// a page chooses; see scripts/fuzz.sh.
 #include <QNetworkCookie>
 #include <QUrl>
 #include <cstdlib>
@@ -25,6 +26,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const QByteArray saved = jar.saveState();
   LARKA::NetworkCookieJar copy;
   require(copy.restoreState(saved));
+  require(copy.saveState() == saved);
   jar.endSession();
+
+  QUrl page(url);
+  page.setPath(QLatin1Char('/') + QString::fromUtf8(state.constData(), state.size()));
+  const int half = state.size() / 2;
+  LARKA::NetworkCookieJar chosen;
+  chosen.setCookiesFromUrl({QNetworkCookie("n" + state.left(half), state.mid(half))}, page);
+  require(copy.restoreState(chosen.saveState()));
+  require(copy.cookiesForUrl(page) == chosen.cookiesForUrl(page));
+  require(copy.saveState() == chosen.saveState());
   return 0;
 }

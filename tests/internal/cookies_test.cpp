@@ -221,22 +221,21 @@ QByteArray node(const QList<QByteArray>& cookies, const QStringList& keys,
 
 TEST(CookieStateTest, DamagedTreesAreReadAndWork) {
   const QByteArray header = QByteArray::fromHex("000000ae00000001");
-  const QByteArray org = node({"o=1; domain=org.org; path=/"}, {}, {});
-  const QByteArray com = node({"c=1; domain=com.com; path=/"}, {}, {});
-  const std::pair<const char*, QByteArray> rows[] = {
-      {"unsorted keys", node({}, {"org", "com"}, {org, com})},
-      {"a key twice", node({}, {"com", "com"}, {org, com})},
-      {"more keys than children", node({}, {"a", "b", "com"}, {org, com})},
-      {"more children than keys", node({}, {"com"}, {org, com})},
-      {"in good order", node({}, {"com", "org"}, {com, org})},
+  const QByteArray org = node({"o=1; domain=org; path=/"}, {}, {});
+  const QByteArray com = node({"c=1; domain=com; path=/"}, {}, {});
+  const std::pair<QByteArray, const char*> rows[] = {
+      {node({}, {"com", "org"}, {com, org}), "c=1 o=1"},
+      {node({}, {"org", "com"}, {org, com}), "c=1 o=1"},
+      {node({}, {"com", "com"}, {org, com}), "c=1"},
+      {node({}, {"com", "com"}, {com, com}), "c=1 c=1"},
+      {node({}, {"a", "com", "org"}, {org, com}), "c=1"},  // more keys than children
+      {node({}, {"org"}, {org, com}), "o=1"},
   };
-  for (const auto& row : rows) {
+  for (const auto& [bytes, expected] : rows) {
     Jar jar;
-    ASSERT_TRUE(jar.restoreState(header + row.second));
-    QStringList stored = jar.stored().split(' ');
-    stored.sort();
-    EXPECT_EQ(stored.join(' '), "c=1 o=1") << row.first;
-    expectUsable(&jar, row.first);
+    ASSERT_TRUE(jar.restoreState(header + bytes));
+    EXPECT_EQ(jar.stored(), expected);
+    expectUsable(&jar, bytes.toHex().toStdString());
   }
   const QByteArray many = QByteArray::fromHex("ffffffff");
   for (const QByteArray& bytes :
@@ -248,19 +247,75 @@ TEST(CookieStateTest, DamagedTreesAreReadAndWork) {
   }
 }
 
-TEST(CookieStateTest, CookiesInAWrongPlaceAreMovedAndUnreadableOnesGo) {
+TEST(CookieStateTest, CookiesThatMayNotBeInTheirNodeGo) {
   const QByteArray bad =
-      node({"s=1; domain=victim.com; path=/", "h=2", "; domain=x", "l=3\nl=4",
-            "f=5; domain=" + QByteArray(300, 'x'), QByteArray(1 << 20, 'y') + "=6"},
+      node({"s=1; domain=bank.test; path=/", "u=1; domain=com", "b=1; domain=sub.bad.com",
+            "x=1; domain=bad.com; path=/x;domain=bank.test;path=/;y/", "h=2",
+            "d=3; domain=.bad.com", "; domain=bad.com", "l=4\nl=5",
+            "f=6; domain=" + QByteArray(300, 'x'), QByteArray(1 << 20, 'y') + "=7"},
            {}, {});
+  const QByteArray ace = node({"i=1; domain=xn--bcher-kva.de"}, {}, {});
   Jar jar;
-  ASSERT_TRUE(jar.restoreState(QByteArray::fromHex("000000ae00000001") +
-                               node({}, {"com"}, {node({}, {"bad"}, {bad})})));
-  EXPECT_EQ(jar.sent("http://bad.com/"), "h=2 l=3");
-  EXPECT_EQ(jar.sent("http://victim.com/"), "s=1");
-  EXPECT_EQ(jar.allCookies().size(), 3);
+  ASSERT_TRUE(jar.restoreState(
+      QByteArray::fromHex("000000ae00000001") +
+      node({}, {"com", "de"}, {node({}, {"bad"}, {bad}), node({}, {"xn--bcher-kva"}, {ace})})));
+  EXPECT_EQ(jar.sent("http://bad.com/"), "h=2 d=3 l=4");
+  EXPECT_EQ(jar.sent("http://xn--bcher-kva.de/"), "i=1") << "the same name, written differently";
+  EXPECT_EQ(jar.allCookies().size(), 4);
   jar.endSession();
   EXPECT_EQ(jar.allCookies().size(), 0);
+}
+
+struct FieldRow {
+  QByteArray name, value;
+  const char* url;
+};
+
+const FieldRow kFieldRows[] = {
+    {"a", "1", "http://a.test/x;domain=bank.test;path=/;y/page"},
+    {"a", "1", "http://a.test/x%0Ab=2;%20domain=bank.test/page"},
+    {"a", "1", "http://a.test/%00;%20secure/%253B/page"},
+    {"a", "1", "http://a.test/%C3%A4;%20encoded/page"},
+    {"a", "%3B", "http://a.test/%253B/%C3%A4 b/page"},
+    {"a b", "\"1,2\" = \xe4", "http://a.test/"},
+    {"a", "1; domain=bank.test; path=/", "http://a.test/"},
+    {"a", "1; encoded", "http://a.test/"},
+    {"a", QByteArray("\0\r\t\x7f\xff", 5), "http://a.test/"},
+    {"a", " 1 ", "http://a.test/"},
+    {"a=b", "", "http://a.test/"},
+    {" a ", "1", "http://[::1]/;/"},
+};
+
+TEST(CookieStateTest, WhatPagesAndHostsChooseIsReadBackAsItWas) {
+  for (const FieldRow& row : kFieldRows) {
+    Jar jar, copy;
+    ASSERT_TRUE(jar.setCookiesFromUrl({QNetworkCookie(row.name, row.value)}, QUrl(row.url)));
+    ASSERT_TRUE(copy.restoreState(jar.saveState()));
+    EXPECT_EQ(copy.allCookies(), jar.allCookies()) << row.url << row.value.toStdString();
+    EXPECT_EQ(copy.cookiesForUrl(QUrl(row.url)).size(), 1) << row.url;
+
+    // Whoever doesn't know the last attribute reads one cookie of the same host.
+    QByteArray text;
+    QDataStream stream(&text, QIODevice::WriteOnly);
+    stream << jar.allCookies().first();
+    text.remove(0, 4);
+    EXPECT_TRUE(std::all_of(text.begin(), text.end(), [](uchar c) {
+      return c >= ' ' && c != 0x7f;
+    })) << row.url;
+    const QList<QNetworkCookie> plain = QNetworkCookie::parseCookies(text);
+    if (jar.allCookies().first().domain() == "::1") continue;  // which the toolkit can't read
+    ASSERT_EQ(plain.size(), 1) << text.toStdString();
+    EXPECT_EQ(plain.first().domain(), "a.test");
+    EXPECT_TRUE(plain.first().isSessionCookie() && !plain.first().isSecure());
+  }
+  Jar jar;
+  jar.set("http://a.test/a;b/page", "a%=1");
+  EXPECT_TRUE(jar.saveState().contains("a%25=1; domain=a.test; path=/a%3Bb/; encoded"));
+  EXPECT_TRUE(jar.setCookiesFromUrl({QNetworkCookie("z", "1")},
+                                    QUrl("http://[::1%25;domain=bank.test;]/")));
+  Jar copy;
+  ASSERT_TRUE(copy.restoreState(jar.saveState()));
+  EXPECT_EQ(copy.stored(), "a%=1");
 }
 
 TEST(CookieStateTest, ATreeIsNeverTooDeep) {
@@ -273,8 +328,7 @@ TEST(CookieStateTest, ATreeIsNeverTooDeep) {
   state += node({"a=1; domain=example.com; path=/"}, {}, {});
   Jar jar;
   ASSERT_TRUE(jar.restoreState(state));
-  EXPECT_EQ(jar.stored(), "a=1");
-  EXPECT_EQ(jar.sent("http://example.com/"), "a=1");
+  EXPECT_EQ(jar.stored(), "");
   expectUsable(&jar, "deep");
   jar.setAllCookies({});
   ASSERT_TRUE(jar.restoreState(state.left(600000)));

@@ -34,8 +34,8 @@ class CookieJar : public NetworkCookieJar {
   /// nothing.
   void load();
 
-  /// Writes the file, which at any time is the old one or the new one and readable by its owner
-  /// alone. One that can't be written stays as it is.
+  /// Writes the file, readable by its owner alone. At any time it is the old one or the new one,
+  /// except where it can only be written over: there it is no cookie file until it is complete.
   void save();
 
   /// Removes every cookie.

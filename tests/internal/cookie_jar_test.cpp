@@ -13,10 +13,12 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QNetworkCookie>
 #include <QTemporaryDir>
 #include <QThread>
 #include <QUrl>
+#include <optional>
 
 namespace {
 
@@ -27,6 +29,25 @@ QNetworkCookie lasting(const QByteArray& name, const QByteArray& value = "1") {
   cookie.setExpirationDate(QDateTime::currentDateTimeUtc().addYears(1));
   return cookie;
 }
+
+/// While it lives, this process may write a file, but not the folder that holds it.
+class UnwritableFolder {
+ public:
+  explicit UnwritableFolder(const QString& path)
+      : file(QFile::encodeName(path)), folder(QFile::encodeName(QFileInfo(path).path())) {
+    const uid_t kNobody = 65534;
+    EXPECT_EQ(chmod(folder.constData(), 0555), 0);
+    EXPECT_TRUE(!root || (chown(file.constData(), kNobody, -1) == 0 && seteuid(kNobody) == 0));
+  }
+  ~UnwritableFolder() {
+    EXPECT_TRUE(!root || seteuid(0) == 0);
+    EXPECT_EQ(chmod(folder.constData(), 0700), 0);
+  }
+
+ private:
+  const bool root = geteuid() == 0;
+  const QByteArray file, folder;
+};
 
 class CookieJarTest : public testing::Test {
  protected:
@@ -91,8 +112,8 @@ TEST_F(CookieJarTest, ItsEndKeepsWhatLasts) {
   {
     LARKA::CookieJar jar(path, nullptr);
     QObject::connect(&jar, &LARKA::CookieJar::changed, [] { ADD_FAILURE() << "nothing emits it"; });
-    jar.setCookiesFromUrl(
-        {lasting("kept", QByteArray(200000, 'x')), QNetworkCookie("session", "1")}, kUrl);
+    jar.setCookiesFromUrl({lasting("kept", QByteArray(4000, 'x')), QNetworkCookie("session", "1")},
+                          kUrl);
     jar.save();
     EXPECT_TRUE(bytes().contains("session"));
   }
@@ -140,31 +161,47 @@ TEST_F(CookieJarTest, AFileThatIsNoneChangesNothing) {
 }
 
 // As on a full disk: writing fails in the middle, whether the toolkit buffers the data or not.
+// Where the old file can only be written over, it stays if there is no room, and else is no cookie
+// file.
 TEST_F(CookieJarTest, AWriteThatFailsLeavesTheOldFile) {
   LARKA::CookieJar jar(path, nullptr);
   jar.setCookiesFromUrl({lasting("old")}, kUrl);
   jar.save();
-  for (int size : {4000, 40000}) {
-    const QByteArray old = bytes();
-    jar.setCookiesFromUrl({lasting("new", QByteArray(size, 'x'))}, kUrl);
-    rlimit limit = {};
-    getrlimit(RLIMIT_FSIZE, &limit);
-    const rlimit small = {1000, limit.rlim_max};
-    const auto handler = signal(SIGXFSZ, SIG_IGN);
-    setrlimit(RLIMIT_FSIZE, &small);
-    jar.save();
-    setrlimit(RLIMIT_FSIZE, &limit);
-    signal(SIGXFSZ, handler);
-    EXPECT_EQ(bytes(), old) << size;
-    EXPECT_EQ(QDir(directory.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
-    jar.save();
-    EXPECT_TRUE(bytes().contains(QByteArray(size, 'x')));
+  for (const bool replaceable : {true, false}) {
+    for (int cookies : {1, 10, 5}) {
+      std::optional<UnwritableFolder> unwritable;
+      if (!replaceable) unwritable.emplace(path);
+      const QByteArray old = bytes();
+      const ino_t before = identity();
+      jar.clear();
+      for (int i = 0; i < cookies; ++i)
+        jar.setCookiesFromUrl({lasting("c" + QByteArray::number(i), QByteArray(4000, 'x'))}, kUrl);
+      const QByteArray state = jar.saveState();
+      const bool grows = state.size() > old.size();
+      rlimit limit = {};
+      getrlimit(RLIMIT_FSIZE, &limit);
+      const rlim_t room = grows && !replaceable ? static_cast<rlim_t>(old.size()) : 1000;
+      const rlimit small = {room, limit.rlim_max};
+      const auto handler = signal(SIGXFSZ, SIG_IGN);
+      setrlimit(RLIMIT_FSIZE, &small);
+      jar.save();
+      setrlimit(RLIMIT_FSIZE, &limit);
+      signal(SIGXFSZ, handler);
+      if (grows || replaceable)
+        EXPECT_EQ(bytes(), old) << cookies;
+      else
+        EXPECT_FALSE(LARKA::NetworkCookieJar().restoreState(bytes())) << cookies;
+      EXPECT_EQ(QDir(directory.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
+      jar.save();
+      EXPECT_EQ(bytes(), state) << cookies;
+      EXPECT_EQ(identity() != before, replaceable);
+    }
   }
 }
 
 // Saves in a loop until it is killed: the file is the old one or the new one, never a part.
 TEST_F(CookieJarTest, AProcessThatIsKilledLeavesAWholeFile) {
-  const int kCookies = 200;
+  const int kCookies = 150;
   for (int kill = 0; kill < 500; ++kill) {
     const pid_t process = fork();
     if (process == 0) {

@@ -10,10 +10,13 @@
 namespace {
 
 const int kPerDomain = 10;
-const QUrl kUrl(QStringLiteral("http://www.site0.example.com/dir/page.html"));
+const int kMostOfADomain = 180;
+const int kMostInAll = 3000;
+const QUrl kUrl(QStringLiteral("http://www.site0.com/dir/page.html"));
 
 class Jar : public LARKA::NetworkCookieJar {
  public:
+  using NetworkCookieJar::allCookies;
   using NetworkCookieJar::setAllCookies;
 };
 
@@ -26,7 +29,7 @@ QList<QNetworkCookie> cookies(int count) {
   QList<QNetworkCookie> made;
   for (int i = 0; i < count; ++i) {
     QNetworkCookie cookie("name" + QByteArray::number(i % kPerDomain), QByteArray(40, 'v'));
-    cookie.setDomain(QStringLiteral("www.site%1.example.com").arg(i / kPerDomain));
+    cookie.setDomain(QStringLiteral("www.site%1.com").arg(i / kPerDomain));
     cookie.setPath(QStringLiteral("/"));
     cookie.setExpirationDate(QDateTime::currentDateTimeUtc().addYears(1));
     made.append(cookie);
@@ -44,8 +47,8 @@ void cookiesForUrl(benchmark::State& state) {
     benchmark::DoNotOptimize(found);
   }
 }
-BENCHMARK_TEMPLATE(cookiesForUrl, Jar)->Arg(10)->Arg(50000);
-BENCHMARK_TEMPLATE(cookiesForUrl, ToolkitJar)->Arg(10)->Arg(50000);
+BENCHMARK_TEMPLATE(cookiesForUrl, Jar)->Arg(10)->Arg(kMostInAll);
+BENCHMARK_TEMPLATE(cookiesForUrl, ToolkitJar)->Arg(10)->Arg(kMostInAll);
 
 template <typename AnyJar>
 void setOneCookie(benchmark::State& state) {
@@ -54,8 +57,26 @@ void setOneCookie(benchmark::State& state) {
   const QList<QNetworkCookie> one = {QNetworkCookie("name3", "new")};
   for (auto _ : state) benchmark::DoNotOptimize(jar.setCookiesFromUrl(one, kUrl));
 }
-BENCHMARK_TEMPLATE(setOneCookie, Jar)->Arg(10)->Arg(50000);
-BENCHMARK_TEMPLATE(setOneCookie, ToolkitJar)->Arg(10)->Arg(50000);
+BENCHMARK_TEMPLATE(setOneCookie, Jar)->Arg(10)->Arg(kMostInAll);
+BENCHMARK_TEMPLATE(setOneCookie, ToolkitJar)->Arg(10)->Arg(kMostInAll);
+
+// Every cookie is another one, so that the oldest of its domain or of the store has to go.
+void setNewCookie(benchmark::State& state, const char* host) {
+  Jar jar;
+  jar.setAllCookies(cookies(kMostInAll));
+  int made = 0;
+  const auto setNext = [&] {
+    const QByteArray number = QByteArray::number(made++);
+    const QUrl url(QString(host).replace(QLatin1Char('#'), QString::fromLatin1(number)));
+    return jar.setCookiesFromUrl({QNetworkCookie("new" + number, "v")}, url);
+  };
+  while (made < kMostOfADomain) setNext();
+  for (auto _ : state)
+    if (!setNext()) state.SkipWithError("not stored");
+  state.counters["stored"] = jar.allCookies().size();
+}
+BENCHMARK_CAPTURE(setNewCookie, of_a_full_domain, "http://www.site0.com/");
+BENCHMARK_CAPTURE(setNewCookie, in_a_full_store, "http://www.new#.com/");
 
 void saveState(benchmark::State& state) {
   Jar jar;
@@ -65,7 +86,7 @@ void saveState(benchmark::State& state) {
 }
 BENCHMARK(saveState)
     ->RangeMultiplier(10)
-    ->Range(500, 50000)
+    ->Range(30, kMostInAll)
     ->Complexity(benchmark::oN)
     ->Unit(benchmark::kMillisecond);
 
@@ -81,7 +102,7 @@ void restoreState(benchmark::State& state) {
 }
 BENCHMARK(restoreState)
     ->RangeMultiplier(10)
-    ->Range(500, 50000)
+    ->Range(30, kMostInAll)
     ->Complexity(benchmark::oN)
     ->Unit(benchmark::kMillisecond);
 

@@ -1,9 +1,11 @@
 #include "networkcookiejar.h"
 
 #include <QDateTime>
+#include <QMap>
 #include <QNetworkCookie>
 #include <QUrl>
 #include <algorithm>
+#include <vector>
 
 #include "Trie.h"
 
@@ -76,6 +78,9 @@ const qint32 kMagic = 174;
 const qint32 kVersion = 1;
 const int kLongestPath = 1024;
 const int kLongestDomain = 255;
+const int kLargestCookie = 4096;  // name and value, in bytes
+const int kMostOfADomain = 180;
+const int kMostInAll = 3000;
 
 // Sorted; searched as it is.
 const char* const kTwoLevelDomains[] = {
@@ -107,8 +112,19 @@ bool isExpired(const QNetworkCookie& cookie, const QDateTime& now) {
   return !cookie.isSessionCookie() && cookie.expirationDate() < now;
 }
 
+bool isTooLarge(const QNetworkCookie& cookie) {
+  return cookie.name().size() + cookie.value().size() > kLargestCookie;
+}
+
 bool isScheme(const QUrl& url, const char* scheme) {
   return url.scheme().toLower() == QLatin1String(scheme);
+}
+
+/// Whether a host is an IPv4 address: no top-level domain is a number.
+bool isAddress(const QStringList& labels) {
+  bool isNumber = false;
+  labels.last().toUInt(&isNumber);
+  return isNumber;
 }
 
 /// A domain in the form in which it is read from a cookie; empty for what is none.
@@ -121,9 +137,36 @@ bool shorterPaths(const QNetworkCookie& a, const QNetworkCookie& b) {
 /// Whether a cookie that was read may be in the node at `keys`.
 bool mayBeAt(const QNetworkCookie& cookie, const QStringList& keys) {
   const QStringList labels = splitHost(cookie.domain());
-  if (labels.isEmpty() || cookie.domain().length() > kLongestDomain) return false;
+  if (labels.isEmpty() || cookie.domain().length() > kLongestDomain || isTooLarge(cookie))
+    return false;
   // A file may spell an international name in a way that this toolkit doesn't.
   return labels == keys || labels == splitHost(normalized(keys.join(QLatin1Char('.'))));
+}
+
+struct StoredCookie : QNetworkCookie {
+  StoredCookie() = default;
+  StoredCookie(const QNetworkCookie& cookie, quint64 serial)
+      : QNetworkCookie(cookie), serial(serial) {}
+
+  mutable quint64 serial = 0;  // grows with every cookie that is set or read
+};
+
+using Cookies = std::vector<const StoredCookie*>;
+
+bool isOlder(const StoredCookie* a, const StoredCookie* b) { return a->serial < b->serial; }
+
+/// Takes from `cookies` what has to go when there are more than `most`: all that have expired, then
+/// the oldest.
+Cookies takeSurplus(Cookies* cookies, size_t most, const QDateTime& now) {
+  if (cookies->size() <= most) return {};
+  const auto first = cookies->begin(), last = cookies->end();
+  const auto live =
+      std::partition(first, last, [&](auto* cookie) { return isExpired(*cookie, now); });
+  const auto kept = std::max(live, last - static_cast<std::ptrdiff_t>(most));
+  if (kept > live) std::nth_element(live, kept, last, isOlder);
+  const Cookies surplus(first, kept);
+  cookies->erase(first, kept);
+  return surplus;
 }
 
 }  // namespace
@@ -137,11 +180,22 @@ class NetworkCookieJarPrivate {
   bool matchingDomain(const QNetworkCookie& cookie, const QUrl& url) const;
   bool matchesBlacklist(const QString& label) const;
   bool complete(QNetworkCookie* cookie, const QUrl& url) const;
-  QList<QNetworkCookie> cookiesAlong(QStringList labels) const;
-  void repair();
+  QList<StoredCookie> cookiesAlong(QStringList labels) const;
+  /// How many labels a domain has that can be registered.
+  int registrableSize(const QStringList& labels) const {
+    return matchesBlacklist(labels.last()) ? 3 : 2;
+  }
+  QStringList family(const QStringList& labels) const;
+  void insert(const QNetworkCookie& cookie, const QStringList& labels);
+  void remove(const QNetworkCookie& cookie);
   void removeNamesake(const QNetworkCookie& cookie, const QStringList& labels);
+  void makeRoom(const QStringList& labels, const QDateTime& now);
+  void cut(const Trie<StoredCookie>& node, bool all, int most, const QDateTime& now);
+  void checkRestored();
 
-  Trie<QNetworkCookie> tree;
+  Trie<StoredCookie> tree;
+  int count = 0;  // of the cookies in the tree
+  quint64 lastSerial = 0;
   mutable bool secondLevelDomainsLoaded = false;
   mutable QStringList secondLevelDomains;  // sorted
 };
@@ -173,7 +227,7 @@ bool NetworkCookieJarPrivate::matchingDomain(const QNetworkCookie& cookie, const
 
 /// Gives a cookie of a response its default path and domain. False when it may not be set.
 bool NetworkCookieJarPrivate::complete(QNetworkCookie* cookie, const QUrl& url) const {
-  if (cookie->path().length() > kLongestPath) return false;
+  if (isTooLarge(*cookie) || cookie->path().length() > kLongestPath) return false;
   if (cookie->path().isEmpty()) cookie->setPath(defaultPath(url));
   if (!cookie->domain().isEmpty()) return matchingDomain(*cookie, url);
   cookie->setDomain(url.host().toLower());
@@ -181,46 +235,100 @@ bool NetworkCookieJarPrivate::complete(QNetworkCookie* cookie, const QUrl& url) 
 }
 
 /// The cookies of a host and of the domains above it, up to where registrations happen.
-QList<QNetworkCookie> NetworkCookieJarPrivate::cookiesAlong(QStringList labels) const {
-  QList<QNetworkCookie> found = tree.find(labels);
+QList<StoredCookie> NetworkCookieJarPrivate::cookiesAlong(QStringList labels) const {
+  QList<StoredCookie> found = tree.find(labels);
   if (labels.size() <= 2) return found;
-  const int shortest = matchesBlacklist(labels.last()) ? 3 : 2;
+  const int shortest = registrableSize(labels);
   for (labels.removeFirst(); labels.size() >= shortest; labels.removeFirst())
     found += tree.find(labels);
   return found;
 }
 
+/// The labels of a host's registrable domain, or of the host itself if it is in none.
+QStringList NetworkCookieJarPrivate::family(const QStringList& labels) const {
+  const int above = isAddress(labels) ? 0 : labels.size() - registrableSize(labels);
+  return labels.mid(qMax(0, above));
+}
+
+void NetworkCookieJarPrivate::insert(const QNetworkCookie& cookie, const QStringList& labels) {
+  tree.insert(labels, StoredCookie(cookie, ++lastSerial));
+  ++count;
+}
+
+void NetworkCookieJarPrivate::remove(const QNetworkCookie& cookie) {
+  if (tree.remove(splitHost(cookie.domain()), StoredCookie(cookie, 0))) --count;
+}
+
 void NetworkCookieJarPrivate::removeNamesake(const QNetworkCookie& cookie,
                                              const QStringList& labels) {
-  const QList<QNetworkCookie> neighbours = tree.find(labels);
+  const QList<StoredCookie> neighbours = tree.find(labels);
   const auto old = std::find_if(neighbours.begin(), neighbours.end(), [&](const auto& other) {
     return other.name() == cookie.name() && other.domain() == cookie.domain() &&
            other.path() == cookie.path();
   });
-  if (old != neighbours.end()) tree.remove(labels, *old);
+  if (old != neighbours.end() && tree.remove(labels, *old)) --count;
 }
 
-/// Rebuilds a tree that is damaged, or holds what it may not, from the cookies that may stay. Those
-/// without a domain get that of their node.
-void NetworkCookieJarPrivate::repair() {
+/// Removes what is beyond the limits since a cookie was added at `labels`.
+void NetworkCookieJarPrivate::makeRoom(const QStringList& labels, const QDateTime& now) {
+  if (count <= kMostOfADomain) return;
+  const QStringList shared = family(labels);
+  const bool alone = isAddress(shared) || shared.size() < registrableSize(shared);
+  cut(*tree.walkTo(shared), !alone, kMostOfADomain, now);
+  if (count > kMostInAll) cut(tree, true, kMostInAll, now);
+}
+
+/// Removes what is beyond `most` from the cookies of a node and, with `all`, from those below it.
+void NetworkCookieJarPrivate::cut(const Trie<StoredCookie>& node, bool all, int most,
+                                  const QDateTime& now) {
+  Cookies cookies;
+  const auto add = [&cookies](const Trie<StoredCookie>& each, const QStringList&) {
+    for (const StoredCookie& cookie : each.values) cookies.push_back(&cookie);
+  };
+  if (all)
+    node.forEachNode(add);
+  else
+    add(node, {});
+  QList<QNetworkCookie> surplus;
+  for (const StoredCookie* cookie : takeSurplus(&cookies, most, now)) surplus.append(*cookie);
+  for (const QNetworkCookie& cookie : surplus) remove(cookie);
+}
+
+/// Numbers the cookies of a tree that was read, in their order. If the tree is damaged or holds
+/// what it may not, rebuilds it from the cookies that may stay.
+void NetworkCookieJarPrivate::checkRestored() {
   bool sound = tree.isConsistent();
-  QList<QNetworkCookie> found;
-  tree.forEachNode([&](const Trie<QNetworkCookie>& node, QStringList keys) {
+  int total = 0;
+  QList<StoredCookie> found;
+  tree.forEachNode([&](const Trie<StoredCookie>& node, QStringList keys) {
     if (node.values.isEmpty()) return;
     std::reverse(keys.begin(), keys.end());
-    for (QNetworkCookie cookie : node.values) {
-      if (splitHost(cookie.domain()) != keys) sound = false;
-      if (cookie.name().isEmpty()) continue;
+    total += node.values.size();
+    for (const StoredCookie& read : node.values) {
+      read.serial = ++lastSerial;
+      if (splitHost(read.domain()) != keys) sound = false;
+      if (read.name().isEmpty()) continue;
+      StoredCookie cookie = read;
       if (cookie.domain().isEmpty()) cookie.setDomain(normalized(keys.join(QLatin1Char('.'))));
-      if (mayBeAt(cookie, keys))
-        found.append(cookie);
-      else
-        sound = false;
+      if (mayBeAt(cookie, keys)) found.append(cookie);
     }
   });
-  if (sound) return;
+
+  const QDateTime now = QDateTime::currentDateTimeUtc();
+  QMap<QStringList, Cookies> families;
+  for (const StoredCookie& cookie : qAsConst(found))
+    families[family(splitHost(cookie.domain()))].push_back(&cookie);
+  Cookies kept;
+  for (Cookies& cookies : families) {
+    takeSurplus(&cookies, kMostOfADomain, now);
+    kept.insert(kept.end(), cookies.begin(), cookies.end());
+  }
+  takeSurplus(&kept, kMostInAll, now);
+  count = static_cast<int>(kept.size());
+  if (sound && count == total) return;
   tree.clear();
-  for (const QNetworkCookie& cookie : found) tree.insert(splitHost(cookie.domain()), cookie);
+  std::sort(kept.begin(), kept.end(), isOlder);
+  for (const StoredCookie* cookie : kept) tree.insert(splitHost(cookie->domain()), *cookie);
 }
 
 NetworkCookieJar::NetworkCookieJar(QObject* parent)
@@ -236,7 +344,8 @@ bool NetworkCookieJar::setCookiesFromUrl(const QList<QNetworkCookie>& cookies, c
     const QStringList labels = splitHost(cookie.domain());
     d->removeNamesake(cookie, labels);
     if (isExpired(cookie, now)) continue;
-    d->tree.insert(labels, cookie);
+    d->insert(cookie, labels);
+    d->makeRoom(labels, now);
     stored = true;
   }
   return stored;
@@ -244,17 +353,17 @@ bool NetworkCookieJar::setCookiesFromUrl(const QList<QNetworkCookie>& cookies, c
 
 QList<QNetworkCookie> NetworkCookieJar::cookiesForUrl(const QUrl& url) const {
   const QString host = isScheme(url, "file") ? QStringLiteral("localhost") : url.host();
-  const QList<QNetworkCookie> found = d->cookiesAlong(splitHost(host));
-  if (found.isEmpty()) return found;
+  const QList<StoredCookie> found = d->cookiesAlong(splitHost(host));
+  if (found.isEmpty()) return {};
 
   const QDateTime now = QDateTime::currentDateTimeUtc();
   const QString path = d->urlPath(url);
   const bool secure = isScheme(url, "https");
   QList<QNetworkCookie> result;
-  for (const QNetworkCookie& cookie : found) {
+  for (const StoredCookie& cookie : found) {
     if (!d->matchingPath(cookie, path) || (cookie.isSecure() && !secure)) continue;
     if (isExpired(cookie, now))
-      d->tree.remove(splitHost(cookie.domain()), cookie);
+      d->remove(cookie);
     else
       result.append(cookie);
   }
@@ -264,9 +373,8 @@ QList<QNetworkCookie> NetworkCookieJar::cookiesForUrl(const QUrl& url) const {
 
 void NetworkCookieJar::endSession() {
   const QDateTime now = QDateTime::currentDateTimeUtc();
-  for (const QNetworkCookie& cookie : d->tree.all())
-    if (cookie.isSessionCookie() || isExpired(cookie, now))
-      d->tree.remove(splitHost(cookie.domain()), cookie);
+  for (const StoredCookie& cookie : d->tree.all())
+    if (cookie.isSessionCookie() || isExpired(cookie, now)) d->remove(cookie);
 }
 
 QByteArray NetworkCookieJar::saveState() const {
@@ -283,15 +391,20 @@ bool NetworkCookieJar::restoreState(const QByteArray& state) {
   stream >> magic >> version;
   if (magic != kMagic || version != kVersion) return false;
   stream >> d->tree;
-  d->repair();
+  d->checkRestored();
   return true;
 }
 
-QList<QNetworkCookie> NetworkCookieJar::allCookies() const { return d->tree.all(); }
+QList<QNetworkCookie> NetworkCookieJar::allCookies() const {
+  QList<QNetworkCookie> cookies;
+  for (const StoredCookie& cookie : d->tree.all()) cookies.append(cookie);
+  return cookies;
+}
 
 void NetworkCookieJar::setAllCookies(const QList<QNetworkCookie>& cookies) {
   d->tree.clear();
-  for (const QNetworkCookie& cookie : cookies) d->tree.insert(splitHost(cookie.domain()), cookie);
+  d->count = 0;
+  for (const QNetworkCookie& cookie : cookies) d->insert(cookie, splitHost(cookie.domain()));
 }
 
 void NetworkCookieJar::setSecondLevelDomains(const QStringList& labels) {

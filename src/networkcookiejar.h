@@ -10,7 +10,7 @@ namespace LARKA {
 class NetworkCookieJarPrivate;
 
 /// The cookies of one store, by domain, and the rules for them. It can be written into bytes and
-/// restored from them; the layout is in docs/cookie-file.md.
+/// restored from them; the layout and the limits are in docs/cookie-file.md.
 class NetworkCookieJar : public QNetworkCookieJar {
   Q_OBJECT
 
@@ -22,7 +22,7 @@ class NetworkCookieJar : public QNetworkCookieJar {
   /// removed from the store.
   QList<QNetworkCookie> cookiesForUrl(const QUrl& url) const override;
 
-  /// Stores the cookies of a response. True when at least one was stored.
+  /// Stores the cookies of a response, and makes room for them. True when at least one was stored.
   bool setCookiesFromUrl(const QList<QNetworkCookie>& cookies, const QUrl& url) override;
 
   /// Removes session cookies and expired ones.

@@ -100,14 +100,14 @@ class LARKA_EXPORT ILarkaBrowser {
   /// what is before its last slash limits the cookie) and the hosts below it. It lasts
   /// `lifetimeSeconds`, or until the store ends when that is negative; with 0 it takes the place of
   /// the one with its name and path and is gone a millisecond later. `name` and `value` are sent as
-  /// they are: they must not hold semicolons, line breaks or blanks at either end. The file is
-  /// written 2 s later. Always returns 0. To be called after Initialize, which may choose another
-  /// store.
+  /// they are: they must not hold semicolons, line breaks or blanks at either end. Together they
+  /// have at most 4096 bytes, or nothing is stored. The file is written 2 s later. Always returns 0.
+  /// To be called after Initialize, which may choose another store.
   virtual int InjectCookie(const char* domain, const char* name, const char* value,
                            int lifetimeSeconds) = 0;
 
-  /// Whether the current page has a cookie of this name. The cookie stays: only ClearAllCookies and
-  /// a lifetime that has passed remove one.
+  /// Whether the current page has a cookie of this name. The cookie stays: only ClearAllCookies, a
+  /// lifetime that has passed and newer cookies beyond the limits of a store remove one.
   virtual bool ClearCookie(const char* name) = 0;
 
   /// Removes every cookie from the store, for all who share it.

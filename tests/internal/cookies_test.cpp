@@ -140,6 +140,108 @@ TEST(NetworkCookieJarTest, NamesakesReplaceEachOtherAndTheDeadGo) {
   EXPECT_FALSE(jar.set("http://shop.example.com", "x=1; domain=example.com"));
 }
 
+struct LimitRow {
+  const char* name;
+  const char* hosts;  // of 200 cookies
+  const char* last;   // of one more
+  int stored;
+};
+
+const LimitRow kLimitRows[] = {
+    {"a host", "example.com", "example.com", 180},
+    {"hosts of a domain", "h%1.example.com", "example.com", 180},
+    {"hosts of a third-level domain", "h%1.x.example.co.uk", "www.example.co.uk", 180},
+    {"domains", "h%1.com", "www.h0.com", 201},
+    {"third-level domains", "h%1.co.uk", "co.uk", 201},
+    {"addresses", "%1.2.3.4", "3.4", 201},
+    {"an address", "1.2.3.4", "1.2.3.4", 180},
+    {"a host without a domain", "localhost", "localhost", 180},
+    {"beside its own domains", "h%1.localhost", "localhost", 201},
+};
+
+TEST(CookieLimitTest, ADomainKeepsItsNewestCookies) {
+  for (const LimitRow& row : kLimitRows) {
+    Jar jar;
+    for (int i = 0; i < 200; ++i)
+      jar.set("http://" + QString(row.hosts).replace("%1", QString::number(i)),
+              "c" + QByteArray::number(i) + "=1");
+    jar.set(QString("http://") + row.last, "last=1");
+    const QStringList stored = jar.stored().split(' ');
+    EXPECT_EQ(stored.size(), row.stored) << row.name;
+    EXPECT_TRUE(stored.contains("last=1") && stored.contains("c21=1")) << row.name;
+    EXPECT_EQ(stored.contains("c20=1"), row.stored > 180) << row.name;
+  }
+}
+
+/// So many cookies of a domain each, named "c0" and so on.
+QList<QNetworkCookie> cookiesOf(const QStringList& domains, int count) {
+  QList<QNetworkCookie> cookies;
+  for (const QString& domain : domains) {
+    for (int i = 0; i < count; ++i) {
+      QNetworkCookie cookie("c" + QByteArray::number(i), "1");
+      cookie.setDomain(domain);
+      cookie.setPath("/");
+      cookies.append(cookie);
+    }
+  }
+  return cookies;
+}
+
+TEST(CookieLimitTest, ReplacedCookiesAreNewAndExpiredOnesGoFirst) {
+  const QUrl url("http://example.com/");
+  QList<QNetworkCookie> cookies = cookiesOf({"example.com"}, 180);
+  for (int i : {100, 101})
+    cookies[i].setExpirationDate(QDateTime::currentDateTimeUtc().addSecs(-1));
+  Jar jar;
+  jar.setAllCookies(cookies);
+  const auto gone = [&jar] {
+    QStringList names;
+    for (int i = 0; i < 180; ++i)
+      if (!(jar.stored() + ' ').contains(QString("c%1=").arg(i))) names += QString::number(i);
+    return names.join(' ');
+  };
+  jar.set(url.toString(), "new1=1");
+  EXPECT_EQ(gone(), "100 101");
+  jar.set(url.toString(), "new2=1");
+  jar.set(url.toString(), "c0=2");
+  jar.set(url.toString(), "new3=1");
+  EXPECT_EQ(gone(), "1 100 101");
+  jar.set(url.toString(), "c2=" + QByteArray(4095, 'x'));
+  EXPECT_TRUE(jar.stored().contains("c2=1")) << "too large to replace it";
+  EXPECT_TRUE(jar.set(url.toString(), "c2=" + QByteArray(4094, 'x')));
+  EXPECT_TRUE(jar.setCookiesFromUrl(jar.cookiesForUrl(url), url));
+  EXPECT_EQ(gone(), "1 100 101") << "as all were set once more";
+  EXPECT_EQ(jar.allCookies().size(), 180);
+}
+
+TEST(CookieLimitTest, TheStoreKeepsItsNewestCookies) {
+  QStringList domains;
+  for (int i = 0; i < 16; ++i) domains += QString("d%1.com").arg(i);
+  Jar jar;
+  jar.setCookiesFromUrl(cookiesOf({"old.com"}, 120), QUrl("http://old.com/"));
+  for (const QString& domain : domains)
+    jar.setCookiesFromUrl(cookiesOf({domain}, 180), QUrl("http://" + domain));
+  EXPECT_EQ(jar.allCookies().size(), 3000);
+  jar.set("http://new.com/", "new=1");
+  EXPECT_EQ(jar.allCookies().size(), 3000);
+  EXPECT_EQ(jar.sent("http://old.com/").count("c"), 119);
+  EXPECT_FALSE((jar.sent("http://old.com/") + ' ').contains("c0="));
+
+  // Of a file, those first in it are the oldest.
+  jar.setAllCookies(cookiesOf(domains + QStringList{"aa.com"}, 200));
+  Jar restored;
+  ASSERT_TRUE(restored.restoreState(jar.saveState()));
+  EXPECT_EQ(restored.allCookies().size(), 3000);
+  EXPECT_EQ(restored.sent("http://d7.com/").count("c"), 180);
+  EXPECT_FALSE((restored.sent("http://d7.com/") + ' ').contains("c19="));
+  EXPECT_EQ(restored.sent("http://aa.com/").count("c"), 120);
+  ASSERT_TRUE(restored.restoreState(restored.saveState()));
+  restored.set("http://zz.com/", "new=1");
+  restored.set("http://zz.com/", "new=2");
+  EXPECT_EQ(restored.sent("http://aa.com/").count("c"), 119);
+  EXPECT_EQ(restored.allCookies().size(), 3000);
+}
+
 QStringList path(const char* labels) { return QString(labels).split('.'); }
 
 TEST(TrieTest, RemovesNodesThatBecomeEmpty) {
@@ -248,12 +350,12 @@ TEST(CookieStateTest, DamagedTreesAreReadAndWork) {
 }
 
 TEST(CookieStateTest, CookiesThatMayNotBeInTheirNodeGo) {
-  const QByteArray bad =
-      node({"s=1; domain=bank.test; path=/", "u=1; domain=com", "b=1; domain=sub.bad.com",
-            "x=1; domain=bad.com; path=/x;domain=bank.test;path=/;y/", "h=2",
-            "d=3; domain=.bad.com", "; domain=bad.com", "l=4\nl=5",
-            "f=6; domain=" + QByteArray(300, 'x'), QByteArray(1 << 20, 'y') + "=7"},
-           {}, {});
+  const QByteArray bad = node(
+      {"s=1; domain=bank.test; path=/", "u=1; domain=com", "b=1; domain=sub.bad.com",
+       "x=1; domain=bad.com; path=/x;domain=bank.test;path=/;y/", "h=2", "d=3; domain=.bad.com",
+       "; domain=bad.com", "l=4\nl=5", "f=6; domain=" + QByteArray(300, 'x'),
+       QByteArray(1 << 20, 'y') + "=7", "t=" + QByteArray(4096, 'z')},
+      {}, {});
   const QByteArray ace = node({"i=1; domain=xn--bcher-kva.de"}, {}, {});
   Jar jar;
   ASSERT_TRUE(jar.restoreState(

@@ -185,6 +185,10 @@ TEST_F(NetworkTest, CookiesAreSharedUnlessABrowserHasItsOwn) {
   secondBrowser(jar.c_str());
   ASSERT_TRUE(host.visit(second, &secondRecorder, server.url("/")));
   EXPECT_EQ(second->ReadCookie("own"), "1");
+  second->ClearAllCookies();
+  host.manager->DestroyBrowser(second, true);
+  second = nullptr;
+  EXPECT_EQ(test::readFile(jar).size(), 20u) << "the file of an empty store";
 }
 
 TEST_F(NetworkTest, TheCookieWithTheLongerPathIsRead) {

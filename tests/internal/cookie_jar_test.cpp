@@ -98,6 +98,9 @@ TEST_F(CookieJarTest, ABurstIsWrittenOnceAfterItsEnd) {
   struct stat status = {};
   stat(QFile::encodeName(path).constData(), &status);
   EXPECT_EQ(status.st_mode & 0777, 0600u);
+  jar.clear();
+  EXPECT_EQ(writesWhile(&jar, 2500, 1, -1).size(), 1u);
+  EXPECT_EQ(bytes(), LARKA::NetworkCookieJar().saveState());
 }
 
 TEST_F(CookieJarTest, ASteadyStreamIsWrittenEveryTenSeconds) {

@@ -71,6 +71,22 @@ TEST(NetworkCookieJarTest, AResponseMaySetCookiesForItsOwnDomains) {
   }
 }
 
+TEST(NetworkCookieJarTest, UnderSomeTopLevelDomainsNamesHaveThreeLabels) {
+  const QStringList kListed =
+      QString(
+          "ao ar arpa bd bn br co cr cy do eg et fj fk gh gn gu id il jm ke kh ki kw kz lb lc "
+          "lr ls ml mm mv mw mx my ng ni np nz om pa pe pg pw py qa sa sb sv sy th tn tz uk uy "
+          "va ve ye yu za zm zw")
+          .split(' ');
+  ASSERT_EQ(kListed.size(), 62);
+  for (const QString& label : kListed + QStringList{"com", "de", "eu", "us", "aa", "zz"}) {
+    Jar jar;
+    const QString url = "http://a.b.x." + label + "/";
+    EXPECT_NE(jar.set(url, "a=1; domain=x." + label.toLatin1()), kListed.contains(label));
+    EXPECT_TRUE(jar.set(url, "a=1; domain=b.x." + label.toLatin1())) << label.toStdString();
+  }
+}
+
 struct SentRow {
   const char* name;
   const char* url;
@@ -131,9 +147,11 @@ TEST(NetworkCookieJarTest, NamesakesReplaceEachOtherAndTheDeadGo) {
   QNetworkCookie lasting(expired);
   lasting.setName("new");
   lasting.setExpirationDate(QDateTime::currentDateTimeUtc().addSecs(100));
-  jar.setAllCookies({expired, lasting, QNetworkCookie("session", "1")});
+  const QList<QNetworkCookie> all = {expired, lasting, QNetworkCookie("session", "1")};
+  jar.setAllCookies(all);
   EXPECT_EQ(jar.sent("http://example.com/"), "new=1");
   EXPECT_EQ(jar.stored(), "session=1 new=1");
+  jar.setAllCookies(all);
   jar.endSession();
   EXPECT_EQ(jar.stored(), "new=1");
   jar.setSecondLevelDomains({"com", "aa"});

@@ -227,8 +227,8 @@ bool NetworkCookieJarPrivate::matchingDomain(const QNetworkCookie& cookie, const
 
 /// Gives a cookie of a response its default path and domain. False when it may not be set.
 bool NetworkCookieJarPrivate::complete(QNetworkCookie* cookie, const QUrl& url) const {
-  if (isTooLarge(*cookie) || cookie->path().length() > kLongestPath) return false;
   if (cookie->path().isEmpty()) cookie->setPath(defaultPath(url));
+  if (isTooLarge(*cookie) || cookie->path().length() > kLongestPath) return false;
   if (!cookie->domain().isEmpty()) return matchingDomain(*cookie, url);
   cookie->setDomain(url.host().toLower());
   return !cookie->domain().isEmpty();

@@ -139,6 +139,7 @@ TEST(NetworkCookieJarTest, NamesakesReplaceEachOtherAndTheDeadGo) {
   EXPECT_EQ(jar.stored(), "a=3");
   EXPECT_TRUE(jar.set("http://example.com", "l=1; path=/" + QByteArray(1023, 'p')));
   EXPECT_FALSE(jar.set("http://example.com", "m=1; path=/" + QByteArray(1024, 'p')));
+  EXPECT_FALSE(jar.set("http://example.com/" + QByteArray(1024, 'p') + "/", "m=1"));
   EXPECT_FALSE(jar.set("about:blank", "n=1"));
 
   QNetworkCookie expired("old", "1");

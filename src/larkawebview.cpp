@@ -6,11 +6,13 @@
 #include <QPainter>
 #include <QPalette>
 #include <QStyleOptionGraphicsItem>
+#include <QWebFrame>
 #include <QWebPage>
 #include <algorithm>
 #include <cstdio>
 
 #include "FrameRate.h"
+#include "HostEvents.h"
 #include "WebElement.h"
 
 namespace {
@@ -18,6 +20,7 @@ namespace {
 const QImage::Format kImageFormat = QImage::Format_ARGB32_Premultiplied;
 const int kMaxPendingRects = 20;
 const int kFullScreenWatchMilliseconds = 100;
+const int kRestMilliseconds = 150;
 const qint64 kLargestElementPixels = qint64(4096) * 4096;  // 64 MiB
 const QPainter::RenderHints kRenderHints =
     QPainter::Antialiasing | QPainter::TextAntialiasing | QPainter::SmoothPixmapTransform;
@@ -25,6 +28,21 @@ const QPainter::RenderHints kRenderHints =
 void countFrame() {
   static FrameRate frameRate("fps", 5);
   frameRate.Frame();
+}
+
+/// The bounds of the pixels in which two images of one size differ.
+QRect difference(const QImage& a, const QImage& b) {
+  QRect bounds;
+  for (int y = 0; y < a.height(); ++y) {
+    const auto* first = reinterpret_cast<const QRgb*>(a.constScanLine(y));
+    const auto* second = reinterpret_cast<const QRgb*>(b.constScanLine(y));
+    const auto left = std::mismatch(first, first + a.width(), second).first - first;
+    if (left == a.width()) continue;
+    int right = a.width() - 1;
+    while (first[right] == second[right]) --right;
+    bounds |= QRect(QPoint(static_cast<int>(left), y), QPoint(right, y));
+  }
+  return bounds;
 }
 
 void clear(QPainter* painter, const QRect& rect) {
@@ -40,6 +58,8 @@ LarkaWebView::LarkaWebView() {
   connect(&m_animations, SIGNAL(finished()), this, SLOT(AnimationFinished()));
   connect(&m_fullScreenWatch, &QTimer::timeout, this, &LarkaWebView::leaveFullScreenWithItsElement);
   m_fullScreenWatch.setInterval(kFullScreenWatchMilliseconds);
+  connect(&m_restTimer, &QTimer::timeout, this, &LarkaWebView::repaintAtRest);
+  m_restTimer.setSingleShot(true);
   connect(this, SIGNAL(loadProgress(int)), this, SLOT(LoadProgress(int)));
   connect(this, SIGNAL(loadFinished(bool)), this, SLOT(Update()));
 }
@@ -85,7 +105,40 @@ void LarkaWebView::paint(QPainter* painter, const QStyleOptionGraphicsItem* opti
   paintPage(region, option, widget);
   if (!m_animating) m_flipRegion += region;
   if (!m_fullScreenElement.isNull() && m_renderFullScreenElement) copyElementImage();
+  m_lastPaint.start();
+  if (!m_restTimer.isActive()) m_restTimer.start(kRestMilliseconds);
   emit dirty(region.boundingRect());
+}
+
+// What QtWebKit announces doesn't always cover what it changes: at fractions of pixels, with
+// shadows, with glyphs larger than their lines. When the page has come to rest, the picture is
+// compared with one of the whole page, and what is stale replaced.
+void LarkaWebView::repaintAtRest() {
+  const qint64 left = kRestMilliseconds - m_lastPaint.elapsed();
+  if (left > 0 || !LARKA::EngineUse::ofAnyPage().isIdle()) {
+    m_restTimer.start(static_cast<int>(std::max<qint64>(left, 1)));
+    return;
+  }
+  if (!m_fullScreenElement.isNull() || !hasPageImage() || !scene()) return;
+  QImage fresh(pageImage()->copy());
+  {
+    QPainter painter(&fresh);
+    painter.setRenderHints(kRenderHints, true);
+    if (!hasOpaqueBase()) clear(&painter, QRect(QPoint(0, 0), size().toSize()));
+    page()->mainFrame()->render(&painter, fresh.rect());
+  }
+  const QRect stale = difference(*pageImage(), fresh);
+  if (stale.isEmpty()) return;
+  QPainter painter(pageImage());  // in place: the host may have kept the address
+  painter.setCompositionMode(QPainter::CompositionMode_Source);
+  painter.drawImage(stale, fresh, stale);
+  painter.end();
+  if (!m_animating) m_flipRegion += stale;
+  emit dirty(stale);
+}
+
+bool LarkaWebView::hasOpaqueBase() const {
+  return page()->palette().brush(QPalette::Base).isOpaque();
 }
 
 QSize LarkaWebView::imageSize(const QSize& device) const {
@@ -102,10 +155,11 @@ void LarkaWebView::createImages(const QSize& size) {
 // on the size of the font, which is at most about the height of the box: no font of ten, upright or
 // italic, needed more than a fifth of it.
 int LarkaWebView::overhang(const QRegion& region) {
-  const int kTallestLine = 200, kSharpEdges = 2;
+  const int kTallestLine = 240, kUsualLine = 100, kSharpEdges = 2;
   int tallest = 0;
-  for (const QRect& rect : region) tallest = std::max(tallest, rect.height());
-  return kSharpEdges + std::min(tallest, kTallestLine) / 4;
+  for (const QRect& rect : region)
+    tallest = std::max(tallest, rect.height() > kTallestLine ? kUsualLine : rect.height());
+  return kSharpEdges + tallest / 4;
 }
 
 void LarkaWebView::paintPage(const QRegion& region, const QStyleOptionGraphicsItem* option,
@@ -118,7 +172,7 @@ void LarkaWebView::paintPage(const QRegion& region, const QStyleOptionGraphicsIt
   painter.setClipping(true);
   painter.setClipRect(painted, Qt::ReplaceClip);
   if (m_fullScreenElement.isNull()) {
-    if (!page()->palette().brush(QPalette::Base).isOpaque()) clear(&painter, painted);
+    if (!hasOpaqueBase()) clear(&painter, painted);
     // The option names what the hidden view exposed; QtWebKit would paint no more than that. It
     // leaves out boxes beside the exposed rectangle, whose glyphs may reach into what is painted.
     QStyleOptionGraphicsItem pageOption(*option);

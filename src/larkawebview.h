@@ -1,6 +1,7 @@
 // larkawebview.h: the view that paints a page into an image.
 #pragma once
 
+#include <QElapsedTimer>
 #include <QGraphicsWebView>
 #include <QImage>
 #include <QMutex>
@@ -72,6 +73,8 @@ class LarkaWebView : public QGraphicsWebView {
   QRegion takePendingRegion();
   QSize imageSize(const QSize& device) const;
   void createImages(const QSize& size);
+  void repaintAtRest();
+  bool hasOpaqueBase() const;
   static int overhang(const QRegion& region);
   void paintPage(const QRegion& region, const QStyleOptionGraphicsItem* option, QWidget* widget);
   void paintElement(QPainter* painter);
@@ -87,6 +90,8 @@ class LarkaWebView : public QGraphicsWebView {
   std::vector<std::unique_ptr<QImage>> m_pageImages;  // empty until the first paint, then one
   std::unique_ptr<QImage> m_spareImage;
   std::unique_ptr<QImage> m_fullScreenImage;
+  QTimer m_restTimer;  // runs from a paint on until the page has come to rest
+  QElapsedTimer m_lastPaint;
   QTimer m_fullScreenWatch;  // runs while there is a full-screen element
   size_t m_imageIndex = 0;
   QRegion m_pendingRegion;  // guarded by m_mutex

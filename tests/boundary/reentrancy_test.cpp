@@ -16,6 +16,15 @@ struct Action {
 
 void script(ILarkaBrowser* browser, const char* code) { browser->ExecuteJavascript(code); }
 
+/// Calls an operation and gives up what it returns.
+template <typename Call>
+void callAndForget(Call call) {
+  if constexpr (std::is_same_v<decltype(call()), std::vector<LARKA::LarkaHTMLControl*>>)
+    for (LARKA::LarkaHTMLControl* control : call()) delete control;
+  else
+    call();
+}
+
 std::vector<Action> actions() {
   using namespace LARKA;
   std::vector<Action> all = {
@@ -111,12 +120,12 @@ std::vector<Action> actions() {
       {"ShutsManagerDownLater", [](auto* host, auto*) { host->manager->Shutdown(false); },
        Action::ShutsDown},
   };
-#define ACTION(RESULT, NAME, PARAMETERS, ARGUMENTS)            \
-  all.push_back({#NAME,                                        \
-                 [](auto*, auto* browser) {                    \
-                   [[maybe_unused]] int width = 0, height = 0; \
-                   (void)browser->NAME ARGUMENTS;              \
-                 },                                            \
+#define ACTION(RESULT, NAME, PARAMETERS, ARGUMENTS)                                    \
+  all.push_back({#NAME,                                                                \
+                 [](auto*, auto* browser) {                                            \
+                   [[maybe_unused]] int width = 0, height = 0;                         \
+                   callAndForget([&]() -> RESULT { return browser->NAME ARGUMENTS; }); \
+                 },                                                                    \
                  strcmp(#NAME, "Shutdown") ? Action::Stays : Action::ShutsDown});
   BROWSER_OPERATIONS(ACTION)
 #undef ACTION

@@ -163,6 +163,25 @@ TEST_F(PaintingTest, APaintWithNothingPendingDrawsAndTellsNothing) {
   EXPECT_EQ(pageImage().pixel(5, 5), 0xffff00ffu);
 }
 
+// What QtWebKit doesn't announce is noticed when the page has come to rest, and only then.
+TEST_F(PaintingTest, AtRestThePageImageIsMended) {
+  ASSERT_TRUE(load(kPage));
+  host.pumpFor(300);
+  const int before = recorder.dirty;
+  const uchar* const pixels = view()->hostImage()->constBits();
+  QSignalSpy dirty(view(), SIGNAL(dirty(QRect)));
+  for (int y = 200; y < 203; ++y) view()->hostImage()->setPixel(400 + y, y, 0xffff00ff);
+  host.pumpFor(300);
+  EXPECT_EQ(dirty.count(), 0) << "nothing had changed";
+  larka()->addRect(QRect(10, 10, 30, 20));
+  ASSERT_TRUE(host.pumpUntil([&] { return recorder.dirty == before + 2; }, 1000));
+  EXPECT_EQ(dirty[1][0].toRect(), QRect(600, 200, 3, 3));
+  EXPECT_TRUE(imageIsCurrent());
+  EXPECT_EQ(view()->hostImage()->constBits(), pixels);
+  host.pumpFor(400);
+  EXPECT_EQ(dirty.count(), 2) << "a notice without a change";
+}
+
 TEST_F(PaintingTest, ManyRectanglesBecomeOneNoticeWithTheirBounds) {
   ASSERT_TRUE(load(kPage));
   for (int count : {20, 21}) {

@@ -33,12 +33,56 @@ class HandedOnEvent : public QGraphicsSceneMouseEvent {
 };
 
 /// The nearest position at which `content` pixels cover `view` pixels; `begin` where they can't.
-qreal nearestCovering(qreal position, qreal content, qreal view, int begin, int endExtent) {
+qreal nearestCovering(qreal position, qreal content, qreal view, int begin) {
   if (content <= view || position > begin) return begin;
-  return position + content < view ? -endExtent : position;
+  return position + content < view ? -static_cast<int>(content - view) : position;
 }
 
 }  // namespace
+
+/// Gives one widget all of its room. That widget's own hints are never written to.
+class ContentLayout : public QGraphicsLinearLayout {
+ public:
+  explicit ContentLayout(QGraphicsWidget* content) : QGraphicsLinearLayout(Qt::Vertical) {
+    setSpacing(0);
+    setContentsMargins(0, 0, 0, 0);
+    insertItem(-1, content);
+  }
+
+  bool holds(const QGraphicsWidget* widget) const { return widget && content() == widget; }
+
+  /// Notes the content's size if the host has changed it. One that equals what the content prefers
+  /// is no wish of the host's: the content may come to prefer less.
+  void noteHostSize() {
+    if (!content() || content()->size() == m_given) return;
+    const QSizeF size = content()->size();
+    m_hostSize = size == content()->effectiveSizeHint(Qt::PreferredSize) ? QSizeF(0, 0) : size;
+  }
+
+  void setGeometry(const QRectF& rect) override {
+    noteHostSize();
+    QGraphicsLayout::setGeometry(rect);
+    if (!content()) return;
+    content()->setGeometry(rect);
+    m_given = content()->size();
+  }
+
+ protected:
+  QSizeF sizeHint(Qt::SizeHint which, const QSizeF& constraint) const override {
+    if (!content()) return QSizeF(0, 0);
+    const QSizeF hint = content()->effectiveSizeHint(which, constraint);
+    return which == Qt::PreferredSize ? hint.expandedTo(m_hostSize) : hint;
+  }
+
+ private:
+  // The content leaves the layout when it is deleted.
+  QGraphicsWidget* content() const {
+    return count() > 0 ? static_cast<QGraphicsWidget*>(itemAt(0)) : nullptr;
+  }
+
+  QSizeF m_hostSize = QSizeF(0, 0);  // that the host gave the content; empty for none
+  QSizeF m_given;                    // that this layout gave it last
+};
 
 // PannableWidget.
 
@@ -49,30 +93,28 @@ PannableWidget::PannableWidget(QGraphicsItem* parent) : QGraphicsWidget(parent) 
 
 // Behind its parent, so that the view gets the pointer's events before the content does.
 void PannableWidget::setWidget(QGraphicsWidget* widget) {
-  if (widget != m_content) {
-    handBackContent();
-    setPos(0, 0);
-  }
+  if (m_contentLayout && m_contentLayout->holds(widget) && widget->parentItem() == this) return;
+  if (widget != m_content) handBackContent();
   m_content = widget;
-  if (!widget) {
-    setLayout(nullptr);
-    return;
-  }
-  setFlag(ItemStacksBehindParent);
-  const QSizeF preferred = widget->effectiveSizeHint(Qt::PreferredSize);
-  const QSizeF larger = widget->size().expandedTo(preferred);
-  if (larger != preferred) widget->setPreferredSize(larger);
-  auto* layout = new QGraphicsLinearLayout(Qt::Vertical);
-  layout->setSpacing(0);
-  layout->setContentsMargins(0, 0, 0, 0);
-  layout->insertItem(-1, widget);
-  setLayout(layout);
+  if (widget) setFlag(ItemStacksBehindParent);
+  m_contentLayout = widget ? new ContentLayout(widget) : nullptr;
+  setLayout(m_contentLayout);
 }
 
+// The host may have put it elsewhere meanwhile.
 void PannableWidget::handBackContent() {
-  if (!m_content) return;
+  if (!m_content || m_content->parentItem() != this) return;
   m_content->setParentItem(nullptr);
   if (m_content->scene()) m_content->scene()->removeItem(m_content);
+}
+
+void PannableWidget::fitContent() {
+  if (m_contentLayout) {
+    m_contentLayout->noteHostSize();
+    m_contentLayout->invalidate();
+  }
+  adjustSize();
+  if (m_contentLayout) m_contentLayout->activate();
 }
 
 QPainterPath PannableWidget::shape() const {
@@ -95,8 +137,20 @@ PannableViewPrivate::PannableViewPrivate(PannableView* view, Qt::Orientations or
   connect(&m_timeLine, &QTimeLine::finished, this, [this] { endReached(); });
 }
 
+// Other content begins at its beginning, whatever was going on before.
+void PannableViewPrivate::setWidget(QGraphicsWidget* widget) {
+  QGraphicsWidget* content = inner->content();
+  if (!widget || widget != content) {
+    if (content) disconnect(content, &QObject::destroyed, this, nullptr);
+    if (widget) connect(widget, &QObject::destroyed, this, [this] { setWidget(nullptr); });
+    moveAtOnce(QPointF(0, 0));
+  }
+  inner->setWidget(widget);
+  recalculateGeometry();
+}
+
 void PannableViewPrivate::recalculateGeometry() {
-  inner->adjustSize();
+  inner->fitContent();
   const QGraphicsLayout* layout = inner->layout();
   const QRectF content = layout ? layout->geometry() : QRectF();
   beginX = static_cast<int>(content.x());
@@ -186,8 +240,10 @@ qreal PannableViewPrivate::nextStep(double* velocity) {
 
 void PannableViewPrivate::scroll(qreal) {
   if (endReached()) return;
+  const unsigned placed = m_timesPlaced;
   const qreal stepX = movesHorizontally() ? nextStep(&m_velocityX) : 0;
   const qreal stepY = movesVertically() ? nextStep(&m_velocityY) : 0;
+  if (m_timesPlaced != placed) return;  // by the host, who was told that the glide ended
   inner->setPos(inner->pos() + 2 * QPointF(stepX, stepY));
   emitPositionChanged();
   if (!isScrolling()) endReached();
@@ -223,15 +279,15 @@ void PannableViewPrivate::emitPositionChanged() {
 bool PannableViewPrivate::endReached() {
   const QPointF position = inner->pos();
   const QSizeF content = inner->size(), view = m_view->size();
-  const QPointF target(
-      nearestCovering(position.x(), content.width(), view.width(), beginX, endExtentX),
-      nearestCovering(position.y(), content.height(), view.height(), beginY, endExtentY));
+  const QPointF target(nearestCovering(position.x(), content.width(), view.width(), beginX),
+                       nearestCovering(position.y(), content.height(), view.height(), beginY));
   if (target == position) return false;
-  stopScrolling(true);
   animateEnd({position, target}, kEndMilliseconds);
+  stopScrolling(true);
   return true;
 }
 
+// Started before the host is told that a glide ended: it may place the content, or show another.
 void PannableViewPrivate::animateEnd(const QList<QPointF>& points, int milliseconds) {
   if (points.isEmpty()) return;
   auto* animation = new QPropertyAnimation(inner, "pos", this);
@@ -246,6 +302,7 @@ void PannableViewPrivate::animateEnd(const QList<QPointF>& points, int milliseco
 }
 
 void PannableViewPrivate::moveAtOnce(const QPointF& position) {
+  ++m_timesPlaced;
   emit stopAnimation();
   m_timeLine.stop();
   inner->setPos(position);
@@ -254,8 +311,8 @@ void PannableViewPrivate::moveAtOnce(const QPointF& position) {
 void PannableViewPrivate::moveTo(const QPointF& point) {
   const QPointF target(orientation & Qt::Horizontal ? -point.x() : 0,
                        orientation & Qt::Vertical ? -point.y() : 0);
-  if (isScrolling()) stopScrolling(true);
   animateEnd({inner->pos(), target}, kEndMilliseconds);
+  if (isScrolling()) stopScrolling(true);
 }
 
 void PannableViewPrivate::moveToItem(QGraphicsItem* item) {
@@ -315,10 +372,7 @@ PannableView::PannableView(Qt::Orientations orientation, QGraphicsItem* parent)
 
 PannableView::~PannableView() = default;
 
-void PannableView::setWidget(QGraphicsWidget* widget) {
-  d->inner->setWidget(widget);
-  d->recalculateGeometry();
-}
+void PannableView::setWidget(QGraphicsWidget* widget) { d->setWidget(widget); }
 
 bool PannableView::isScrolling() const { return d->isScrolling(); }
 

@@ -13,18 +13,25 @@ class PannableView;
 class QGraphicsItem;
 class QGraphicsSceneMouseEvent;
 
+class ContentLayout;
+
 /// What is moved, and holds the content.
 class PannableWidget : public QGraphicsWidget {
  public:
   explicit PannableWidget(QGraphicsItem* parent);
 
   void setWidget(QGraphicsWidget* widget);
+  /// Null without content, and once the host has deleted it.
+  QGraphicsWidget* content() const { return m_content; }
+  /// Takes the size that the content wants now.
+  void fitContent();
   QPainterPath shape() const override;
 
  private:
   void handBackContent();
 
   QPointer<QGraphicsWidget> m_content;
+  ContentLayout* m_contentLayout = nullptr;  // the layout, where there is one
 };
 
 /// The state of a PannableView and the way it moves.
@@ -38,6 +45,7 @@ class PannableViewPrivate : public QObject {
   bool move(QGraphicsSceneMouseEvent* event);
   bool release(QGraphicsSceneMouseEvent* event);
 
+  void setWidget(QGraphicsWidget* widget);
   void recalculateGeometry();
   void moveToItem(QGraphicsItem* item);
   void moveAtOnce(const QPointF& position);
@@ -76,6 +84,7 @@ class PannableViewPrivate : public QObject {
 
   PannableView* m_view;
   double m_velocityX = 0, m_velocityY = 0;  // pixels per second
+  unsigned m_timesPlaced = 0;               // by moveAtOnce
   QElapsedTimer m_pressTime;
   QTimeLine m_timeLine;
   bool m_pressedWhileScrolling = false;

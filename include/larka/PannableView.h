@@ -36,9 +36,10 @@ class LARKA_EXPORT PannableView : public QGraphicsWidget {
 
   ~PannableView() override;
 
-  /// Shows `widget`, at its preferred size or the size it has, whichever is larger, and takes it
-  /// over as a child. Null shows nothing. What was shown before leaves the scene and belongs to the
-  /// caller again; another widget begins at its beginning.
+  /// Shows `widget`, at its preferred size or the size that it was resized to, whichever is larger,
+  /// and takes it over as a child. Null shows nothing. What was shown before leaves the scene and
+  /// belongs to the caller again. Ends glides and moves, unless `widget` is shown already; another
+  /// widget begins at its beginning.
   void setWidget(QGraphicsWidget* widget);
 
   /// Whether the content is gliding. Springing back, and moving to an item, are no gliding.

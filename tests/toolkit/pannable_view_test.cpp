@@ -12,6 +12,8 @@
 #include <QSignalSpy>
 #include <QTest>
 #include <cmath>
+#include <functional>
+#include <memory>
 
 #include "PosterStrip.h"
 #include "larka/PannableView.h"
@@ -81,7 +83,7 @@ class PannableViewTest : public testing::Test {
   QGraphicsScene scene;
   QGraphicsView window;
   PannableView* view = new PannableView(Qt::Horizontal, kWidth, kHeight, nullptr);
-  PosterStrip* strip = new PosterStrip(kPosters);
+  QPointer<PosterStrip> strip = new PosterStrip(kPosters);
 };
 
 // Each 30 ms the speed v moves the content by 0.03 s * v and loses 44.145 pixels per second.
@@ -240,20 +242,104 @@ TEST_F(PannableViewTest, MovesToItsEndsAndToItems) {
   ASSERT_TRUE(restsAt(centred));
 }
 
-TEST_F(PannableViewTest, IsPutAtItsBeginningInTheMiddleOfAMove) {
-  swipe({300, 100}, {200, 100});
-  view->moveToBegin();
-  QTest::qWait(100);
-  EXPECT_EQ(inner()->x(), 0);
-  view->moveToItem(strip->posters()[9]);
-  QTest::qWait(100);
-  view->moveToBegin();
-  QTest::qWait(100);
-  EXPECT_EQ(inner()->x(), 0);
-  inner()->setPos(-1000, 0);
-  view->setWidget(new PosterStrip(3));
-  EXPECT_EQ(inner()->x(), 0);
+TEST_F(PannableViewTest, WhatEndsAGlideOrAMoveLeavesTheViewAtItsBeginning) {
+  QPointer<PosterStrip> shorter;
+  const auto showShort = [&] { view->setWidget(shorter = new PosterStrip(3)); };
+  const struct {
+    const char* what;
+    std::function<void()> end;
+  } kEnds[] = {
+      {"put there", [this] { view->moveToBegin(); }},
+      {"other content", showShort},
+      {"no content", [this] { view->setWidget(nullptr); }},
+      {"deleted content", [this] { delete strip.data(); }},
+      {"other content, as it springs back",
+       [&] {
+         inner()->setPos(-kExtent - 50, 0);
+         const auto once = std::make_shared<QMetaObject::Connection>();
+         *once = QObject::connect(view, &PannableView::posChanged, view, [&, once] {
+           QObject::disconnect(*once);
+           showShort();
+         });
+         if (!view->isScrolling()) swipe({300, 100}, {300, 100}, 0);
+       }},
+  };
+  for (const bool glides : {true, false}) {
+    for (const auto& row : kEnds) {
+      delete strip.data();
+      strip = new PosterStrip(kPosters);
+      view->setWidget(strip);
+      if (glides)
+        swipe({300, 100}, {200, 100});
+      else
+        view->moveToItem(strip->posters()[9]);
+      QTest::qWait(100);
+      ASSERT_LT(inner()->x(), 0) << row.what;
+      ASSERT_EQ(view->isScrolling(), glides);
+      view->setWidget(strip);  // the same content: nothing ends
+      ASSERT_EQ(view->isScrolling(), glides);
+      const double before = inner()->x();
+      ASSERT_TRUE(QTest::qWaitFor([&] { return inner()->x() < before; })) << row.what;
+      row.end();
+      QTest::qWait(100);
+      EXPECT_EQ(inner()->pos(), QPointF(0, 0)) << row.what;
+      EXPECT_FALSE(view->isScrolling()) << row.what;
+      delete shorter.data();
+    }
+  }
+  delete strip.data();
+}
+
+TEST_F(PannableViewTest, ReadsTheSizeOfItsContentAtEachPress) {
+  QGraphicsWidget content;
+  content.setPreferredSize(1000, kHeight);
+  content.setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Expanding);
+  view->setWidget(&content);
   delete strip;
+  const auto prefer = [&](double width) { content.setPreferredSize(width, kHeight); };
+  const auto resize = [&](double width) { content.resize(width, kHeight); };
+  const struct {
+    const char* what;
+    std::function<void()> change;
+    double width;
+  } kChanges[] = {
+      {"as it is", [] {}, 1000},
+      {"prefers more", [=] { prefer(1500); }, 1500},
+      {"prefers less", [=] { prefer(700); }, 700},
+      {"resized to more", [=] { resize(2000); }, 2000},
+      {"resized to less", [=] { resize(900); }, 900},
+      {"resized to less than it prefers", [=] { resize(600); }, 700},
+      {"at most", [&] { content.setMaximumWidth(500); }, 500},
+      {"at least", [&] { content.setMaximumWidth(5000), content.setMinimumWidth(800); }, 800},
+      {"grows while it glides",
+       [=] {
+         view->moveToBegin();
+         swipe({200, 100}, {150, 100});
+         ASSERT_TRUE(view->isScrolling());
+         prefer(3000);
+       },
+       3000},
+  };
+  for (const bool relaid : {false, true}) {
+    for (const auto& row : kChanges) {
+      row.change();
+      if (relaid) QCoreApplication::processEvents();
+      swipe({300, 100}, {300, 100}, 0);
+      EXPECT_EQ(content.size().width(), row.width) << row.what;
+      view->moveToEnd();
+      EXPECT_EQ(inner()->x(), row.width - kWidth) << row.what;
+    }
+    inner()->setPos(-3000, 0);
+    swipe({300, 100}, {300, 100}, 0);
+    EXPECT_TRUE(restsAt(kWidth - 3000));
+    content.setMinimumWidth(0);
+    resize(1000);
+    prefer(1000);
+  }
+  view->setWidget(nullptr);
+  EXPECT_EQ(content.sizePolicy(), QSizePolicy(QSizePolicy::Fixed, QSizePolicy::Expanding));
+  EXPECT_EQ(content.preferredSize(), QSizeF(1000, kHeight));
+  EXPECT_EQ(content.maximumWidth(), 5000);
 }
 
 // Rows in a column: a tap reaches everything under it once, in its own coordinates.
@@ -261,9 +347,9 @@ TEST_F(PannableViewTest, ATapReachesAViewInAView) {
   auto* column = new QGraphicsWidget;
   column->resize(400, 1000);
   auto* row = new PannableView(Qt::Horizontal, kWidth, kHeight, column);
-  view->setWidget(column);
-  view->setOrientation(Qt::Vertical);
   row->setWidget(strip);
+  view->setWidget(column);  // leaves alone what is elsewhere by now
+  view->setOrientation(Qt::Vertical);
   QSignalSpy outer(view, &PannableView::tapped), inside(row, &PannableView::tapped);
   for (const QPointF& point : {QPointF(5, 5), QPointF(210, 120)}) swipe(point, point, 20);
   EXPECT_EQ(outer.count(), 2);

@@ -35,6 +35,7 @@
 #include "LarkaHTMLControlQt.h"
 #include "LarkaJavaScriptObject.h"
 #include "LarkaPluginWidgetQt.h"
+#include "PageStorage.h"
 #include "PluginFactory.h"
 #include "WebPage.h"
 #include "larka/ILarkaCallbacks.h"
@@ -127,7 +128,8 @@ void LarkaBrowser::Initialize(int width, int height, const char* cookiePath,
   if (cookiePath)
     page()->networkAccessManager()->setCookieJar(
         new CookieJar(QFile::decodeName(cookiePath), nullptr));
-  useLocalStorage(QFile::decodeName(localStoragePath));
+  const QString storage = PageStorage::instance()->prepare(QFile::decodeName(localStoragePath));
+  useLocalStorage(storage);
   setDialogParent();
   Resize(width, height);
   SetAttribute(QWebSettings::JavascriptEnabled, true);
@@ -140,6 +142,7 @@ void LarkaBrowser::Initialize(int width, int height, const char* cookiePath,
   SetAttribute(QWebSettings::TiledBackingStoreEnabled, false);
   SetAttribute(QWebSettings::AcceleratedCompositingEnabled, false);
   connectPage();
+  PageStorage::instance()->addPage(page(), storage);
 
   // Connected to nothing: it keeps the event loop turning at least this often.
   m_frameTimer = new QTimer(this);

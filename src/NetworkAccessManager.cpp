@@ -3,6 +3,8 @@
 #include <QTime>
 #include <cstdio>
 
+#include "PageStorage.h"
+
 namespace {
 
 const qint64 kReadBufferBytes = 20971520;  // 20 MiB
@@ -30,6 +32,7 @@ QNetworkReply* NetworkAccessManager::createRequest(Operation op, const QNetworkR
   reply->setReadBufferSize(kReadBufferBytes);
   connect(reply, SIGNAL(errorOccurred(QNetworkReply::NetworkError)), this,
           SLOT(onReplyError(QNetworkReply::NetworkError)));
+  LARKA::PageStorage::watch(reply);
   emit creatingRequest(request.url());
   return reply;
 }

@@ -4,7 +4,7 @@
 set -eu
 symbols=$(nm -DC --defined-only "$1")
 for expected in 'LARKA::BrowserManager::Initialize(int, char\*\*)' \
-  'typeinfo for LARKA::LarkaHTMLControl' 'vtable for LARKA::LarkaWidget' \
+  'LARKA::SetStorageLimits(long long, long long)' 'typeinfo for LARKA::LarkaHTMLControl' 'vtable for LARKA::LarkaWidget' \
   'PannableView::posChanged(QRectF const&)' 'RepaintCollector::staticMetaObject' \
   'LarkaSystemInfoJavaScriptObject::vendor() const'; do
   echo "$symbols" | grep -q "$expected" || {

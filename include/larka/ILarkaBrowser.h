@@ -45,7 +45,9 @@ class LARKA_EXPORT ILarkaBrowser {
   /// `cookiePath`: the file of a cookie store of this browser's own, which is written over whatever
   /// it held (two browsers, or processes, on one file lose each other's changes); empty for a store
   /// that is not kept, null for the one that all browsers share. `localStoragePath`: the directory
-  /// in which pages keep their local storage; null or empty for none that lasts.
+  /// in which pages keep their local storage; null or empty for none that lasts. The first such
+  /// directory of the process also takes the databases and application caches of all browsers that
+  /// have one; browsers without one have neither. See SetStorageLimits.
   /// `createScriptObject`: whether page script gets the object "larka", in every frame of every
   /// page. `larka.exec(text)` and `larka.exec2(text)` call ILarkaCallbacks::OnExecuteInLarka;
   /// exec2 returns the listener's answer. `systemInfo`: may be null; not used.

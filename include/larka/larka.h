@@ -12,5 +12,6 @@
 #include "larka/LarkaHTMLControl.h"
 #include "larka/LarkaPluginWidget.h"
 #include "larka/ProxyType.h"
+#include "larka/StorageLimits.h"
 #include "larka/SystemInfoData.h"
 #include "larka/Version.h"

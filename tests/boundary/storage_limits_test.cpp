@@ -1,0 +1,228 @@
+// What pages keep in a storage directory, and what happens at its limits.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+
+#include "Host.h"
+#include "HttpServer.h"
+#include "larka/larka.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using test::HttpServer;
+
+const long long kKilo = 1024, kMega = 1024 * 1024;
+
+// Each puts its outcome into `done`: "kept" or an error.
+const char kPage[] = R"(<title>s</title><script>
+var done = '';
+function local(bytes) {
+  try {
+    localStorage.setItem('k' + localStorage.length, Array(bytes / 2 + 1).join('x'));
+    done = 'kept';
+  } catch (e) { done = e.name; }
+}
+function database(bytes) {
+  try {
+    openDatabase('d' + Math.random(), '1', 'd', 0).transaction(function (t) {
+      t.executeSql('create table t (a)');
+      t.executeSql('insert into t values (zeroblob(' + bytes + '))');
+    }, function (e) { done = 'error ' + e.code; }, function () { done = 'kept'; });
+  } catch (e) { done = e.name; }
+}
+function indexed(bytes) {
+  indexedDB.open('i').onupgradeneeded = function (e) {
+    e.target.result.createObjectStore('s').put(Array(bytes + 1).join('x'), 1);
+    e.target.transaction.oncomplete = function () { done = 'kept'; };
+  };
+}
+</script>)";
+
+// Its application cache holds as many bytes as the number at the end of its address tells.
+void serveCache(HttpServer* server, const std::string& number, size_t bytes) {
+  server->page("/app" + number,
+               "<html manifest='/manifest" + number + R"('><title>a</title><script>var done = '';
+applicationCache.oncached = function () { done = 'kept'; };
+applicationCache.onerror = function () { done = 'error'; };
+</script>)");
+  const std::string manifest = "CACHE MANIFEST\n/big" + number + "\n";
+  server->answer("/manifest" + number,
+                 "HTTP/1.1 200 OK\r\nContent-Type: text/cache-manifest\r\nConnection: close\r\n"
+                 "Content-Length: " +
+                     std::to_string(manifest.size()) + "\r\n\r\n" + manifest);
+  server->page("/big" + number, std::string(bytes, 'x'));
+}
+
+class StorageLimitsTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    fs::current_path(host.directory.path());
+    host.initialize();
+    for (HttpServer& server : servers) server.page("/", kPage);
+  }
+  void TearDown() override {
+    for (auto* browser : {first, second})
+      if (browser) host.manager->DestroyBrowser(browser, true);
+    host.manager->Shutdown(true);
+    EXPECT_FALSE(fs::exists("Databases.db"));
+  }
+
+  LARKA::ILarkaBrowser* create(const char* directory) {
+    LARKA::ILarkaBrowser* browser = host.manager->CreateBrowser();
+    browser->AddListener(&recorder);
+    browser->Initialize(320, 180, nullptr, directory, false, nullptr);
+    return browser;
+  }
+
+  /// The outcome of a script that is to set `done`.
+  std::string run(LARKA::ILarkaBrowser* browser, const std::string& script) {
+    browser->ExecuteJavascript(("done = ''; " + script).c_str());
+    return outcome(browser);
+  }
+  std::string outcome(LARKA::ILarkaBrowser* browser) {
+    std::string done;
+    host.pumpUntil([&] { return !(done = browser->ExecuteJavascript("done")).empty(); }, 5000);
+    return done;
+  }
+  void visit(LARKA::ILarkaBrowser* browser, int server) {
+    ASSERT_TRUE(host.visit(browser, &recorder, servers[server].url("/")));
+  }
+
+  /// The local storage of an origin, as a file.
+  std::string fileOf(int server) const {
+    return storage + "/http_127.0.0.1_" + std::to_string(servers[server].port()) + ".localstorage";
+  }
+  long long bytesKept() const {
+    long long bytes = 0;
+    if (fs::exists(storage))
+      for (const auto& entry : fs::recursive_directory_iterator(storage))
+        if (entry.is_regular_file()) bytes += static_cast<long long>(entry.file_size());
+    return bytes;
+  }
+
+  test::Host host;
+  test::Recorder recorder;
+  HttpServer servers[4];
+  const std::string storage = host.directory.file("storage");
+  LARKA::ILarkaBrowser *first = nullptr, *second = nullptr;
+};
+
+TEST_F(StorageLimitsTest, AnOriginKeepsWhatItsLimitAllows) {
+  second = create(nullptr);
+  first = create(storage.c_str());
+  const struct {
+    LARKA::ILarkaBrowser* browser;
+    long long perOrigin, inAll;
+    const char* script;
+    const char* outcome;
+  } kRows[] = {
+      {second, 5 * kMega, 100 * kMega, "database(1000)", "SecurityError"},
+      {second, 5 * kMega, 100 * kMega, "local(1000)", "kept"},
+      {first, 5 * kMega, 100 * kMega, "local(4 << 20)", "kept"},
+      {first, 5 * kMega, 100 * kMega, "local(1 << 20)", "QuotaExceededError"},
+      {first, 5 * kMega, 100 * kMega, "database(3 << 20)", "kept"},
+      {first, 5 * kMega, 100 * kMega, "database(3 << 20)", "error 4"},
+      {first, 5 * kMega, 100 * kMega, "database(1 << 20)", "kept"},
+      {first, 6 * kMega, 100 * kMega, "database(1 << 20)", "kept"},
+      {first, 5 * kMega, 100 * kMega, "database(1000)", "SecurityError"},
+      {first, 5 * kMega, 100 * kMega, "indexed(9 << 20)", "kept"},  // in memory
+      {first, 0, 100 * kMega, "local(2)", "QuotaExceededError"},
+      {first, 0, 100 * kMega, "database(2)", "SecurityError"},
+      {first, 5 * kMega, 0, "local(2)", "QuotaExceededError"},
+      {first, 5 * kMega, 100 * kMega, "local(2)", "kept"},
+  };
+  for (auto* browser : {first, second}) visit(browser, 0);
+  int row = 0;
+  for (const auto& [browser, perOrigin, inAll, script, outcome] : kRows) {
+    LARKA::SetStorageLimits(perOrigin, inAll);
+    EXPECT_EQ(run(browser, script), outcome) << "row " << row << ": " << script;
+    ++row;
+  }
+  host.pumpFor(1500);  // the engine writes a second later
+  EXPECT_GT(bytesKept(), 9 * kMega);
+  EXPECT_LT(bytesKept(), 11 * kMega);
+}
+
+TEST_F(StorageLimitsTest, AnApplicationCacheThatIsTooLargeIsNotStored) {
+  const struct {
+    const char* number;
+    size_t bytes;
+    const char* outcome;
+  } kCaches[] = {
+      {"1", 600 * kKilo, "kept"}, {"2", 900 * kKilo, "error"}, {"3", 300 * kKilo, "kept"}};
+  LARKA::SetStorageLimits(kMega, 8 * kMega);
+  first = create(storage.c_str());
+  for (const auto& [number, bytes, expected] : kCaches) {
+    serveCache(&servers[0], number, bytes);
+    ASSERT_TRUE(host.visit(first, &recorder, servers[0].url(std::string("/app") + number)));
+    EXPECT_EQ(outcome(first), expected) << number;
+  }
+}
+
+TEST_F(StorageLimitsTest, OriginsThatNoPageShowsMakeRoom) {
+  LARKA::SetStorageLimits(5 * kMega, 4 * kMega);  // 3 MiB without the application caches
+  fs::create_directory(storage);
+  const auto leaveBehind = [this](const std::string& host, long long bytes, int hoursAgo) {
+    const std::string file = storage + "/http_" + host + "_0.localstorage";
+    std::ofstream(file) << std::string(static_cast<size_t>(bytes), 'x');
+    fs::last_write_time(file, fs::file_time_type::clock::now() - std::chrono::hours(hoursAgo));
+    return file;
+  };
+  const std::string oldest = leaveBehind("oldest.example", kMega, 9);
+  const std::string older = leaveBehind("older.example", 3 * kMega / 2, 5);
+  const std::string old = leaveBehind("old.example", kMega / 2, 1);
+  const auto isLarge = [](const std::string& file) {
+    return fs::exists(file) && fs::file_size(file) > 100 * kKilo;
+  };
+  first = create(storage.c_str());
+  EXPECT_FALSE(fs::exists(oldest));
+  EXPECT_TRUE(fs::exists(older) && fs::exists(old));
+  for (int server : {0, 1, 2}) {
+    visit(first, server);
+    EXPECT_EQ(run(first, "local(1 << 20)"), "kept") << server;
+    ASSERT_TRUE(host.pumpUntil([&] { return isLarge(fileOf(server)); }));
+    host.pumpFor(700);
+  }
+  EXPECT_FALSE(fs::exists(older) || fs::exists(old));
+  // By now it may be full, until what has been removed is gone from the disk.
+  EXPECT_TRUE(host.pumpUntil([&] { return !isLarge(fileOf(0)); }));
+  EXPECT_TRUE(host.pumpUntil([&] { return run(first, "local(2)") == "kept"; }));
+  EXPECT_TRUE(isLarge(fileOf(1)));
+  visit(first, 0);
+  EXPECT_EQ(first->ExecuteJavascript("localStorage.length"), "0");
+  EXPECT_EQ(run(first, "local(800 << 10)"), "kept");  // 2.8 of 3 MiB with the other two
+
+  // What a page shows stays, and nothing new comes to it.
+  second = create(storage.c_str());
+  visit(first, 2);
+  visit(second, 1);
+  EXPECT_EQ(run(second, "local(2 << 20)"), "kept");
+  EXPECT_TRUE(host.pumpUntil([&] { return run(first, "local(2)") == "QuotaExceededError"; }));
+  host.pumpFor(3000);
+  EXPECT_TRUE(isLarge(fileOf(1)) && isLarge(fileOf(2)));
+  EXPECT_FALSE(isLarge(fileOf(0)));
+  EXPECT_EQ(run(second, "local(2)"), "QuotaExceededError");
+  host.manager->DestroyBrowser(second, true);
+  second = nullptr;
+  EXPECT_TRUE(host.pumpUntil([&] { return run(first, "local(2)") == "kept"; }));
+  EXPECT_TRUE(isLarge(fileOf(2)));
+}
+
+TEST_F(StorageLimitsTest, DatabasesOfAllOriginsShareTheRoom) {
+  LARKA::SetStorageLimits(5 * kMega, 4 * kMega);
+  first = create(storage.c_str());
+  second = create(storage.c_str());
+  visit(first, 0);
+  visit(second, 1);
+  EXPECT_EQ(run(first, "database(2 << 20)"), "kept");
+  EXPECT_EQ(run(second, "database(500 << 10)"), "SecurityError");
+  EXPECT_GT(bytesKept(), 2 * kMega);
+  visit(first, 2);
+  host.pumpFor(1000);
+  EXPECT_EQ(run(second, "database(500 << 10)"), "kept");
+  EXPECT_TRUE(host.pumpUntil([&] { return bytesKept() < kMega; })) << bytesKept();
+}
+
+}  // namespace

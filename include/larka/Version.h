@@ -4,7 +4,7 @@
 /// The version as numbers. A new major version breaks hosts that were built before; a new minor
 /// version only adds.
 #define LARKA_VERSION_MAJOR 1
-#define LARKA_VERSION_MINOR 0
+#define LARKA_VERSION_MINOR 1
 #define LARKA_VERSION_PATCH 0
 
 /// The version as one number that grows: `#if LARKA_VERSION >= LARKA_VERSION_CHECK(1, 2, 0)`.
@@ -15,4 +15,4 @@
 #define LARKA_VERSION_CHECK(major, minor, patch) ((major) << 16 | (minor) << 8 | (patch))
 
 /// The version as text.
-#define LARKA_VERSION_STRING "1.0.0"
+#define LARKA_VERSION_STRING "1.1.0"

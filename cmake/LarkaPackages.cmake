@@ -34,7 +34,8 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${package_runtime})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS qt5-style-plugins)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS fonts-dejavu-core)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS
+  "fonts-dejavu-core, gstreamer1.0-plugins-base, gstreamer1.0-plugins-good")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${templates}/triggers)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "${about}\nThis package has the library.")
 

@@ -35,9 +35,11 @@
 #include "LarkaHTMLControlQt.h"
 #include "LarkaJavaScriptObject.h"
 #include "LarkaPluginWidgetQt.h"
+#include "NetworkAccessManager.h"
 #include "PageStorage.h"
 #include "PluginFactory.h"
 #include "WebPage.h"
+#include "WindowObjects.h"
 #include "larka/ILarkaCallbacks.h"
 #include "larka/KeyCodes.h"
 #include "larka/LarkaSystemInfoJavaScriptObject.h"
@@ -79,7 +81,9 @@ QPoint scaled(const QPoint& point, double factor) {
 }  // namespace
 
 LarkaBrowser::LarkaBrowser(QNetworkAccessManager* manager, QObject* parent)
-    : QObject(parent), m_hostCalls(this) {
+    : QObject(parent),
+      m_loadWatch([this] { return isBusyLoading(); }, [this] { endLoad(true); }),
+      m_hostCalls(this) {
   QWebSettings::setMaximumPagesInCache(kPagesInCache);
   connect(manager, SIGNAL(creatingRequest(QUrl)), this, SLOT(creatingRequest(QUrl)));
   connect(manager, SIGNAL(onRequestError()), this, SLOT(requestError()));
@@ -264,23 +268,36 @@ void LarkaBrowser::ask(Call call) {
 
 // A child frame that loads leaves the plug-ins of the others.
 void LarkaBrowser::loadStarted() {
-  const bool leavesPage = m_webView && page()->mainFrameNavigates();
-  if (leavesPage) {
+  m_pageLoads = m_webView && page()->mainFrameNavigates();
+  m_loadWatch.begin();
+  if (m_pageLoads) {
     ++m_loads;
     page()->plugins()->forget();
   }
-  postHostEvent(this, [this, leavesPage] {
+  postHostEvent(this, [this, leavesPage = m_pageLoads] {
     if (leavesPage) m_pluginWidgets.clear();
     notify([](ILarkaCallbacks* listener) { listener->OnLoadStarted(); });
   });
+}
+
+bool LarkaBrowser::isBusyLoading() const {
+  if (!m_webView || !m_engineUse.isIdle()) return true;
+  const auto* manager = qobject_cast<NetworkAccessManager*>(page()->networkAccessManager());
+  return manager && manager->hasRunningReplies();
 }
 
 void LarkaBrowser::loadProgress(int percent) {
   post([=](ILarkaCallbacks* listener) { listener->OnLoadProgress(percent); });
 }
 
-// A host that hears that the page is there lists its plug-ins, so they come first.
+// A child frame that fails, such as an advertisement, doesn't fail its page. A load that LoadWatch
+// has ended may end once more.
 void LarkaBrowser::loadFinished(bool ok) {
+  if (m_loadWatch.end()) endLoad(ok || !m_pageLoads);
+}
+
+// A host that hears that the page is there lists its plug-ins, so they come first.
+void LarkaBrowser::endLoad(bool ok) {
   postHostEvent(this, [this, ok, load = m_loads] {
     const QPointer<LarkaBrowser> self(this);
     if (m_webView) page()->plugins()->announce();
@@ -350,6 +367,7 @@ void LarkaBrowser::sslErrors() {
 void LarkaBrowser::javaScriptWindowObjectCleared() {
   auto* frame = qobject_cast<QWebFrame*>(sender());
   if (!frame) return;
+  correctWindowObject(frame, m_webView ? m_webView->size().toSize() : QSize());
   if (m_systemInfoObject)
     frame->addToJavaScriptWindowObject(QStringLiteral("systeminfoobject"), m_systemInfoObject);
   if (m_scriptObject) m_scriptObject->publish(frame);
@@ -802,7 +820,15 @@ void LarkaBrowser::MouseWheel(int dx, int dy, int) {
   if (self) sendWheel(dx, Qt::Horizontal);
 }
 
-void LarkaBrowser::KeyDown(int key, int modifiers) { sendKey(QEvent::KeyPress, key, modifiers); }
+// As on a keyboard, Escape ends the full screen of an element, and is nothing else then.
+void LarkaBrowser::KeyDown(int key, int modifiers) {
+  if (key == KEYCODE_ESCAPE && m_webView && page()->showsFullScreenElement()) {
+    const EngineCall call(&m_engineUse);
+    page()->leaveFullScreen();
+    return;
+  }
+  sendKey(QEvent::KeyPress, key, modifiers);
+}
 
 void LarkaBrowser::KeyUp(int key, int modifiers) { sendKey(QEvent::KeyRelease, key, modifiers); }
 
@@ -858,6 +884,7 @@ void LarkaBrowser::Resize(int width, int height) {
   if (!m_webView) return;
   const EngineCall call(&m_engineUse);
   m_webView->resize(QSizeF(width, height));
+  if (m_frameTimer) correctScreenSize(mainFrame(), m_webView->size().toSize());
 }
 
 void LarkaBrowser::SetGlobalSurface(char*) {

@@ -21,6 +21,7 @@
 
 #include "HostCalls.h"
 #include "HostEvents.h"
+#include "LoadWatch.h"
 #include "larka/ILarkaBrowser.h"
 
 class LarkaSystemInfoJavaScriptObject;
@@ -237,6 +238,8 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   QNetworkCookieJar* cookieJar() const;
   QList<QNetworkCookie> pageCookies() const;
   std::string historyLocation(int offset) const;
+  void endLoad(bool ok);
+  bool isBusyLoading() const;
   void announcePlugin(const QWebElement& element, void* handle);
   void forgetPlugins();
   void notifyOnPluginDirty(ILarkaCallbacks* listener, const QRect& rect);
@@ -250,7 +253,9 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   QTimer* m_frameTimer = nullptr;
   QList<ILarkaCallbacks*> m_listeners;
   bool m_abandoned = false;
-  int m_loads = 0;                   // of the page, begun so far
+  bool m_pageLoads = false;  // whether the load under way is that of the page, or a frame's
+  int m_loads = 0;           // of the page, begun so far
+  LoadWatch m_loadWatch;
   bool m_endOfReplacedLoad = false;  // while listeners hear of it
   std::vector<LarkaPluginWidget> m_pluginWidgets;
   QPoint m_pointer;  // of the last MouseMove

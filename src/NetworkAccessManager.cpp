@@ -1,6 +1,7 @@
 #include "NetworkAccessManager.h"
 
 #include <QTime>
+#include <algorithm>
 #include <cstdio>
 
 #include "PageStorage.h"
@@ -35,6 +36,12 @@ QNetworkReply* NetworkAccessManager::createRequest(Operation op, const QNetworkR
   LARKA::PageStorage::watch(reply);
   emit creatingRequest(request.url());
   return reply;
+}
+
+bool NetworkAccessManager::hasRunningReplies() const {
+  const QList<QNetworkReply*> replies = findChildren<QNetworkReply*>();
+  return std::any_of(replies.begin(), replies.end(),
+                     [](const QNetworkReply* reply) { return reply->isRunning(); });
 }
 
 void NetworkAccessManager::onSslErrors(QNetworkReply* reply, const QList<QSslError>& errors) {

@@ -15,6 +15,8 @@ class NetworkAccessManager : public QNetworkAccessManager {
  public:
   explicit NetworkAccessManager(QObject* parent);
 
+  bool hasRunningReplies() const;
+
  signals:
   void creatingRequest(const QUrl& url);
   void onRequestError();

@@ -19,6 +19,18 @@ const char kErrorPage[] =
 WebPage::WebPage(LarkaBrowser* browser) : m_browser(browser), m_plugins(new PluginFactory(this)) {
   setPluginFactory(m_plugins);
   connect(this, &QWebPage::featurePermissionRequested, this, &WebPage::refuseFeature);
+  connect(this, &QWebPage::fullScreenRequested, this, &WebPage::answerFullScreenRequest);
+}
+
+// The element fills the view, and with it the page image.
+void WebPage::answerFullScreenRequest(QWebFullScreenRequest request) {
+  m_showsFullScreenElement = request.toggleOn();
+  request.accept();
+}
+
+void WebPage::leaveFullScreen() {
+  m_showsFullScreenElement = false;
+  mainFrame()->evaluateJavaScript(QStringLiteral("document.webkitCancelFullScreen(); void 0"));
 }
 
 // Nobody is there to be asked for the place or for notifications.

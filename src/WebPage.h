@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QString>
+#include <QWebFullScreenRequest>
 #include <QWebPage>
 
 namespace LARKA {
@@ -23,6 +24,10 @@ class WebPage : public QWebPage {
 
   /// The plug-ins of this page.
   PluginFactory* plugins() const { return m_plugins; }
+
+  /// Whether script shows an element in place of the whole page.
+  bool showsFullScreenElement() const { return m_showsFullScreenElement; }
+  void leaveFullScreen();
 
   /// Whether it was the main frame that was last asked to go elsewhere. Right when the page begins
   /// to load, this tells a load of the page from that of a child frame.
@@ -51,11 +56,13 @@ class WebPage : public QWebPage {
   QString userAgentForUrl(const QUrl& url) const override;
 
  private:
+  void answerFullScreenRequest(QWebFullScreenRequest request);
   void refuseFeature(QWebFrame* frame, Feature feature);
 
   LarkaBrowser* m_browser;
   PluginFactory* m_plugins;
   bool m_mainFrameNavigates = true;
+  bool m_showsFullScreenElement = false;
   QString m_userAgent;
 };
 

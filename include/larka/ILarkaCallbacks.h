@@ -38,7 +38,8 @@ class LARKA_EXPORT ILarkaCallbacks {
 
   /// A page load has ended. `ok` is false when the page could not be loaded or was stopped; the
   /// browser then shows an empty page titled "Failed loading page", or what it had received. A load
-  /// that another one replaces ends so before the other begins.
+  /// that another one replaces ends so before the other begins. The loads of child frames begin and
+  /// end too, if they begin after the page's own has ended; theirs always end with true.
   virtual void OnLoadFinished(bool ok) = 0;
 
   /// A page load has come to `percent` of 100.

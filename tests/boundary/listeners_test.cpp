@@ -101,6 +101,14 @@ TEST_F(ListenersTest, MayNavigateInAnyEvent) {
   }
 }
 
+TEST_F(ListenersTest, DoNotHearThatAChildFrameFailed) {
+  ASSERT_TRUE(load("<iframe src='http://127.0.0.1:1/'></iframe>"));
+  recorder.events.clear();
+  script("document.body.appendChild(document.createElement('iframe')).src='http://127.0.0.1:1/x'");
+  ASSERT_TRUE(host.pumpUntil([this] { return recorder.count("OnLoadFinished") == 1; }));
+  EXPECT_EQ(recorder.count("OnLoadFinished true"), 1);
+}
+
 TEST_F(ListenersTest, HearOfLinkNavigationsButNotOfScriptedOnes) {
   ASSERT_TRUE(load("<title>first</title>"));
   ASSERT_TRUE(load("<a href='#there'>go</a><form><button></button></form>"));

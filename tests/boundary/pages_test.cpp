@@ -120,6 +120,53 @@ TEST_F(PagesTest, AFailedLoadLeavesTheBrowserUsable) {
   EXPECT_EQ(browser->GetPrevLocation(), server.url("/good"));
 }
 
+TEST_F(PagesTest, FindATelevision) {
+  ASSERT_TRUE(load("<iframe srcdoc='<script>touch=\"ontouchstart\" in window</script>'></iframe>"));
+  const char size[] = "screen.width+'x'+screen.height+' '+screen.availWidth+'x'+screen.availHeight";
+  EXPECT_EQ(script(size), "640x360 640x360");
+  browser->Resize(500, 300);
+  browser->SetZoomLevel(200);
+  EXPECT_EQ(script(std::string("frames[0].eval('") + "screen.width" + "')"), "500");
+  EXPECT_EQ(script("frames[0].touch||'ontouchstart' in document.body||!!window.TouchEvent"),
+            "false");
+}
+
+TEST_F(PagesTest, ShowElementsFullScreenUntilEscape) {
+  ASSERT_TRUE(load(
+      "<style>*{margin:0}:-webkit-full-screen{width:100%;height:100%}</style><div id=d "
+      "onclick='this.webkitRequestFullscreen()' style='background:#00ff00;padding:30px'></div>"
+      "<script>log='';document.addEventListener('webkitfullscreenchange',function(){log+='c'});"
+      "onkeydown=function(e){log+=e.keyCode}</script>"));
+  const auto corner = [this] {
+    settle();
+    return test::pixel(browser, 630, 350);
+  };
+  EXPECT_NE(corner(), 0xff00ff00u);
+  browser->MouseClick(10, 10, 0);
+  EXPECT_EQ(corner(), 0xff00ff00u);
+  press(LARKA::KEYCODE_ESCAPE);
+  EXPECT_NE(corner(), 0xff00ff00u);
+  press(LARKA::KEYCODE_ESCAPE);
+  EXPECT_EQ(script("log"), "cc27");
+}
+
+TEST_F(PagesTest, PlayFilmsIntoTheImage) {
+  const std::string film = host.directory.file("film.ogv");
+  const std::string make =
+      "gst-launch-1.0 -q videotestsrc pattern=solid-color foreground-color=0xff20c040 "
+      "num-buffers=60 "
+      "! video/x-raw,width=160,height=120,framerate=30/1 ! theoraenc ! oggmux ! filesink "
+      "location=" +
+      film;
+  ASSERT_EQ(system(make.c_str()), 0);
+  ASSERT_TRUE(load("<body style='margin:0'><video id=v src='" + film + "' autoplay></video>"));
+  ASSERT_TRUE(host.pumpUntil([this] {
+    const unsigned colour = test::pixel(browser, 80, 60);
+    return (colour >> 8 & 0xff) > 0xa0 && (colour >> 16 & 0xff) < 0x50;
+  }));
+  EXPECT_EQ(script("typeof new Audio"), "object");
+}
+
 TEST_F(PagesTest, ScriptIsEscapedNarrowly) {
   ASSERT_TRUE(load("<title>x</title>"));
   const std::pair<const char*, const char*> rows[] = {

@@ -26,6 +26,7 @@
 #include "LarkaBrowserTimerQt.h"
 #include "LarkaJavaScriptObject.h"
 #include "LarkaStyle.h"
+#include "LoadWatch.h"
 #include "NetworkAccessManager.h"
 #include "larka/LarkaWidget.h"
 #include "larka/applicationSupportPath.h"
@@ -211,6 +212,32 @@ TEST(CacheWrapperTest, ActsOnTheCacheThatItStandsFor) {
   const std::pair<int, qint64> limits[] = {
       {-1, 209715200}, {50, 52428800}, {0, 0}, {2048, -2147483648LL}};
   for (const auto& [megabytes, bytes] : limits) EXPECT_EQ(LARKA::cacheLimit(megabytes), bytes);
+}
+
+TEST(LoadWatchTest, EndsALoadOnceNothingHasGoneOnForAWhile) {
+  static int count = 1;
+  static char program[] = "test";
+  static char* arguments[] = {program, nullptr};
+  QCoreApplication application(count, arguments);
+  bool busy = true;
+  int ended = 0;
+  LARKA::LoadWatch watch([&] { return busy; }, [&] { ++ended; }, 40);
+  const auto turnFor = [](int milliseconds) {
+    QEventLoop loop;
+    QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
+    loop.exec();
+  };
+  watch.begin();
+  turnFor(120);
+  EXPECT_EQ(ended, 0) << "a request was running";
+  busy = false;
+  turnFor(200);
+  EXPECT_EQ(ended, 1);
+  EXPECT_FALSE(watch.end()) << "it ended twice";
+  watch.begin();
+  EXPECT_TRUE(watch.end());
+  turnFor(120);
+  EXPECT_EQ(ended, 1);
 }
 
 TEST(NetworkAccessManagerTest, TheSlotsForMaintainersWriteWhatArrives) {

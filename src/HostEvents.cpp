@@ -13,7 +13,6 @@ namespace LARKA {
 
 namespace {
 
-// A script that never comes back to the event loop must not fill the memory.
 const size_t kMostWaitingEvents = 4096;
 
 /// A call that is dropped when its receiver goes before, if it has one.
@@ -49,13 +48,12 @@ class HostEventQueue : public QObject {
     return queue;
   }
 
-  void addEvent(Waiting event) {
+  void addEvent(Waiting event, EngineUse* page) {
     m_events.push_back(std::move(event));
-    if (m_events.size() >= kMostWaitingEvents) {
-      const ScriptWait deliversThem(nullptr);
-    } else {
+    if (m_events.size() < kMostWaitingEvents)
       wakeUp();
-    }
+    else
+      const ScriptWait deliversThem(page);
   }
 
   void addOperation(WaitingOperation operation) {
@@ -171,8 +169,8 @@ ScriptWait::ScriptWait(EngineUse* page) : m_engine(page) {
   if (auto* queue = HostEventQueue::instance()) queue->deliver();
 }
 
-void postHostEvent(QObject* receiver, std::function<void()> event) {
-  if (auto* queue = HostEventQueue::instance()) queue->addEvent({receiver, std::move(event)});
+void postHostEvent(QObject* receiver, EngineUse* page, std::function<void()> event) {
+  if (auto* queue = HostEventQueue::instance()) queue->addEvent({receiver, std::move(event)}, page);
 }
 
 void whenIdle(const EngineUse& page, QObject* receiver, std::function<void()> operation) {

@@ -69,8 +69,10 @@ class ScriptWait {
   EngineOnStack m_engine;
 };
 
-/// Queues `event` for delivery. It is dropped when `receiver` goes before.
-void postHostEvent(QObject* receiver, std::function<void()> event);
+/// Queues `event`, of a page if one is given, for delivery. It is dropped when `receiver` goes
+/// before. When very many are waiting they are delivered at once, as before an event that the page
+/// waits for: script that logs for ever must not fill the memory.
+void postHostEvent(QObject* receiver, EngineUse* page, std::function<void()> event);
 
 /// Calls `operation` at once or, while `page` is on the stack, as soon as it has left it. The
 /// operations of a page are called in the order in which they came. One is dropped when its

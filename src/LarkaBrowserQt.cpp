@@ -255,7 +255,7 @@ void LarkaBrowser::notify(Call call) {
 
 template <typename Call>
 void LarkaBrowser::post(Call call) {
-  postHostEvent(this, [this, call] { notify(call); });
+  postHostEvent(this, &m_engineUse, [this, call] { notify(call); });
 }
 
 template <typename Call>
@@ -274,7 +274,7 @@ void LarkaBrowser::loadStarted() {
     ++m_loads;
     page()->plugins()->forget();
   }
-  postHostEvent(this, [this, leavesPage = m_pageLoads] {
+  postHostEvent(this, &m_engineUse, [this, leavesPage = m_pageLoads] {
     if (leavesPage) m_pluginWidgets.clear();
     notify([](ILarkaCallbacks* listener) { listener->OnLoadStarted(); });
   });
@@ -298,7 +298,7 @@ void LarkaBrowser::loadFinished(bool ok) {
 
 // A host that hears that the page is there lists its plug-ins, so they come first.
 void LarkaBrowser::endLoad(bool ok) {
-  postHostEvent(this, [this, ok, load = m_loads] {
+  postHostEvent(this, &m_engineUse, [this, ok, load = m_loads] {
     const QPointer<LarkaBrowser> self(this);
     if (m_webView) page()->plugins()->announce();
     if (!self) return;

@@ -10,6 +10,7 @@
 #include <QWebPage>
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 
 #include "FrameRate.h"
 #include "HostEvents.h"
@@ -20,7 +21,7 @@ namespace {
 const QImage::Format kImageFormat = QImage::Format_ARGB32_Premultiplied;
 const int kMaxPendingRects = 20;
 const int kFullScreenWatchMilliseconds = 100;
-const int kRestMilliseconds = 150;
+const int kRestMilliseconds = 200;
 const qint64 kLargestElementPixels = qint64(4096) * 4096;  // 64 MiB
 const QPainter::RenderHints kRenderHints =
     QPainter::Antialiasing | QPainter::TextAntialiasing | QPainter::SmoothPixmapTransform;
@@ -33,11 +34,12 @@ void countFrame() {
 /// The bounds of the pixels in which two images of one size differ.
 QRect difference(const QImage& a, const QImage& b) {
   QRect bounds;
+  const size_t lineBytes = size_t(a.width()) * sizeof(QRgb);
   for (int y = 0; y < a.height(); ++y) {
+    if (memcmp(a.constScanLine(y), b.constScanLine(y), lineBytes) == 0) continue;
     const auto* first = reinterpret_cast<const QRgb*>(a.constScanLine(y));
     const auto* second = reinterpret_cast<const QRgb*>(b.constScanLine(y));
     const auto left = std::mismatch(first, first + a.width(), second).first - first;
-    if (left == a.width()) continue;
     int right = a.width() - 1;
     while (first[right] == second[right]) --right;
     bounds |= QRect(QPoint(static_cast<int>(left), y), QPoint(right, y));

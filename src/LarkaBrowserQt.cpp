@@ -37,11 +37,11 @@
 #include "LarkaPluginWidgetQt.h"
 #include "NetworkAccessManager.h"
 #include "PageStorage.h"
+#include "PageKeys.h"
 #include "PluginFactory.h"
 #include "WebPage.h"
 #include "WindowObjects.h"
 #include "larka/ILarkaCallbacks.h"
-#include "larka/KeyCodes.h"
 #include "larka/LarkaSystemInfoJavaScriptObject.h"
 #include "larkawebview.h"
 
@@ -772,13 +772,11 @@ void LarkaBrowser::sendWheel(int delta, Qt::Orientation orientation) {
   sendToPage(&event);
 }
 
-// The space is a character without a key, for which the engine presses no button and toggles
-// nothing; there it gets the key as well.
 void LarkaBrowser::sendKey(QEvent::Type type, int key, int modifiers) {
-  std::unique_ptr<QKeyEvent> event(createKeyEventFromVirtualKeyCode(key, modifiers, type, false));
-  if (key == KEYCODE_SPACE && focusIsOnButton())
-    event = std::make_unique<QKeyEvent>(type, Qt::Key_Space, event->modifiers(), event->text());
-  sendToPage(event.get());
+  const std::unique_ptr<QKeyEvent> sent(
+      createKeyEventFromVirtualKeyCode(key, modifiers, type, false));
+  QKeyEvent event = pageKeyEvent(*sent);
+  sendToPage(&event);
 }
 
 void LarkaBrowser::MouseMove(int x, int y, int) {
@@ -831,14 +829,6 @@ void LarkaBrowser::KeyDown(int key, int modifiers) {
 }
 
 void LarkaBrowser::KeyUp(int key, int modifiers) { sendKey(QEvent::KeyRelease, key, modifiers); }
-
-bool LarkaBrowser::focusIsOnButton() const {
-  const QString buttons = QStringLiteral(
-      "input[type=checkbox]:focus,input[type=radio]:focus,input[type=button]:focus,"
-      "input[type=submit]:focus,input[type=reset]:focus,input[type=image]:focus,"
-      "input[type=file]:focus,button:focus");
-  return m_webView && !page()->currentFrame()->findFirstElement(buttons).isNull();
-}
 
 // Controls.
 

@@ -227,7 +227,6 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
                  Qt::MouseButtons buttons);
   void sendWheel(int delta, Qt::Orientation orientation);
   void sendKey(QEvent::Type type, int key, int modifiers);
-  bool focusIsOnButton() const;
 
   void makeScriptObject();
   void installPage(QNetworkAccessManager* manager);

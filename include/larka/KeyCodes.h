@@ -7,16 +7,16 @@ namespace LARKA {
 /// interface.
 ///
 /// Every other number up to 65535 stands for the character with that UTF-16 code: 'a' is 97, the
-/// space 32, the euro sign 8364; a character beyond U+FFFF takes two, one press each. It is typed;
-/// to page script only the letters A to Z (with MODIFIER_LEFT_SHIFT, or it looks like caps lock)
-/// and a to z and the digits are also keys with a key code. Of larger numbers the low 16 bits
-/// count.
+/// space 32, the euro sign 8364; a character beyond U+FFFF takes two, one press each. It is typed.
+/// Of larger numbers the low 16 bits count.
+///
+/// Page script sees the events of a US keyboard: a comma has the keyCode 188, a plus sign 187 and
+/// shift. Capital letters get no shift by themselves: send MODIFIER_LEFT_SHIFT too, or it looks
+/// like caps lock. Characters beyond ASCII have the keyCode 0. Only return, enter and keys that
+/// type a character have a keypress. The keypad types its digits and signs.
 ///
 /// The characters U+0100 to U+0119, among them d, e and c with a caron or an ogonek, have the
-/// numbers of keys and can't be sent: a d with a caron would send a form. Each key comes with the
-/// character that has its number, and a text field types it for the keys that it has no other use
-/// for: the keypad's (but enter), insert, page up and page down. To type a digit send KEYCODE_0 to
-/// KEYCODE_9.
+/// numbers of keys and can't be sent: a d with a caron would send a form.
 enum KeyCode {
   KEYCODE_BACKSPACE = 8,   ///< deletes before the caret
   KEYCODE_TAB = 9,         ///< moves the focus on; with shift, back

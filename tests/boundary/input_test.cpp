@@ -1,5 +1,6 @@
 // What a viewer does on a page: with the remote control alone, with the pointer, and at random.
 #include <climits>
+#include <iterator>
 #include <random>
 
 #include "Host.h"
@@ -157,6 +158,82 @@ TEST_F(InputTest, AFormIsFilledInAndSentWithHandlesAndThePointer) {
   click("go");
   EXPECT_EQ(sent(), std::string("POST ") + kSent);
   EXPECT_EQ(recorder.count("OnMouseClick go"), 1);
+}
+
+// The key codes and events are those that other browsers give for a US keyboard.
+class KeyTest : public InputTest {
+ protected:
+  void SetUp() override {
+    InputTest::SetUp();
+    ASSERT_TRUE(load(
+        R"(<meta charset=utf-8><input id=field><span id=place tabindex=0>x</span><script>var log='';
+['keydown','keypress','keyup'].forEach(function(t){addEventListener(t,function(e){
+log+=t+' '+[e.keyCode,e.charCode,e.which]+(e.shiftKey?' shift ':' ')+(e.keyLocation==3?'keypad ':'')},true)})
+</script>)"));
+  }
+
+  /// What the page sees of a key, and what is typed, while an element has the focus.
+  std::string pressed(const std::string& id, int code, int modifiers) {
+    script("field.value='';" + id + ".focus();log=''");
+    press(code, modifiers);
+    return script("log+field.value");
+  }
+
+  /// Presses a key outside and in a text field. It has no keypress where `charCode` is 0.
+  void expectKey(int code, int keyCode, int charCode, const std::string& flags = " ",
+                 int modifiers = 0) {
+    const std::string key = std::to_string(keyCode), character = std::to_string(charCode);
+    std::string seen = "keydown " + key + ",0," + key + flags;
+    if (charCode) seen += "keypress " + character + "," + character + "," + character + flags;
+    seen += "keyup " + key + ",0," + key + flags;
+    const bool types = charCode >= ' ' && charCode <= '~' && modifiers == 0;
+    EXPECT_EQ(pressed("place", code, modifiers), seen) << code;
+    EXPECT_EQ(pressed("field", code, modifiers), seen + (types ? std::string(1, charCode) : ""))
+        << code;
+  }
+};
+
+TEST_F(KeyTest, CharactersAreTheKeysOfAKeyboard) {
+  const char plain[] = "`1234567890-=[]\\;',./", shifted[] = "~!@#$%^&*()_+{}|:\"<>?";
+  const int keyCodes[] = {192, 49,  50,  51,  52,  53,  54,  55,  56,  57, 48,
+                          189, 187, 219, 221, 220, 186, 222, 188, 190, 191};
+  static_assert(std::size(plain) == std::size(keyCodes) + 1, "");
+  static_assert(std::size(shifted) == std::size(keyCodes) + 1, "");
+  for (size_t i = 0; i < std::size(keyCodes); ++i) {
+    expectKey(plain[i], keyCodes[i], plain[i]);
+    expectKey(shifted[i], keyCodes[i], shifted[i], " shift ");
+  }
+  for (int i = 0; i < 26; ++i) {
+    expectKey('a' + i, 'A' + i, 'a' + i);
+    expectKey('A' + i, 'A' + i, 'A' + i);
+  }
+  expectKey(KEYCODE_SPACE, 32, 32);
+  EXPECT_EQ(pressed("field", 0xe4, 0), "keydown 0,0,0 keypress 228,228,228 keyup 0,0,0 ä");
+}
+
+TEST_F(KeyTest, OnlyKeysThatTypeHaveAKeypress) {
+  const struct {
+    int code, keyCode, charCode;
+  } keys[] = {{KEYCODE_BACKSPACE, 8, 0},   {KEYCODE_TAB, 9, 0},
+              {KEYCODE_LINE_FEED, 13, 13}, {KEYCODE_RETURN, 13, 13},
+              {KEYCODE_ESCAPE, 27, 0},     {KEYCODE_DELETE, 46, 0},
+              {KEYCODE_UP, 38, 0},         {KEYCODE_DOWN, 40, 0},
+              {KEYCODE_RIGHT, 39, 0},      {KEYCODE_LEFT, 37, 0},
+              {KEYCODE_INSERT, 45, 0},     {KEYCODE_HOME, 36, 0},
+              {KEYCODE_END, 35, 0},        {KEYCODE_PAGE_UP, 33, 0},
+              {KEYCODE_PAGE_DOWN, 34, 0},  {KEYCODE_KEYPAD_EQUAL, 187, '='}};
+  for (const auto& key : keys) expectKey(key.code, key.keyCode, key.charCode);
+  const struct {
+    int code, keyCode, charCode;
+  } keypad[] = {{KEYCODE_KEYPAD_PERIOD, 110, '.'},   {KEYCODE_KEYPAD_SLASH, 111, '/'},
+                {KEYCODE_KEYPAD_ASTERISK, 106, '*'}, {KEYCODE_KEYPAD_MINUS, 109, '-'},
+                {KEYCODE_KEYPAD_PLUS, 107, '+'},     {KEYCODE_KEYPAD_ENTER, 13, 13}};
+  for (const auto& key : keypad) expectKey(key.code, key.keyCode, key.charCode, " keypad ");
+  for (int digit = 0; digit <= 9; ++digit)
+    expectKey(KEYCODE_KEYPAD_0 + digit, 96 + digit, '0' + digit, " keypad ");
+  expectKey(KEYCODE_RETURN, 13, 10, " ", MODIFIER_LEFT_CONTROL);
+  expectKey(KEYCODE_RETURN, 13, 0, " ", MODIFIER_RIGHT_ALT);
+  expectKey(KEYCODE_INSERT, 45, 0, " ", MODIFIER_META);
 }
 
 TEST_F(InputTest, SpaceTogglesOnlyWhatHasTheFocusWhenItGoesDownAndUp) {

@@ -92,6 +92,7 @@ LarkaBrowser::LarkaBrowser(QNetworkAccessManager* manager, QObject* parent)
   m_webView->setPalette(QApplication::palette("QWebView"));
   installPage(manager);
   m_frameClock.start();
+  m_clock.start();
 }
 
 LarkaBrowser::~LarkaBrowser() {
@@ -781,18 +782,22 @@ void LarkaBrowser::sendKey(QEvent::Type type, int key, int modifiers) {
 
 void LarkaBrowser::MouseMove(int x, int y, int) {
   m_pointer = QPoint(x, y);
+  m_doubleClick.move(m_pointer);
   sendMouse(QEvent::MouseMove, m_pointer, Qt::NoButton, m_heldButtons);
 }
 
 void LarkaBrowser::MouseDown(int x, int y, int) {
   m_heldButtons = Qt::LeftButton;
-  sendMouse(QEvent::MouseButtonPress, QPoint(x, y), Qt::LeftButton, Qt::LeftButton);
+  const QPoint point(x, y);
+  sendMouse(m_doubleClick.press(point, m_clock.elapsed()), point, Qt::LeftButton, Qt::LeftButton);
 }
 
 // After the first press, moves say for good that the button is held; hosts rely on it.
 void LarkaBrowser::MouseUp(int x, int y, int) {
   m_heldButtons = Qt::LeftButton;
-  sendMouse(QEvent::MouseButtonRelease, QPoint(x, y), Qt::LeftButton, Qt::NoButton);
+  const QPoint point(x, y);
+  m_doubleClick.release(point);
+  sendMouse(QEvent::MouseButtonRelease, point, Qt::LeftButton, Qt::NoButton);
 }
 
 // Tested first: the control is what was there before the click.

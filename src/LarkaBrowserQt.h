@@ -19,6 +19,7 @@
 #include <utility>
 #include <vector>
 
+#include "DoubleClick.h"
 #include "HostCalls.h"
 #include "HostEvents.h"
 #include "LoadWatch.h"
@@ -259,6 +260,8 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   std::vector<LarkaPluginWidget> m_pluginWidgets;
   QPoint m_pointer;  // of the last MouseMove
   Qt::MouseButtons m_heldButtons = Qt::NoButton;
+  DoubleClick m_doubleClick;
+  QElapsedTimer m_clock;  // of double clicks
   QWebElement m_fullScreenElement;
   QSharedPointer<QNetworkDiskCache> m_diskCache;  // null until SetCacheParameters
   QElapsedTimer m_frameClock;

@@ -137,7 +137,8 @@ class LARKA_EXPORT ILarkaBrowser {
   /// button held.
   virtual void MouseMove(int x, int y, int reserved) = 0;
 
-  /// Presses the left button at a point.
+  /// Presses the left button at a point. A press soon after a click at the same place, in Qt's
+  /// double-click interval (0.4 s) and drag distance (10 pixels), is the second of a double click.
   virtual void MouseDown(int x, int y, int reserved) = 0;
 
   /// Releases the left button at a point.

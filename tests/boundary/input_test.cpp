@@ -293,6 +293,20 @@ addEventListener(t,function(e){log.push(t+" "+e.clientX+","+e.clientY+" "+(e.whe
             "mousewheel 33,43 0,120; mousewheel 33,43 0,-360; mousewheel 33,43 240,0");
 }
 
+TEST_F(InputTest, TwoClicksAreADoubleClick) {
+  ASSERT_TRUE(load(R"(<body id=b style="font-size:40px">some words here<script>var log="";
+["mousedown","mouseup","click","dblclick"].forEach(function(t){addEventListener(t,function(e){
+log+=t+e.detail+" "})})</script>)"));
+  const auto seen = [this] { return script("var l=log+getSelection();log='';l"); };
+  browser->MouseClick(20, 30, 0);
+  browser->MouseMove(21, 30, 0);
+  browser->MouseClick(21, 30, 0);
+  EXPECT_EQ(seen(), "mousedown1 mouseup1 click1 mousedown2 mouseup2 click2 dblclick2 some");
+  EXPECT_EQ(recorder.count("OnMouseClick b"), 2);
+  browser->MouseClick(21, 30, 0);
+  EXPECT_EQ(seen(), "mousedown3 mouseup3 click3 some words here");
+}
+
 TEST_F(InputTest, AClickTellsEveryListenerWhatWasThereBefore) {
   test::Recorder second;
   browser->AddListener(&second);

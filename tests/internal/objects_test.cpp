@@ -17,9 +17,11 @@
 #include <QTimer>
 #include <QWebPage>
 #include <QWebSettings>
+#include <climits>
 
 #include "BrowserManagerQt.h"
 #include "CacheWrapper.h"
+#include "DoubleClick.h"
 #include "FrameRate.h"
 #include "Host.h"
 #include "LarkaBrowserQt.h"
@@ -120,6 +122,37 @@ TEST_F(ObjectsTest, TheBrowsersSlotsKeepTheirOrder) {
                        .constData(),
                    other.methods[i]);
   EXPECT_TRUE(LarkaJavaScriptObject(nullptr).exec2(QStringLiteral("x")).isNull());
+}
+
+TEST_F(ObjectsTest, ADoubleClickIsQuickAndAtOnePlace) {
+  const int near = QApplication::startDragDistance() - 1, far = near + 1;
+  const int interval = QApplication::doubleClickInterval();
+  const struct {
+    const char* name;
+    int press, release, move, secondPress, time;
+    bool isDouble;
+  } rows[] = {{"in time and near", 0, near, near, near, interval, true},
+              {"late", 0, 0, 0, 0, interval + 1, false},
+              {"elsewhere", 0, 0, 0, far, 0, false},
+              {"moved away meanwhile", 0, 0, far, 0, 0, false},
+              {"dragged away", 0, far, 0, 0, 0, false},
+              {"at the other end", INT_MIN, INT_MIN, INT_MIN, INT_MAX, 0, false}};
+  LARKA::DoubleClick click;
+  for (const auto& row : rows) {
+    const int start = 1000 * static_cast<int>(&row - rows);
+    const QPoint second(row.secondPress, 0);
+    EXPECT_EQ(click.press(QPoint(row.press, 0), start), QEvent::MouseButtonPress) << row.name;
+    click.release(QPoint(row.release, 0));
+    click.move(QPoint(row.move, 0));
+    EXPECT_EQ(click.press(second, start + row.time) == QEvent::MouseButtonDblClick, row.isDouble)
+        << row.name;
+    EXPECT_EQ(click.press(second, start + row.time), QEvent::MouseButtonPress) << "not released";
+    click.release(second);
+    EXPECT_EQ(click.press(second, start + row.time), QEvent::MouseButtonDblClick) << row.name;
+    click.release(second);
+    EXPECT_EQ(click.press(second, start + row.time), QEvent::MouseButtonPress) << "the third";
+    click.release(second);
+  }
 }
 
 // Hooks that do nothing and stay callable.

@@ -28,7 +28,7 @@ bool isOnKeypad(const QKeyEvent& event) {
 /// Characters keep their text with control and with Alt: QtWebKit doesn't type it then, but finds
 /// access keys by it, and sends a keypress even for an empty one.
 QString typedText(const QKeyEvent& event) {
-  const QString nothing = QStringLiteral("");  // for a null text QtWebKit makes up its own
+  QString nothing = QStringLiteral("");  // for a null text QtWebKit makes up its own
   const Qt::KeyboardModifiers modifiers = event.modifiers();
   if (event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter) {
     if (modifiers & (Qt::AltModifier | Qt::MetaModifier)) return nothing;

@@ -50,8 +50,8 @@ class LARKA_EXPORT BrowserManager {
   /// Destroys a browser made by CreateBrowser; null is ignored. With `immediate` it calls no
   /// listener any more and is destroyed before the call returns or, inside an event that its page
   /// waits for, when the page's script has ended. Otherwise it is destroyed by the next PumpEvents
-  /// or pass of RunEventLoop, but never while one of its callbacks is still running. An inspector (ILarkaBrowser::LaunchInspector) is only shut
-  /// down: it belongs to its browser.
+  /// or pass of RunEventLoop, but never while one of its callbacks is still running. An inspector
+  /// (ILarkaBrowser::LaunchInspector) is only shut down: it belongs to its browser.
   void DestroyBrowser(ILarkaBrowser* browser, bool immediate);
 
   /// Makes a stopped timer: `callback` is called with it and `userData` every

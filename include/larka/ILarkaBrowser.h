@@ -103,8 +103,8 @@ class LARKA_EXPORT ILarkaBrowser {
   /// `lifetimeSeconds`, or until the store ends when that is negative; with 0 it takes the place of
   /// the one with its name and path and is gone a millisecond later. `name` and `value` are sent as
   /// they are: they must not hold semicolons, line breaks or blanks at either end. Together they
-  /// have at most 4096 bytes, or nothing is stored. The file is written 2 s later. Always returns 0.
-  /// To be called after Initialize, which may choose another store.
+  /// have at most 4096 bytes, or nothing is stored. The file is written 2 s later. Always returns
+  /// 0. To be called after Initialize, which may choose another store.
   virtual int InjectCookie(const char* domain, const char* name, const char* value,
                            int lifetimeSeconds) = 0;
 

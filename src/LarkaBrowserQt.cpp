@@ -270,12 +270,13 @@ void LarkaBrowser::ask(Call call) {
 
 // A child frame that loads leaves the plug-ins of the others.
 void LarkaBrowser::loadStarted() {
-  m_pageLoads = m_webView && page()->mainFrameNavigates();
+  m_pageLoads = !m_webView || page()->mainFrameNavigates();
   m_loadWatch.begin();
   if (m_pageLoads) {
     ++m_loads;
-    page()->plugins()->forget();
+    m_pageArrived = false;
   }
+  if (m_webView && m_pageLoads) page()->plugins()->forget();
   postHostEvent(this, &m_engineUse, [this, leavesPage = m_pageLoads] {
     if (leavesPage) m_pluginWidgets.clear();
     notify([](ILarkaCallbacks* listener) { listener->OnLoadStarted(); });
@@ -283,7 +284,9 @@ void LarkaBrowser::loadStarted() {
 }
 
 bool LarkaBrowser::isBusyLoading() const {
-  if (!m_webView || !m_engineUse.isIdle()) return true;
+  // While a page waits for the host, the loads of all pages rest.
+  if (!m_webView || !EngineUse::ofAnyPage().isIdle()) return true;
+  if (m_pageLoads && !m_pageArrived) return true;
   const auto* manager = qobject_cast<NetworkAccessManager*>(page()->networkAccessManager());
   return manager && manager->hasRunningReplies();
 }
@@ -318,6 +321,7 @@ void LarkaBrowser::titleChanged(const QString& title) {
 }
 
 void LarkaBrowser::urlChanged(const QUrl& url) {
+  m_pageArrived = true;
   post([text = toHost(url)](ILarkaCallbacks* listener) { listener->OnUrlChanged(text.c_str()); });
 }
 
@@ -609,13 +613,15 @@ void LarkaBrowser::navigate(Operation operation) {
   });
 }
 
-void LarkaBrowser::Navigate(const char* url) {
-  navigate(
-      [address = QUrl::fromEncoded(url)](LarkaWebView* webView) { webView->Navigate(address); });
-}
-
 // A host that tries again whenever a load has failed means that load, not the one that has replaced
 // it; and if it ended that one, it would try again for ever.
+void LarkaBrowser::Navigate(const char* url) {
+  const QUrl address = QUrl::fromEncoded(url);
+  if (m_endOfReplacedLoad && address == m_requested) return;
+  m_requested = address;
+  navigate([address](LarkaWebView* webView) { webView->Navigate(address); });
+}
+
 void LarkaBrowser::Reload() {
   if (m_endOfReplacedLoad) return;
   navigate([](LarkaWebView* webView) { webView->reload(); });
@@ -826,12 +832,12 @@ void LarkaBrowser::MouseWheel(int dx, int dy, int) {
 
 // As on a keyboard, Escape ends the full screen of an element, and is nothing else then.
 void LarkaBrowser::KeyDown(int key, int modifiers) {
-  if (key == KEYCODE_ESCAPE && m_webView && page()->showsFullScreenElement()) {
+  const QPointer<LarkaBrowser> self(this);
+  if (key == KEYCODE_ESCAPE && m_webView) {
     const EngineCall call(&m_engineUse);
-    page()->leaveFullScreen();
-    return;
+    if (page()->leaveFullScreen()) return;
   }
-  sendKey(QEvent::KeyPress, key, modifiers);
+  if (self) sendKey(QEvent::KeyPress, key, modifiers);
 }
 
 void LarkaBrowser::KeyUp(int key, int modifiers) { sendKey(QEvent::KeyRelease, key, modifiers); }
@@ -880,7 +886,7 @@ void LarkaBrowser::Resize(int width, int height) {
   if (!m_webView) return;
   const EngineCall call(&m_engineUse);
   m_webView->resize(QSizeF(width, height));
-  if (m_frameTimer) correctScreenSize(mainFrame(), m_webView->size().toSize());
+  if (m_webView && m_frameTimer) correctScreenSize(mainFrame(), m_webView->size().toSize());
 }
 
 void LarkaBrowser::SetGlobalSurface(char*) {

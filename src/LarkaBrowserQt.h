@@ -253,8 +253,10 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   QTimer* m_frameTimer = nullptr;
   QList<ILarkaCallbacks*> m_listeners;
   bool m_abandoned = false;
-  bool m_pageLoads = false;  // whether the load under way is that of the page, or a frame's
-  int m_loads = 0;           // of the page, begun so far
+  bool m_pageLoads = false;    // whether the load under way is that of the page, or a frame's
+  bool m_pageArrived = false;  // whether anything of it has
+  QUrl m_requested;            // of the last Navigate
+  int m_loads = 0;             // of the page, begun so far
   LoadWatch m_loadWatch;
   bool m_endOfReplacedLoad = false;  // while listeners hear of it
   std::vector<LarkaPluginWidget> m_pluginWidgets;

@@ -27,12 +27,22 @@ QString LarkaJavaScriptObject::exec2(const QString& script) {
 void PublishedLarkaObject::publish(QWebFrame* frame) {
   frame->addToJavaScriptWindowObject(QStringLiteral("larka"), this);
   frame->evaluateJavaScript(
-      QStringLiteral("(function(host) {"
+      QStringLiteral("(function(host, String) {"
+                     "  function textOf(value) {"
+                     "    if (value === null || value === void 0) return '';"
+                     "    return typeof value == 'symbol' ? '' + value : String(value);"
+                     "  }"
                      "  window.larka = {"
-                     "    exec: function(text) { text = '' + text; host.exec(text); },"
-                     "    exec2: function(text) { text = '' + text; return host.exec2(text); }"
+                     "    exec: function(value) {"
+                     "      if (arguments.length == 0) return host.exec();"
+                     "      var text = textOf(value); host.exec(text);"
+                     "    },"
+                     "    exec2: function(value) {"
+                     "      if (arguments.length == 0) return host.exec2();"
+                     "      var text = textOf(value); return host.exec2(text);"
+                     "    }"
                      "  };"
-                     "})(window.larka); void 0"));
+                     "})(window.larka, String); void 0"));
 }
 
 const QMetaObject* PublishedLarkaObject::metaObject() const { return &Larka::staticMetaObject; }

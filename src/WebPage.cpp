@@ -28,9 +28,15 @@ void WebPage::answerFullScreenRequest(QWebFullScreenRequest request) {
   request.accept();
 }
 
-void WebPage::leaveFullScreen() {
-  m_showsFullScreenElement = false;
-  mainFrame()->evaluateJavaScript(QStringLiteral("document.webkitCancelFullScreen(); void 0"));
+// A page that was left takes its element along without a word.
+bool WebPage::leaveFullScreen() {
+  if (!m_showsFullScreenElement) return false;
+  const QString isShown = QStringLiteral("!!document.webkitFullscreenElement");
+  m_showsFullScreenElement = mainFrame()->evaluateJavaScript(isShown).toBool();
+  if (!m_showsFullScreenElement) return false;
+  mainFrame()->evaluateJavaScript(QStringLiteral(
+      "delete document.webkitCancelFullScreen; document.webkitCancelFullScreen(); void 0"));
+  return true;
 }
 
 // Nobody is there to be asked for the place or for notifications.
@@ -42,12 +48,15 @@ bool WebPage::supportsExtension(Extension extension) const {
   return extension == ErrorPageExtension;
 }
 
-// Without an address of its own the page could not be reloaded.
+// Without an address of its own the page could not be reloaded. A child frame gets none: QtWebKit
+// would add it to the history, which Back then never leaves.
 bool WebPage::extension(Extension, const ExtensionOption* option, ExtensionReturn* output) {
+  const auto* failed = static_cast<const ErrorPageExtensionOption*>(option);
+  if (failed && failed->frame != mainFrame()) return false;
   if (!output) return true;
   auto* errorPage = static_cast<ErrorPageExtensionReturn*>(output);
   errorPage->content = kErrorPage;
-  if (option) errorPage->baseUrl = static_cast<const ErrorPageExtensionOption*>(option)->url;
+  if (failed) errorPage->baseUrl = failed->url;
   return true;
 }
 

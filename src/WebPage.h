@@ -25,9 +25,8 @@ class WebPage : public QWebPage {
   /// The plug-ins of this page.
   PluginFactory* plugins() const { return m_plugins; }
 
-  /// Whether script shows an element in place of the whole page.
-  bool showsFullScreenElement() const { return m_showsFullScreenElement; }
-  void leaveFullScreen();
+  /// Ends the full screen of an element that script asked for. False when there is none.
+  bool leaveFullScreen();
 
   /// Whether it was the main frame that was last asked to go elsewhere. Right when the page begins
   /// to load, this tells a load of the page from that of a child frame.

@@ -1,7 +1,10 @@
 #include "WindowObjects.h"
 
+#include <QPointer>
 #include <QSize>
 #include <QWebFrame>
+#include <utility>
+#include <vector>
 
 namespace LARKA {
 
@@ -9,15 +12,23 @@ namespace {
 
 // QtWebKit's screen is that of the display, or 800 by 600 without one.
 QString screenScript(const QSize& viewSize) {
-  return QStringLiteral(
-             "[['width', %1], ['availWidth', %1], ['height', %2], ['availHeight', %2]]"
-             ".forEach(function(side) {"
-             "  Object.defineProperty(Screen.prototype, side[0], {get: function() { return "
-             "side[1]; },"
-             "                        configurable: true, enumerable: true});"
-             "}); void 0")
-      .arg(viewSize.width())
-      .arg(viewSize.height());
+  QString script;
+  const std::pair<const char*, int> sides[] = {{"width", viewSize.width()},
+                                               {"availWidth", viewSize.width()},
+                                               {"height", viewSize.height()},
+                                               {"availHeight", viewSize.height()}};
+  for (const auto& [name, pixels] : sides)
+    script += QStringLiteral(
+                  "Object.defineProperty(Screen.prototype, '%1', {get: function() { return %2; },"
+                  " configurable: true, enumerable: true}); ")
+                  .arg(QLatin1String(name))
+                  .arg(pixels);
+  return script + QLatin1String("void 0");
+}
+
+void appendFrames(QWebFrame* frame, std::vector<QPointer<QWebFrame>>* frames) {
+  frames->emplace_back(frame);
+  for (QWebFrame* child : frame->childFrames()) appendFrames(child, frames);
 }
 
 }  // namespace
@@ -34,9 +45,13 @@ void correctWindowObject(QWebFrame* frame, const QSize& viewSize) {
   frame->evaluateJavaScript(withoutTouch + screenScript(viewSize));
 }
 
+// A page may have put functions of its own in the place of those that are called here, and remove
+// frames.
 void correctScreenSize(QWebFrame* frame, const QSize& viewSize) {
-  frame->evaluateJavaScript(screenScript(viewSize));
-  for (QWebFrame* child : frame->childFrames()) correctScreenSize(child, viewSize);
+  std::vector<QPointer<QWebFrame>> frames;
+  appendFrames(frame, &frames);
+  for (const QPointer<QWebFrame>& each : frames)
+    if (each) each->evaluateJavaScript(screenScript(viewSize));
 }
 
 }  // namespace LARKA

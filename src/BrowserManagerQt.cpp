@@ -251,7 +251,9 @@ void BrowserManager::DisposeTimer(ITimer* timer) {
   if (timer) QTimer::singleShot(0, static_cast<BrowserTimerQT*>(timer), SLOT(Dispose()));
 }
 
-void BrowserManager::PumpEvents() { pump(QEventLoop::AllEvents); }
+void BrowserManager::PumpEvents() {
+  if (!PumpingPause::anyRunning()) pump(QEventLoop::AllEvents);
+}
 
 // Any event ends the wait, which keeps an animation at its full rate, and so does Shutdown.
 void BrowserManager::RunEventLoop() {

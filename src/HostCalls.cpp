@@ -25,6 +25,7 @@ QList<QPointer<QObject>>& postponedDestructions() {
 
 int HostCalls::s_running = 0;
 int PumpScope::s_depth = 0;
+int PumpingPause::s_depth = 0;
 
 PumpScope::~PumpScope() {
   if (--s_depth > 0) return;

@@ -37,6 +37,21 @@ class PumpScope {
   static int s_depth;
 };
 
+/// Stands where a page asks whether it may be left. QtWebKit is in the middle of beginning a load
+/// then, and would not survive what a pump brings: meanwhile PumpEvents does nothing.
+class PumpingPause {
+ public:
+  PumpingPause() { ++s_depth; }
+  ~PumpingPause() { --s_depth; }
+  PumpingPause(const PumpingPause&) = delete;
+  PumpingPause& operator=(const PumpingPause&) = delete;
+
+  static bool anyRunning() { return s_depth > 0; }
+
+ private:
+  static int s_depth;
+};
+
 /// Counts the calls into host code that an object has on the stack and puts off the object's
 /// deferred destruction until the last of them has returned.
 ///

@@ -456,6 +456,8 @@ void LarkaBrowser::javaScriptAlert(QWebFrame*, const QString& msg) {
 
 bool LarkaBrowser::javaScriptConfirm(QWebFrame*, const QString& msg) {
   const std::string text = toHost(msg);
+  const auto noPumping =
+      m_webView && page()->isAboutToNavigate() ? std::make_unique<PumpingPause>() : nullptr;
   bool confirmed = false;
   ask([&](ILarkaCallbacks* listener) {
     confirmed = listener->OnJavaScriptConfirm(text.c_str());
@@ -603,13 +605,18 @@ bool LarkaBrowser::ClearCookie(const char* name) {
 
 // Navigation and history.
 
-// A page that waits for the host can neither begin nor end a load.
-template <typename Operation>
-void LarkaBrowser::navigate(Operation operation) {
-  whenIdle(m_engineUse, this, [this, operation] {
+// A page that waits for the host can neither begin nor end a load. Of what it is asked for
+// meanwhile the last counts: QtWebKit doesn't survive some sequences of loads that never got
+// anywhere.
+void LarkaBrowser::navigate(std::function<void(LarkaWebView*)> operation) {
+  const bool isWaiting = static_cast<bool>(m_waitingNavigation);
+  m_waitingNavigation = std::move(operation);
+  if (isWaiting) return;
+  whenIdle(m_engineUse, this, [this] {
+    const auto navigation = std::exchange(m_waitingNavigation, nullptr);
     if (!m_webView) return;
     const EngineCall call(&m_engineUse);
-    operation(m_webView);
+    navigation(m_webView);
   });
 }
 

@@ -16,6 +16,7 @@
 #include <QWebElement>
 #include <QWebPage>
 #include <QWebSettings>
+#include <functional>
 #include <utility>
 #include <vector>
 
@@ -218,8 +219,7 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   void ask(Call call);
 
   /// Calls `operation` with the view, to begin or end a load.
-  template <typename Operation>
-  void navigate(Operation operation);
+  void navigate(std::function<void(LarkaWebView*)> operation);
 
   void scrollBy(qint64 dx, qint64 dy);
   bool stepFocus(bool next);
@@ -255,8 +255,9 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   bool m_abandoned = false;
   bool m_pageLoads = false;    // whether the load under way is that of the page, or a frame's
   bool m_pageArrived = false;  // whether anything of it has
-  QUrl m_requested;            // of the last Navigate
-  int m_loads = 0;             // of the page, begun so far
+  std::function<void(LarkaWebView*)> m_waitingNavigation;
+  QUrl m_requested;  // of the last Navigate
+  int m_loads = 0;   // of the page, begun so far
   LoadWatch m_loadWatch;
   bool m_endOfReplacedLoad = false;  // while listeners hear of it
   std::vector<LarkaPluginWidget> m_pluginWidgets;

@@ -19,6 +19,7 @@ const char kErrorPage[] =
 WebPage::WebPage(LarkaBrowser* browser) : m_browser(browser), m_plugins(new PluginFactory(this)) {
   setPluginFactory(m_plugins);
   connect(this, &QWebPage::featurePermissionRequested, this, &WebPage::refuseFeature);
+  connect(this, &QWebPage::loadStarted, this, [this] { m_isAboutToNavigate = false; });
   connect(this, &QWebPage::fullScreenRequested, this, &WebPage::answerFullScreenRequest);
 }
 
@@ -73,6 +74,9 @@ QWebPage* WebPage::createWindow(WebWindowType type) {
 bool WebPage::acceptNavigationRequest(QWebFrame* frame, const QNetworkRequest& request,
                                       NavigationType type) {
   m_mainFrameNavigates = frame == mainFrame();
+  m_isAboutToNavigate = true;
+  QMetaObject::invokeMethod(
+      this, [this] { m_isAboutToNavigate = false; }, Qt::QueuedConnection);
   m_browser->acceptNavigationRequest(type);
   return QWebPage::acceptNavigationRequest(frame, request, type);
 }

@@ -28,6 +28,9 @@ class WebPage : public QWebPage {
   /// Ends the full screen of an element that script asked for. False when there is none.
   bool leaveFullScreen();
 
+  /// Whether a load is just beginning: a page that confirms something now asks whether to be left.
+  bool isAboutToNavigate() const { return m_isAboutToNavigate; }
+
   /// Whether it was the main frame that was last asked to go elsewhere. Right when the page begins
   /// to load, this tells a load of the page from that of a child frame.
   bool mainFrameNavigates() const { return m_mainFrameNavigates; }
@@ -61,6 +64,7 @@ class WebPage : public QWebPage {
   LarkaBrowser* m_browser;
   PluginFactory* m_plugins;
   bool m_mainFrameNavigates = true;
+  bool m_isAboutToNavigate = false;
   bool m_showsFullScreenElement = false;
   QString m_userAgent;
 };

@@ -1,6 +1,7 @@
 // PageShot.h: one page, on its way from its address to its file.
 #pragma once
 
+#include <QImage>
 #include <chrono>
 #include <string>
 
@@ -19,30 +20,42 @@ class PageShot : private LARKA::CallbacksAdapter {
   PageShot(const PageShot&) = delete;
   PageShot& operator=(const PageShot&) = delete;
 
-  /// Whether the page is done with.
-  bool advance();
+  /// Goes on after a pump; `turn` is the time since the pump before. Returns whether the page is
+  /// done with.
+  bool advance(Clock::duration turn);
 
   /// Why there is no image; empty when there is one.
   const std::string& error() const { return m_error; }
+  /// Why the page in the image may be incomplete; empty when it is complete.
+  const std::string& doubt() const { return m_doubt; }
   const Shot& shot() const { return m_shot; }
   /// What the script of the options gave.
   const std::string& scriptValue() const { return m_scriptValue; }
   double seconds() const { return std::chrono::duration<double>(m_ended - m_started).count(); }
 
  private:
-  enum State { kLoading, kFailing, kSettling, kPressing, kDone };
+  enum State { kLoading, kFailing, kWaiting, kSettling, kPressing, kDone };
 
   void OnLoadStarted() override { enter(kLoading); }
-  void OnLoadFinished(bool ok) override { enter(ok ? kSettling : kFailing); }
-  void OnDirty(LARKA::ILarkaBrowser*) override { m_painted = Clock::now(); }
+  void OnLoadFinished(bool ok) override;
+  void OnLoadProgress(int) override { m_active = m_pumped; }
+  void OnTitleChanged(const char*) override { m_active = m_pumped; }
+  void OnUrlChanged(const char*) override;
+  void OnCreatingRequest(const char*) override;
+  void OnDirty(LARKA::ILarkaBrowser*) override;
 
   void enter(State state);
-  bool isRestless(Clock::time_point now) const;
+  void act();
+  void giveUp(const std::string& why);
   void finish(const std::string& error);
-  bool settled(Clock::time_point now) const;
+  bool hasPage() const;
+  bool isRestless() const;
+  bool settled();
+  Clock::duration timersLeft();
   void setUpNetwork();
   void goOn();
   void pressNextKey();
+  QImage image() const;
   std::string write() const;
 
   LARKA::BrowserManager* m_manager;
@@ -50,9 +63,20 @@ class PageShot : private LARKA::CallbacksAdapter {
   const Shot& m_shot;
   LARKA::ILarkaBrowser* m_browser = nullptr;
   State m_state = kLoading;
-  std::string m_error;
+  std::string m_error, m_doubt;
   std::string m_scriptValue;
   bool m_scriptDone = false;
   size_t m_keysPressed = 0;
-  Clock::time_point m_started, m_asked, m_entered, m_painted, m_ended;
+  Clock::time_point m_started, m_asked, m_entered, m_ended;
+
+  // Times by the clock that runs only while the page is pumped: see advance().
+  Clock::duration m_pumped{};  // now
+  Clock::duration m_pumpedEntered{}, m_acted{}, m_active{}, m_painted{}, m_waitsUntil{};
+
+  bool m_arrived = false;    // whether the page has an address, and with it content
+  bool m_loaded = false;     // whether a load has ended well
+  QImage m_firstImage;       // what the first paint gave
+  bool m_repainted = false;  // whether a later one gave something else
+  bool m_hasTimers = false;  // whether timers that aren't watched were started since the last act
+  long m_timers = 0;         // the sum of the numbers of such timers: see timersLeft()
 };

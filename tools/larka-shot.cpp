@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <list>
+#include <utility>
 
 #include "PageShot.h"
 #include "ShotOptions.h"
@@ -20,12 +21,14 @@ void openStandardStreams() {
   close(stream);
 }
 
+enum Status { kRendered = 0, kFailed = 1, kWrongUsage = 2, kIncomplete = 3 };
+
 /// The exit status: also that of a failure where what was said on standard output hasn't arrived
 /// there, which is told on `errors`.
-int exitStatus(bool failed, FILE* errors) {
-  if (fflush(stdout) == 0 && !ferror(stdout)) return failed ? 1 : 0;
+int exitStatus(Status status, FILE* errors) {
+  if (fflush(stdout) == 0 && !ferror(stdout)) return status;
   fprintf(errors, "larka-shot: can't write to the standard output\n");
-  return 1;
+  return kFailed;
 }
 
 /// The standard error stream as a person sees it. The library's diagnostics go there too, unless
@@ -83,43 +86,48 @@ class Console {
   bool m_showsBar;
 };
 
-/// Says on standard output what became of a page.
-void report(const PageShot& page, const ShotOptions& options, Console* console) {
+/// Says what became of a page.
+Status report(const PageShot& page, const ShotOptions& options, Console* console) {
+  if (!page.error().empty()) {
+    console->error(page.shot(), page.error());
+    return kFailed;
+  }
+  const bool complete = page.doubt().empty();
+  if (!complete) console->error(page.shot(), page.doubt() + "; the image has what was there");
   const std::string whose = options.shots.size() > 1 ? page.shot().asked + ": " : "";
   if (options.hasScript) console->done(whose + page.scriptValue());
-  if (options.quiet) return;
   char seconds[32];
   snprintf(seconds, sizeof(seconds), " (%.2f s)", page.seconds());
-  console->done(page.shot().output + seconds);
+  if (!options.quiet) console->done(page.shot().output + seconds);
+  return complete ? kRendered : kIncomplete;
 }
 
-/// Renders every page, several at once. Returns how many failed.
-size_t render(LARKA::BrowserManager* manager, const ShotOptions& options, Console* console) {
+/// Renders every page, several at once. Returns the status of the worst.
+Status render(LARKA::BrowserManager* manager, const ShotOptions& options, Console* console) {
   std::list<PageShot> running;
-  size_t next = 0, done = 0, failed = 0;
+  size_t next = 0, done = 0;
+  Status worst = kRendered;
+  auto before = PageShot::Clock::now();
   console->progress(0);
   while (done < options.shots.size()) {
     while (running.size() < static_cast<size_t>(options.jobs) && next < options.shots.size())
       running.emplace_back(manager, options, options.shots[next++]);
     manager->PumpEvents();
+    const auto now = PageShot::Clock::now();
+    const auto turn = now - std::exchange(before, now);
     for (auto page = running.begin(); page != running.end();) {
-      if (!page->advance()) {
+      if (!page->advance(turn)) {
         ++page;
         continue;
       }
-      ++done;
-      if (!page->error().empty()) {
-        ++failed;
-        console->error(page->shot(), page->error());
-      } else {
-        report(*page, options, console);
-      }
+      const Status status = report(*page, options, console);
+      if (status == kFailed || worst == kRendered) worst = status;
       page = running.erase(page);
-      console->progress(done);
+      console->progress(++done);
     }
     usleep(kPumpEveryMicroseconds);
   }
-  return failed;
+  return worst;
 }
 
 }  // namespace
@@ -130,15 +138,15 @@ int main(int argc, char** argv) {
   const std::string wrong = parseOptions(argc, argv, &options);
   if (!wrong.empty()) {
     fprintf(stderr, "larka-shot: %s\n", wrong.c_str());
-    return 2;
+    return kWrongUsage;
   }
   if (options.action == ShotOptions::kHelp) {
     fputs(helpText(), stdout);
-    return exitStatus(false, stderr);
+    return exitStatus(kRendered, stderr);
   }
   if (options.action == ShotOptions::kVersion) {
     puts("larka-shot " LARKA_VERSION_STRING);
-    return exitStatus(false, stderr);
+    return exitStatus(kRendered, stderr);
   }
 
   Console console(options);
@@ -146,8 +154,8 @@ int main(int argc, char** argv) {
   char* arguments[] = {argv[0], platform, offscreen, nullptr};
   LARKA::BrowserManager manager;
   manager.Initialize(3, arguments);
-  const size_t failed = render(&manager, options, &console);
+  const Status status = render(&manager, options, &console);
   manager.PumpEvents();
   manager.Shutdown(true);
-  return exitStatus(failed > 0, console.stream());
+  return exitStatus(status, console.stream());
 }

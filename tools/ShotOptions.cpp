@@ -58,7 +58,8 @@ A URL may also be a local file, or a host name without a scheme.
       --version         show the version
 
 Exit status: 0 when every page was rendered, 1 when one or more failed (each with a line on
-standard error; the others are rendered), 2 when the command line makes no sense.
+standard error; the others are rendered), 2 when the command line makes no sense, 3 when an
+image may be incomplete.
 
 Examples:
   larka-shot example.org

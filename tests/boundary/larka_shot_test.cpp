@@ -44,6 +44,24 @@ class LarkaShotTest : public testing::Test {
   test::TemporaryDirectory directory;
 };
 
+TEST_F(LarkaShotTest, WaitsForPagesThatBuildThemselves) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"setTimeout(function(){document.title='built'},300)", "built"},
+      {"onload=function(){setTimeout(function(){var t=Date.now();while(Date.now()-t<700);"
+       "document.title='busy'},0)}",
+       "busy"},
+      {"setTimeout(function(){document.title='kept';document.body.appendChild(document."
+       "createElement('iframe')).src='http://127.0.0.1:1/'},60)",
+       "kept"},
+  };
+  for (const auto& [code, title] : rows) {
+    directory.write("page.html", std::string("<body>x<script>") + code + "</script>");
+    const Outcome shot = run("page.html -o page.png --quiet --script document.title");
+    EXPECT_EQ(shot.status, 0) << title << ": " << shot.errors;
+    EXPECT_EQ(shot.output, title + std::string("\n"));
+  }
+}
+
 TEST_F(LarkaShotTest, RendersTheRestOfAListWhenSomePagesFail) {
   test::HttpServer server;
   server.answer("/silent", "");

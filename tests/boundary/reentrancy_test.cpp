@@ -245,7 +245,7 @@ class ReentrancyTest : public testing::TestWithParam<Scene> {
     recorder.onEvent = nullptr;
     if (action.then == Action::Stays || !acted) checkThatItWorks(browser);
     if (action.then == Action::Goes && acted) {
-      EXPECT_EQ(browser->GetTitle(), "Gone");
+      EXPECT_TRUE(host.pumpUntil([&] { return browser->GetTitle() == "Gone"; }, 3000));
     }
     if (action.then != Action::Destroys || !acted) host.manager->DestroyBrowser(browser, true);
     host.manager->Shutdown(true);

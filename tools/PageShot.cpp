@@ -21,7 +21,7 @@ const milliseconds kFailingFor(100);
 // second have run out, if there are any. It counts as moving after the last.
 const milliseconds kQuietFor(80);
 const milliseconds kMendedAfter(220);
-const milliseconds kAnsweredWithin(500);
+const milliseconds kAnsweredWithin(600);
 const milliseconds kTimersFor(1000);
 const milliseconds kMovesFor(1250);
 const milliseconds kPaintsWithin(5000);
@@ -174,7 +174,8 @@ void PageShot::OnLoadFinished(bool ok) {
     m_loaded = true;
     m_doubt.clear();
     m_timers = 0;
-    m_waitsUntil = m_pumped;
+    // A request just before comes from what script does at the end of the load.
+    if (m_waitsUntil != m_pumped + kAnsweredWithin) m_waitsUntil = m_pumped;
   }
   if (ok || (m_loaded && hasPage()))
     act();

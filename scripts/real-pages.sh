@@ -60,7 +60,7 @@ set -- $packages
 each=$(((pages + $# - 1) / $#))
 shot=$(realpath "${LARKA_SHOT:-build/dev/tools/larka-shot}")
 # Numbered, so that no page has a link that counts as visited because another page was rendered.
-printf '%032d' "$seed" >build/real-pages/seed
+printf '%-32d' "$seed" >build/real-pages/seed
 {
   for page in $always; do echo "./usr/share/$page"; done
   for package in "$@"; do

@@ -243,7 +243,7 @@ void PannableViewPrivate::scroll(qreal) {
   const unsigned placed = m_timesPlaced;
   const qreal stepX = movesHorizontally() ? nextStep(&m_velocityX) : 0;
   const qreal stepY = movesVertically() ? nextStep(&m_velocityY) : 0;
-  if (m_timesPlaced != placed) return;  // by the host, who was told that the glide ended
+  if (m_timesPlaced != placed) return;  // by the host, when it heard that the glide had ended
   inner->setPos(inner->pos() + 2 * QPointF(stepX, stepY));
   emitPositionChanged();
   if (!isScrolling()) endReached();
@@ -287,7 +287,7 @@ bool PannableViewPrivate::endReached() {
   return true;
 }
 
-// Started before the host is told that a glide ended: it may place the content, or show another.
+// Starts before the host hears that a glide has ended: it may place the content, or show another.
 void PannableViewPrivate::animateEnd(const QList<QPointF>& points, int milliseconds) {
   if (points.isEmpty()) return;
   auto* animation = new QPropertyAnimation(inner, "pos", this);

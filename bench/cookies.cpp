@@ -5,7 +5,7 @@
 #include <QNetworkCookie>
 #include <QUrl>
 
-#include "networkcookiejar.h"
+#include "cookies/networkcookiejar.h"
 
 namespace {
 

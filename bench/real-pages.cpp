@@ -18,9 +18,9 @@
 #include <cstdio>
 #include <string>
 
-#include "LarkaBrowserQt.h"
+#include "browser/LarkaBrowserQt.h"
 #include "larka/larka.h"
-#include "larkawebview.h"
+#include "paint/larkawebview.h"
 
 namespace {
 

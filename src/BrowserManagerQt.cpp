@@ -18,18 +18,18 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "CookieJar.h"
-#include "HiddenView.h"
-#include "HostCalls.h"
-#include "HostEvents.h"
-#include "LarkaBrowserQt.h"
-#include "LarkaBrowserTimerQt.h"
-#include "LarkaStyle.h"
-#include "NetworkAccessManager.h"
+#include "browser/LarkaBrowserQt.h"
+#include "cookies/CookieJar.h"
+#include "host/HostCalls.h"
+#include "host/HostEvents.h"
+#include "host/LarkaBrowserTimerQt.h"
 #include "larka/BrowserManager.h"
 #include "larka/LarkaWidget.h"
 #include "larka/applicationSupportPath.h"
-#include "larkawebview.h"
+#include "network/NetworkAccessManager.h"
+#include "paint/HiddenView.h"
+#include "paint/LarkaStyle.h"
+#include "paint/larkawebview.h"
 
 namespace LARKA {
 

@@ -5,7 +5,7 @@
 #include <QObject>
 #include <QPointer>
 
-#include "HostCalls.h"
+#include "host/HostCalls.h"
 
 class QApplication;
 class QGraphicsScene;

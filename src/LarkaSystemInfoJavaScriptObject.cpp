@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "HostText.h"
+#include "host/HostText.h"
 #include "larka/SystemInfoData.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include <QUrl>
 #include <cstdlib>
 
-#include "networkcookiejar.h"
+#include "cookies/networkcookiejar.h"
 
 namespace {
 

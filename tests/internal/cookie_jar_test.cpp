@@ -1,5 +1,5 @@
 // The cookie file: when it is written, and that it is always whole.
-#include "CookieJar.h"
+#include "cookies/CookieJar.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>

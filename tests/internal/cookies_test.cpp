@@ -8,8 +8,8 @@
 #include <QNetworkCookie>
 #include <QUrl>
 
-#include "CookieJar.h"
-#include "Trie.h"
+#include "cookies/CookieJar.h"
+#include "cookies/Trie.h"
 
 namespace {
 

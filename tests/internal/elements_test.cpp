@@ -8,12 +8,12 @@
 #include <QWebPage>
 
 #include "Host.h"
-#include "InspectorBrowser.h"
-#include "LarkaBrowserQt.h"
-#include "LarkaHTMLControlQt.h"
-#include "LarkaPluginWidgetQt.h"
 #include "Operations.h"
-#include "larkawebview.h"
+#include "browser/LarkaBrowserQt.h"
+#include "elements/LarkaHTMLControlQt.h"
+#include "elements/LarkaPluginWidgetQt.h"
+#include "inspector/InspectorBrowser.h"
+#include "paint/larkawebview.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // The table of keys, for the page and for plug-ins.
-#include "KeyEvent.h"
+#include "input/KeyEvent.h"
 
 #include <gtest/gtest.h>
 

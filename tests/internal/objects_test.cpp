@@ -20,19 +20,19 @@
 #include <climits>
 
 #include "BrowserManagerQt.h"
-#include "CacheWrapper.h"
-#include "DoubleClick.h"
 #include "FrameRate.h"
 #include "Host.h"
-#include "LarkaBrowserQt.h"
-#include "LarkaBrowserTimerQt.h"
-#include "LarkaJavaScriptObject.h"
-#include "LarkaStyle.h"
-#include "LoadWatch.h"
-#include "NetworkAccessManager.h"
+#include "bridge/LarkaJavaScriptObject.h"
+#include "browser/LarkaBrowserQt.h"
+#include "browser/LoadWatch.h"
+#include "host/LarkaBrowserTimerQt.h"
+#include "input/DoubleClick.h"
 #include "larka/LarkaWidget.h"
 #include "larka/applicationSupportPath.h"
-#include "larkawebview.h"
+#include "network/CacheWrapper.h"
+#include "network/NetworkAccessManager.h"
+#include "paint/LarkaStyle.h"
+#include "paint/larkawebview.h"
 
 namespace {
 

@@ -10,8 +10,8 @@
 #include <cstdlib>
 
 #include "Host.h"
-#include "LarkaBrowserQt.h"
-#include "larkawebview.h"
+#include "browser/LarkaBrowserQt.h"
+#include "paint/larkawebview.h"
 
 namespace {
 

@@ -1,0 +1,1002 @@
+#include "browser/LarkaBrowserQt.h"
+
+#include <QApplication>
+#include <QDateTime>
+#include <QDebug>
+#include <QFile>
+#include <QGraphicsScene>
+#include <QImage>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QNetworkAccessManager>
+#include <QNetworkCookie>
+#include <QNetworkDiskCache>
+#include <QNetworkProxy>
+#include <QNetworkReply>
+#include <QPainter>
+#include <QTimer>
+#include <QTransform>
+#include <QWebFrame>
+#include <QWebHistory>
+#include <QWheelEvent>
+#include <algorithm>
+#include <cstdio>
+#include <limits>
+#include <memory>
+
+#include "FrameRate.h"
+#include "bridge/LarkaJavaScriptObject.h"
+#include "cookies/CookieJar.h"
+#include "elements/LarkaHTMLControlQt.h"
+#include "elements/LarkaPluginWidgetQt.h"
+#include "host/HostEvents.h"
+#include "host/HostText.h"
+#include "input/KeyEvent.h"
+#include "input/PageKeys.h"
+#include "inspector/InspectorBrowser.h"
+#include "larka/ILarkaCallbacks.h"
+#include "larka/KeyCodes.h"
+#include "larka/LarkaSystemInfoJavaScriptObject.h"
+#include "network/CacheWrapper.h"
+#include "network/NetworkAccessManager.h"
+#include "page/WebPage.h"
+#include "page/WindowObjects.h"
+#include "paint/HiddenView.h"
+#include "paint/larkawebview.h"
+#include "plugins/PluginFactory.h"
+#include "storage/PageStorage.h"
+
+namespace LARKA {
+
+namespace {
+
+const int kPagesInCache = 5;
+const int kFrameIntervalMilliseconds = 33;
+const size_t kPluginsToForgetAfter = 100;
+
+QNetworkProxy::ProxyType toolkitProxyType(ProxyType type) {
+  switch (static_cast<unsigned>(type)) {
+    case PROXY_SOCKS5:
+      return QNetworkProxy::Socks5Proxy;
+    case PROXY_HTTP:
+      return QNetworkProxy::HttpProxy;
+    default:
+      return QNetworkProxy::DefaultProxy;
+  }
+}
+
+/// The negative of a number; of the lowest one, itself.
+int negated(int number) { return static_cast<int>(0u - static_cast<unsigned>(number)); }
+
+// No page of QtWebKit's is longer, and with more its sums would overflow.
+const qint64 kLongestScroll = 1 << 25;
+
+int inReach(qint64 pixels) {
+  return static_cast<int>(std::max(-kLongestScroll, std::min(pixels, kLongestScroll)));
+}
+
+QPoint scaled(const QPoint& point, double factor) {
+  return QTransform::fromScale(factor, factor).map(point);
+}
+
+}  // namespace
+
+LarkaBrowser::LarkaBrowser(QNetworkAccessManager* manager, QObject* parent)
+    : QObject(parent),
+      m_loadWatch([this] { return isBusyLoading(); }, [this] { endLoad(true); }),
+      m_hostCalls(this) {
+  QWebSettings::setMaximumPagesInCache(kPagesInCache);
+  connect(manager, SIGNAL(creatingRequest(QUrl)), this, SLOT(creatingRequest(QUrl)));
+  connect(manager, SIGNAL(onRequestError()), this, SLOT(requestError()));
+  connect(manager, SIGNAL(onSslErrors()), this, SLOT(sslErrors()));
+  m_webView = new LarkaWebView;
+  m_webView->setPalette(QApplication::palette("QWebView"));
+  installPage(manager);
+  m_frameClock.start();
+  m_clock.start();
+}
+
+LarkaBrowser::~LarkaBrowser() {
+  fprintf(stderr, "----browser quitting\n");
+  Shutdown();
+}
+
+bool LarkaBrowser::event(QEvent* event) {
+  return m_hostCalls.postpones(event) || QObject::event(event);
+}
+
+// The view deletes only pages that are its children.
+void LarkaBrowser::installPage(QNetworkAccessManager* manager) {
+  auto* page = new WebPage(this);
+  m_webView->setPage(page);
+  page->setParent(m_webView);
+  page->setNetworkAccessManager(manager);
+  page->setPalette(QApplication::palette("QWebView"));
+  m_webView->keepPageFocused();
+}
+
+// What the engine would ask a person is refused there.
+void LarkaBrowser::setDialogParent() {
+  const QGraphicsScene* scene = m_webView->scene();
+  auto* view = scene ? qobject_cast<HiddenView*>(scene->views().value(0)) : nullptr;
+  if (!view) return;
+  const QSize size = page()->viewportSize();
+  page()->setView(view->dialogParent());
+  page()->setViewportSize(size);
+}
+
+void LarkaBrowser::Initialize(int width, int height, const char* cookiePath,
+                              const char* localStoragePath, bool createScriptObject,
+                              SystemInfoData*) {
+  if (!m_webView || m_frameTimer) return;
+  const EngineCall call(&m_engineUse);
+  if (createScriptObject) makeScriptObject();
+  if (cookiePath)
+    page()->networkAccessManager()->setCookieJar(
+        new CookieJar(QFile::decodeName(cookiePath), nullptr));
+  const QString storage = PageStorage::instance()->prepare(QFile::decodeName(localStoragePath));
+  useLocalStorage(storage);
+  setDialogParent();
+  Resize(width, height);
+  SetAttribute(QWebSettings::JavascriptEnabled, true);
+  SetAttribute(QWebSettings::PluginsEnabled, true);
+  SetAttribute(QWebSettings::DnsPrefetchEnabled, true);
+  SetAttribute(QWebSettings::OfflineStorageDatabaseEnabled, true);
+  SetAttribute(QWebSettings::OfflineWebApplicationCacheEnabled, true);
+  SetAttribute(QWebSettings::LocalContentCanAccessRemoteUrls, true);
+  SetAttribute(QWebSettings::LocalStorageEnabled, true);
+  SetAttribute(QWebSettings::TiledBackingStoreEnabled, false);
+  SetAttribute(QWebSettings::AcceleratedCompositingEnabled, false);
+  connectPage();
+  PageStorage::instance()->addPage(page(), storage);
+
+  // Connected to nothing: it keeps the event loop turning at least this often.
+  m_frameTimer = new QTimer(this);
+  m_frameTimer->setInterval(kFrameIntervalMilliseconds);
+  m_frameTimer->setSingleShot(false);
+  m_frameTimer->start();
+}
+
+void LarkaBrowser::makeScriptObject() {
+  m_scriptObject = new PublishedLarkaObject(this);
+  connect(m_scriptObject, &LarkaJavaScriptObject::executeInLarka, this,
+          &LarkaBrowser::executeInLarka);
+  connect(m_scriptObject, &LarkaJavaScriptObject::executeMediaAction, this,
+          &LarkaBrowser::executeMediaAction);
+}
+
+// A page takes the directory of its local storage once, while it is constructed, and from the
+// global settings; setting it on a page's own settings has no effect. So the browser makes a new
+// page.
+void LarkaBrowser::useLocalStorage(const QString& directory) {
+  if (!directory.isEmpty()) {
+    WebPage* oldPage = page();
+    QNetworkAccessManager* manager = oldPage->networkAccessManager();
+    QWebSettings* global = QWebSettings::globalSettings();
+    const QString globalDirectory = global->localStoragePath();
+
+    global->setLocalStoragePath(directory);
+    manager->setParent(nullptr);
+    const QString userAgent = oldPage->userAgent();
+    installPage(manager);  // deletes the old page
+    manager->setParent(page());
+    page()->setUserAgent(userAgent);
+    global->setLocalStoragePath(globalDirectory);
+  }
+  m_webView->settings()->setLocalStoragePath(directory);
+}
+
+void LarkaBrowser::connectPage() {
+  connect(m_webView, SIGNAL(loadStarted()), this, SLOT(loadStarted()));
+  connect(m_webView, SIGNAL(loadProgress(int)), this, SLOT(loadProgress(int)));
+  connect(m_webView, SIGNAL(loadFinished(bool)), this, SLOT(loadFinished(bool)));
+  connect(page(), SIGNAL(linkHovered(QString, QString, QString)), this,
+          SLOT(linkHovered(QString, QString, QString)));
+  connect(m_webView, SIGNAL(titleChanged(QString)), this, SLOT(titleChanged(QString)));
+  connect(m_webView, SIGNAL(urlChanged(QUrl)), this, SLOT(urlChanged(QUrl)));
+  connect(mainFrame(), SIGNAL(javaScriptWindowObjectCleared()), this,
+          SLOT(javaScriptWindowObjectCleared()));
+  connect(page()->plugins(), &PluginFactory::pluginCreated, this, &LarkaBrowser::announcePlugin);
+  connect(page(), SIGNAL(frameCreated(QWebFrame*)), this, SLOT(frameCreated(QWebFrame*)));
+  connect(page(), SIGNAL(repaintRequested(QRect)), this, SLOT(addRect(QRect)));
+  connect(page(), SIGNAL(scrollRequested(int, int, QRect)), this,
+          SLOT(scrollRequested(int, int, QRect)));
+  connect(m_webView, SIGNAL(dirty(QRect)), this, SLOT(notifyOnDirty(QRect)), Qt::QueuedConnection);
+}
+
+void LarkaBrowser::frameCreated(QWebFrame* frame) {
+  connect(frame, SIGNAL(javaScriptWindowObjectCleared()), this,
+          SLOT(javaScriptWindowObjectCleared()));
+}
+
+// Cleared first: what the page still reports while it goes away must not reach a view half
+// destroyed.
+void LarkaBrowser::Shutdown() {
+  whenIdle(m_engineUse, nullptr, [webView = std::exchange(m_webView, nullptr)] {
+    const EngineOnStack unloadsThePage(nullptr);
+    delete webView;
+  });
+}
+
+void LarkaBrowser::abandon() {
+  m_abandoned = true;
+  m_listeners.clear();
+}
+
+void LarkaBrowser::SetAttribute(QWebSettings::WebAttribute attribute, bool on) {
+  m_webView->settings()->setAttribute(attribute, on);
+}
+
+WebPage* LarkaBrowser::page() const { return static_cast<WebPage*>(m_webView->page()); }
+
+QWebFrame* LarkaBrowser::mainFrame() const { return page()->mainFrame(); }
+
+// Listeners.
+
+void LarkaBrowser::AddListener(ILarkaCallbacks* listener) { m_listeners.append(listener); }
+
+void LarkaBrowser::RemoveListener(ILarkaCallbacks* listener) { m_listeners.removeAll(listener); }
+
+template <typename Call>
+void LarkaBrowser::notifyUntil(Call call) {
+  const QList<ILarkaCallbacks*> listeners = m_listeners;
+  HostCalls::Scope scope(&m_hostCalls);
+  for (ILarkaCallbacks* listener : listeners) {
+    if (!listener) continue;
+    if (call(listener) || !scope.ownerAlive() || m_abandoned) return;
+  }
+}
+
+template <typename Call>
+void LarkaBrowser::notify(Call call) {
+  notifyUntil([&call](ILarkaCallbacks* listener) {
+    call(listener);
+    return false;
+  });
+}
+
+template <typename Call>
+void LarkaBrowser::post(Call call) {
+  postHostEvent(this, &m_engineUse, [this, call] { notify(call); });
+}
+
+template <typename Call>
+void LarkaBrowser::ask(Call call) {
+  const ScriptWait wait(&m_engineUse);
+  notifyUntil(call);
+}
+
+// Page events.
+
+// A child frame that loads leaves the plug-ins of the others.
+void LarkaBrowser::loadStarted() {
+  m_pageLoads = !m_webView || page()->mainFrameNavigates();
+  m_loadWatch.begin();
+  if (m_pageLoads) {
+    ++m_loads;
+    m_pageArrived = false;
+  }
+  if (m_webView && m_pageLoads) page()->plugins()->forget();
+  postHostEvent(this, &m_engineUse, [this, leavesPage = m_pageLoads] {
+    if (leavesPage) m_pluginWidgets.clear();
+    notify([](ILarkaCallbacks* listener) { listener->OnLoadStarted(); });
+  });
+}
+
+bool LarkaBrowser::isBusyLoading() const {
+  // While a page waits for the host, the loads of all pages rest.
+  if (!m_webView || !EngineUse::ofAnyPage().isIdle()) return true;
+  if (m_pageLoads && !m_pageArrived) return true;
+  const auto* manager = qobject_cast<NetworkAccessManager*>(page()->networkAccessManager());
+  return manager && manager->hasRunningReplies();
+}
+
+void LarkaBrowser::loadProgress(int percent) {
+  post([=](ILarkaCallbacks* listener) { listener->OnLoadProgress(percent); });
+}
+
+// A child frame that fails, such as an advertisement, doesn't fail its page. A load that LoadWatch
+// has ended may end once more.
+void LarkaBrowser::loadFinished(bool ok) {
+  if (m_loadWatch.end()) endLoad(ok || !m_pageLoads);
+}
+
+// A host that hears that the page is there lists its plug-ins, so they come first.
+void LarkaBrowser::endLoad(bool ok) {
+  postHostEvent(this, &m_engineUse, [this, ok, load = m_loads] {
+    const QPointer<LarkaBrowser> self(this);
+    if (m_webView) page()->plugins()->announce();
+    if (!self) return;
+    forgetPlugins();
+    const bool outer = std::exchange(m_endOfReplacedLoad, load != m_loads);
+    notify([=](ILarkaCallbacks* listener) { listener->OnLoadFinished(ok); });
+    if (self) m_endOfReplacedLoad = outer;
+  });
+}
+
+void LarkaBrowser::titleChanged(const QString& title) {
+  post([text = toHost(title)](ILarkaCallbacks* listener) {
+    listener->OnTitleChanged(text.c_str());
+  });
+}
+
+void LarkaBrowser::urlChanged(const QUrl& url) {
+  m_pageArrived = true;
+  post([text = toHost(url)](ILarkaCallbacks* listener) { listener->OnUrlChanged(text.c_str()); });
+}
+
+void LarkaBrowser::statusBarMessage(const QString& message) {
+  const std::string text = toHost(message);
+  notify([&](ILarkaCallbacks* listener) { listener->OnStatusBarMessage(text.c_str()); });
+}
+
+void LarkaBrowser::printRequested(QWebFrame*) {
+  notify([](ILarkaCallbacks* listener) { listener->OnPrintRequested(); });
+}
+
+void LarkaBrowser::linkHovered(const QString& link, const QString&, const QString&) {
+  const bool hovering = !link.isEmpty();
+  post([=](ILarkaCallbacks* listener) { listener->OnLinkHovered(hovering); });
+}
+
+void LarkaBrowser::geometryChangeRequested(const QRect& geometry) {
+  notify([&](ILarkaCallbacks* listener) {
+    listener->OnGeometryChangeRequested(geometry.width(), geometry.height());
+  });
+}
+
+void LarkaBrowser::downloadRequested(const QNetworkRequest&) {
+  notifyUntil([](ILarkaCallbacks* listener) { return !listener->OnDownloadRequested(); });
+}
+
+void LarkaBrowser::creatingRequest(const QUrl& url) {
+  if (m_diskCache && m_diskCache->cacheDirectory().isEmpty()) {
+    qWarning()
+        << "LarkaBrowser::creatingRequest() cannot use cache because cache directory is empty";
+    qWarning() << "   when trying to load " << url.toString();
+  }
+  post([text = toHost(url)](ILarkaCallbacks* listener) {
+    listener->OnCreatingRequest(text.c_str());
+  });
+}
+
+void LarkaBrowser::requestError() {
+  notify([](ILarkaCallbacks* listener) { listener->OnRequestError(); });
+}
+
+void LarkaBrowser::sslErrors() {
+  post([](ILarkaCallbacks* listener) { listener->OnRequestError(); });
+}
+
+// Page script and the host.
+
+void LarkaBrowser::javaScriptWindowObjectCleared() {
+  auto* frame = qobject_cast<QWebFrame*>(sender());
+  if (!frame) return;
+  correctWindowObject(frame, m_webView ? m_webView->size().toSize() : QSize());
+  if (m_systemInfoObject)
+    frame->addToJavaScriptWindowObject(QStringLiteral("systeminfoobject"), m_systemInfoObject);
+  if (m_scriptObject) m_scriptObject->publish(frame);
+}
+
+void LarkaBrowser::executeInLarka(const QString& script) {
+  const std::string command = toHost(script);
+  ask([&](ILarkaCallbacks* listener) {
+    listener->OnExecuteInLarka(command.c_str());
+    return false;
+  });
+}
+
+// The command goes out as UTF-8, the answer is read as Latin-1, up to its first NUL: pages rely on
+// both.
+QString LarkaBrowser::executeMediaAction(const QString& script) {
+  const std::string command = toHost(script);
+  std::string reply;
+  ask([&](ILarkaCallbacks* listener) {
+    reply = listener->OnExecuteInLarka(command.c_str());
+    return false;
+  });
+  return QString::fromLatin1(reply.c_str());
+}
+
+// Plug-ins.
+
+// A plug-in is told once; the engine makes a new one whenever it lays its element out anew.
+void LarkaBrowser::announcePlugin(const QWebElement& element, void* handle) {
+  for (const LarkaPluginWidget& plugin : m_pluginWidgets) {
+    LarkaPluginWidgetPrivate* record = LarkaPluginWidgetPrivate::of(plugin);
+    if (record->element() != element) continue;
+    record->handle = handle;
+    return;
+  }
+  forgetPlugins();
+  pluginCreated(element, handle);
+}
+
+void LarkaBrowser::pluginCreated(const QWebElement& element, void* handle) {
+  const auto showFullScreen = [browser = QPointer<LarkaBrowser>(this)](const QWebElement& shown,
+                                                                       bool render) {
+    if (!browser) return;
+    browser->showFullscreen(shown, render);
+    browser->invalidate();
+  };
+  LarkaPluginWidget plugin(new LarkaPluginWidgetPrivate(element, showFullScreen, handle), true);
+  m_pluginWidgets.push_back(plugin);
+  notify([&](ILarkaCallbacks* listener) { listener->OnPluginCreated(&plugin); });
+}
+
+// What script has taken out it may put back; but a page that makes ever new ones, as one that
+// changes its advertisements, must not fill the memory with the old ones.
+void LarkaBrowser::forgetPlugins() {
+  const bool many = m_pluginWidgets.size() % kPluginsToForgetAfter == 0;
+  const auto isGone = [many](const LarkaPluginWidget& plugin) {
+    const QWebElement element = LarkaPluginWidgetPrivate::of(plugin)->element();
+    return element.isNull() || (many && !WebElement::isInPage(element));
+  };
+  m_pluginWidgets.erase(std::remove_if(m_pluginWidgets.begin(), m_pluginWidgets.end(), isGone),
+                        m_pluginWidgets.end());
+}
+
+std::vector<LarkaPluginWidget> LarkaBrowser::GetPluginWidgets() { return m_pluginWidgets; }
+
+// What the page asks.
+
+void LarkaBrowser::acceptNavigationRequest(QWebPage::NavigationType type) {
+  if (type == QWebPage::NavigationTypeOther) return;
+  post([](ILarkaCallbacks* listener) { listener->OnAcceptNavigationRequest(); });
+}
+
+void LarkaBrowser::javaScriptAlert(QWebFrame*, const QString& msg) {
+  const std::string text = toHost(msg);
+  ask([&](ILarkaCallbacks* listener) {
+    listener->OnJavaScriptAlert(text.c_str());
+    return false;
+  });
+}
+
+bool LarkaBrowser::javaScriptConfirm(QWebFrame*, const QString& msg) {
+  const std::string text = toHost(msg);
+  const auto noPumping =
+      m_webView && page()->isAboutToNavigate() ? std::make_unique<PumpingPause>() : nullptr;
+  bool confirmed = false;
+  ask([&](ILarkaCallbacks* listener) {
+    confirmed = listener->OnJavaScriptConfirm(text.c_str());
+    return confirmed;
+  });
+  return confirmed;
+}
+
+bool LarkaBrowser::javaScriptPrompt(QWebFrame*, const QString& msg, const QString& defaultValue,
+                                    QString* result) {
+  const std::string text = toHost(msg);
+  const std::string defaultText = toHost(defaultValue);
+  bool handled = false;
+  ask([&](ILarkaCallbacks* listener) {
+    handled = false;
+    const std::string answer =
+        listener->OnJavaScriptPrompt(text.c_str(), defaultText.c_str(), &handled);
+    if (handled) *result = fromListener(answer);
+    return handled;
+  });
+  return handled;
+}
+
+void LarkaBrowser::javaScriptConsoleMessage(const QString& message, int lineNumber,
+                                            const QString& sourceID) {
+  post([=, text = toHost(message), source = toHost(sourceID)](ILarkaCallbacks* listener) {
+    listener->OnJavaScriptConsoleMessage(text.c_str(), lineNumber, source.c_str());
+  });
+}
+
+QString LarkaBrowser::chooseFile(QWebFrame*, const QString& suggestedFile) {
+  const std::string suggested = toHost(suggestedFile);
+  QString chosen;
+  ask([&](ILarkaCallbacks* listener) {
+    chosen = fromListener(listener->OnChooseFile(suggested.c_str()));
+    return !chosen.isNull();
+  });
+  return chosen;
+}
+
+QWebPage* LarkaBrowser::createWindow(bool modal, const QUrl& url) {
+  post([=, text = toHost(url)](ILarkaCallbacks* listener) {
+    listener->OnCreateWindow(modal, text.c_str());
+  });
+  return nullptr;
+}
+
+// Network.
+
+void LarkaBrowser::SetProxy(const char* host, int port, ProxyType type, const char* user,
+                            const char* password) {
+  if (!m_webView) return;
+  page()->networkAccessManager()->setProxy(QNetworkProxy(toolkitProxyType(type), fromHost(host),
+                                                         static_cast<quint16>(port), fromHost(user),
+                                                         fromHost(password)));
+}
+
+void LarkaBrowser::SetUserAgent(const char* userAgent) {
+  if (m_webView) page()->setUserAgent(fromHost(userAgent));
+}
+
+// The disk cache.
+
+QMap<QString, QWeakPointer<QNetworkDiskCache>> LarkaBrowser::s_allCaches;
+
+void LarkaBrowser::SetCacheParameters(const char* directory, int sizeInMegabytes) {
+  if (!m_webView) return;
+  const QString key = fromHost(directory);
+  keepCacheForRunningReplies();
+  m_diskCache = s_allCaches[key].toStrongRef();
+  if (!m_diskCache) {
+    m_diskCache.reset(new QNetworkDiskCache(nullptr));
+    m_diskCache->setCacheDirectory(key);
+    s_allCaches[key] = m_diskCache;
+  }
+  m_diskCache->setMaximumCacheSize(cacheLimit(sizeInMegabytes));
+  page()->networkAccessManager()->setCache(new CacheWrapper(m_diskCache.data()));
+}
+
+// They may be writing into it.
+void LarkaBrowser::keepCacheForRunningReplies() {
+  if (!m_diskCache) return;
+  for (QNetworkReply* reply : page()->networkAccessManager()->findChildren<QNetworkReply*>())
+    connect(reply, &QObject::destroyed, [cache = m_diskCache] {});
+}
+
+void LarkaBrowser::ClearCache() {
+  // Of pages that are on the stack one may be on its way out of the memory caches.
+  whenIdle(EngineUse::ofAnyPage(), nullptr, [] { QWebSettings::clearMemoryCaches(); });
+  QAbstractNetworkCache* cache = m_webView ? page()->networkAccessManager()->cache() : nullptr;
+  if (cache) cache->clear();
+}
+
+// Cookies.
+
+QNetworkCookieJar* LarkaBrowser::cookieJar() const {
+  return m_webView ? page()->networkAccessManager()->cookieJar() : nullptr;
+}
+
+QList<QNetworkCookie> LarkaBrowser::pageCookies() const {
+  const QNetworkCookieJar* jar = cookieJar();
+  return jar ? jar->cookiesForUrl(mainFrame()->url()) : QList<QNetworkCookie>();
+}
+
+int LarkaBrowser::InjectCookie(const char* domain, const char* name, const char* value,
+                               int lifetimeSeconds) {
+  QNetworkCookieJar* jar = cookieJar();
+  if (!jar) return 0;
+  QNetworkCookie cookie(name, value);
+  if (lifetimeSeconds >= 0)
+    cookie.setExpirationDate(QDateTime::currentDateTimeUtc().addSecs(lifetimeSeconds));
+  QString host = fromHost(domain);
+  if (host.startsWith(QLatin1Char('.'))) host.remove(0, 1);
+  jar->setCookiesFromUrl({cookie}, QUrl::fromUserInput(host));
+  return 0;
+}
+
+void LarkaBrowser::ClearAllCookies() {
+  if (auto* jar = qobject_cast<CookieJar*>(cookieJar())) jar->clear();
+}
+
+std::string LarkaBrowser::ReadCookie(const char* name) {
+  for (const QNetworkCookie& cookie : pageCookies())
+    if (cookie.name() == QByteArray(name)) return cookie.value().toStdString();
+  return std::string();
+}
+
+std::vector<std::pair<std::string, std::string>> LarkaBrowser::ReadCookies() {
+  std::vector<std::pair<std::string, std::string>> cookies;
+  for (const QNetworkCookie& cookie : pageCookies())
+    cookies.emplace_back(cookie.name().constData(), cookie.value().toStdString());
+  return cookies;
+}
+
+// The cookies are stored again as they are: hosts rely on it that nothing is deleted.
+bool LarkaBrowser::ClearCookie(const char* name) {
+  const QList<QNetworkCookie> cookies = pageCookies();
+  const auto isNamed = [wanted = QByteArray(name)](const QNetworkCookie& cookie) {
+    return cookie.name() == wanted;
+  };
+  if (!std::any_of(cookies.begin(), cookies.end(), isNamed)) return false;
+  cookieJar()->setCookiesFromUrl(cookies, mainFrame()->url());
+  return true;
+}
+
+// Navigation and history.
+
+// A page that waits for the host can neither begin nor end a load. Of what it is asked for
+// meanwhile the last counts: QtWebKit doesn't survive some sequences of loads that never got
+// anywhere.
+void LarkaBrowser::navigate(std::function<void(LarkaWebView*)> operation) {
+  const bool isWaiting = static_cast<bool>(m_waitingNavigation);
+  m_waitingNavigation = std::move(operation);
+  if (isWaiting) return;
+  whenIdle(m_engineUse, this, [this] {
+    const auto navigation = std::exchange(m_waitingNavigation, nullptr);
+    if (!m_webView) return;
+    const EngineCall call(&m_engineUse);
+    navigation(m_webView);
+  });
+}
+
+// A host that tries again whenever a load has failed means that load, not the one that has replaced
+// it; and if it ended that one, it would try again for ever.
+void LarkaBrowser::Navigate(const char* url) {
+  const QUrl address = QUrl::fromEncoded(url);
+  if (m_endOfReplacedLoad && address == m_requested) return;
+  m_requested = address;
+  navigate([address](LarkaWebView* webView) { webView->Navigate(address); });
+}
+
+void LarkaBrowser::Reload() {
+  if (m_endOfReplacedLoad) return;
+  navigate([](LarkaWebView* webView) { webView->reload(); });
+}
+
+void LarkaBrowser::Back() {
+  navigate([](LarkaWebView* webView) { webView->back(); });
+}
+
+void LarkaBrowser::Forward() {
+  navigate([](LarkaWebView* webView) { webView->forward(); });
+}
+
+void LarkaBrowser::Stop() {
+  navigate([](LarkaWebView* webView) { webView->stop(); });
+}
+
+int LarkaBrowser::GetHistoryLength() {
+  const QWebHistory* history = m_webView ? m_webView->history() : nullptr;
+  return history ? history->count() : 0;
+}
+
+std::string LarkaBrowser::historyLocation(int offset) const {
+  const QWebHistory* history = m_webView ? m_webView->history() : nullptr;
+  if (!history) return std::string();
+  const bool exists = offset < 0 ? history->canGoBack() : history->canGoForward();
+  if (!exists) return std::string();
+  return toHost(history->itemAt(history->currentItemIndex() + offset).url());
+}
+
+std::string LarkaBrowser::GetPrevLocation() { return historyLocation(-1); }
+
+std::string LarkaBrowser::GetNextLocation() { return historyLocation(1); }
+
+std::string LarkaBrowser::GetCurrentLocation() {
+  return m_webView ? toHost(m_webView->url()) : std::string();
+}
+
+std::string LarkaBrowser::GetTitle() {
+  return m_webView ? toHost(m_webView->title()) : std::string();
+}
+
+// Only single quotes are escaped; hosts rely on what becomes of the rest.
+std::string LarkaBrowser::ExecuteJavascript(const char* script) {
+  if (!m_webView) return std::string();
+  const EngineCall call(&m_engineUse);
+  QString escaped = fromHost(script);
+  escaped.replace(QLatin1Char('\''), QLatin1String("\\'"));
+  const QString code = QLatin1String("eval('") + escaped + QLatin1String("').toString();");
+  return toHost(mainFrame()->evaluateJavaScript(code).toString());
+}
+
+std::string LarkaBrowser::GetMetaTagValue(const char* name) {
+  if (!m_webView) return std::string();
+  const QWebElement head = mainFrame()->findFirstElement(QStringLiteral("head"));
+  const QString value = fromHost(name);
+  QWebElement meta = head.findFirst(QStringLiteral("meta[name=\"%1\"]").arg(value));
+  if (meta.isNull()) meta = head.findFirst(QStringLiteral("meta[http-equiv=\"%1\"]").arg(value));
+  return toHost(meta.attribute(QStringLiteral("content")));
+}
+
+// Zoom and scrolling.
+
+// The engine would lay the page out in a space without a size, or of an endless one.
+void LarkaBrowser::SetZoomLevel(double percent) {
+  using Factor = std::numeric_limits<float>;  // the engine's own
+  const double factor = percent / 100;
+  if (!m_webView || !(factor >= Factor::min() && factor <= Factor::max())) return;
+  const EngineCall call(&m_engineUse);
+  m_webView->setZoomFactor(factor);
+}
+
+double LarkaBrowser::GetZoomLevel() { return m_webView ? m_webView->zoomFactor() * 100 : 0.0; }
+
+void LarkaBrowser::Scroll(Directions direction, int amount) {
+  switch (direction) {
+    case DIRECTION_DOWN:
+      return Scroll(0, amount);
+    case DIRECTION_UP:
+      return scrollBy(0, -qint64(amount));
+    case DIRECTION_RIGHT:
+      return Scroll(amount, 0);
+    case DIRECTION_LEFT:
+      return scrollBy(-qint64(amount), 0);
+    default:
+      return Scroll(0, 0);
+  }
+}
+
+void LarkaBrowser::Scroll(int dx, int dy) { scrollBy(dx, dy); }
+
+void LarkaBrowser::scrollBy(qint64 dx, qint64 dy) {
+  if (!m_webView) return;
+  const EngineCall call(&m_engineUse);
+  mainFrame()->scroll(inReach(dx), inReach(dy));
+}
+
+void LarkaBrowser::ScrollToPoint(int x, int y) {
+  if (!m_webView) return;
+  const EngineCall call(&m_engineUse);
+  const QPoint point(inReach(x), inReach(y));
+  const double zoom = m_webView->zoomFactor();
+  const QPointF target =
+      zoom == 1.0 ? point : QTransform::fromScale(zoom, zoom).map(QPointF(point));
+  mainFrame()->setScrollPosition(
+      QPoint(inReach(qRound64(target.x())), inReach(qRound64(target.y()))));
+}
+
+void LarkaBrowser::GetViewPort(int* x, int* y, int* width, int* height) {
+  QSize size(0, 0);
+  QPoint position(0, 0);
+  if (m_webView) {
+    size = page()->viewportSize();
+    position = mainFrame()->scrollPosition();
+    const double zoom = m_webView->zoomFactor();
+    if (zoom != 1.0) position = scaled(position, 1 / zoom);
+  }
+  if (x) *x = position.x();
+  if (y) *y = position.y();
+  if (width) *width = size.width();
+  if (height) *height = size.height();
+}
+
+void LarkaBrowser::GetFrameContentSize(int& width, int& height) {
+  const QSize size = m_webView ? page()->currentFrame()->contentsSize() : QSize(0, 0);
+  width = size.width();
+  height = size.height();
+}
+
+int LarkaBrowser::GetWidth() { return m_webView ? static_cast<int>(m_webView->size().width()) : 0; }
+
+int LarkaBrowser::GetHeight() {
+  return m_webView ? static_cast<int>(m_webView->size().height()) : 0;
+}
+
+// Input.
+
+// A browser that has been taken out of the scene, to be destroyed or by its manager's end, gets no
+// input any more.
+void LarkaBrowser::sendToPage(QEvent* event) {
+  if (!m_webView || !m_webView->scene()) return;
+  const EngineCall call(&m_engineUse);
+  page()->event(event);
+}
+
+void LarkaBrowser::sendMouse(QEvent::Type type, const QPoint& position, Qt::MouseButton button,
+                             Qt::MouseButtons buttons) {
+  QMouseEvent event(type, position, position, position, button, buttons, Qt::NoModifier);
+  sendToPage(&event);
+}
+
+void LarkaBrowser::sendWheel(int delta, Qt::Orientation orientation) {
+  const QPoint angle = orientation == Qt::Vertical ? QPoint(0, delta) : QPoint(delta, 0);
+  QWheelEvent event(m_pointer, m_pointer, QPoint(), angle, Qt::NoButton, Qt::NoModifier,
+                    Qt::NoScrollPhase, false);
+  sendToPage(&event);
+}
+
+void LarkaBrowser::sendKey(QEvent::Type type, int key, int modifiers) {
+  const std::unique_ptr<QKeyEvent> sent(
+      createKeyEventFromVirtualKeyCode(key, modifiers, type, false));
+  QKeyEvent event = pageKeyEvent(*sent);
+  sendToPage(&event);
+}
+
+void LarkaBrowser::MouseMove(int x, int y, int) {
+  m_pointer = QPoint(x, y);
+  m_doubleClick.move(m_pointer);
+  sendMouse(QEvent::MouseMove, m_pointer, Qt::NoButton, m_heldButtons);
+}
+
+void LarkaBrowser::MouseDown(int x, int y, int) {
+  m_heldButtons = Qt::LeftButton;
+  const QPoint point(x, y);
+  sendMouse(m_doubleClick.press(point, m_clock.elapsed()), point, Qt::LeftButton, Qt::LeftButton);
+}
+
+// After the first press, moves say for good that the button is held; hosts rely on it.
+void LarkaBrowser::MouseUp(int x, int y, int) {
+  m_heldButtons = Qt::LeftButton;
+  const QPoint point(x, y);
+  m_doubleClick.release(point);
+  sendMouse(QEvent::MouseButtonRelease, point, Qt::LeftButton, Qt::NoButton);
+}
+
+// Tested first: the control is what was there before the click.
+void LarkaBrowser::MouseClick(int x, int y, int reserved) {
+  LarkaHTMLControl control = HitTest(x, y);
+  const QPointer<LarkaBrowser> self(this);
+  MouseDown(x, y, reserved);
+  if (self) MouseUp(x, y, reserved);
+  if (!self) return;
+  const EngineCall deliversIt(&m_engineUse);
+  post([control](ILarkaCallbacks* listener) mutable { listener->OnMouseClick(control); });
+}
+
+void LarkaBrowser::MouseWheel(Directions direction, int amount, int) {
+  const bool horizontal = direction == DIRECTION_RIGHT || direction == DIRECTION_LEFT;
+  const bool backwards = direction == DIRECTION_DOWN || direction == DIRECTION_RIGHT;
+  sendWheel(backwards ? negated(amount) : amount, horizontal ? Qt::Horizontal : Qt::Vertical);
+}
+
+void LarkaBrowser::MouseWheel(int dx, int dy, int) {
+  const QPointer<LarkaBrowser> self(this);
+  sendWheel(dy, Qt::Vertical);
+  if (self) sendWheel(dx, Qt::Horizontal);
+}
+
+// As on a keyboard, Escape ends the full screen of an element, and is nothing else then.
+void LarkaBrowser::KeyDown(int key, int modifiers) {
+  const QPointer<LarkaBrowser> self(this);
+  if (key == KEYCODE_ESCAPE && m_webView) {
+    const EngineCall call(&m_engineUse);
+    if (page()->leaveFullScreen()) return;
+  }
+  if (self) sendKey(QEvent::KeyPress, key, modifiers);
+}
+
+void LarkaBrowser::KeyUp(int key, int modifiers) { sendKey(QEvent::KeyRelease, key, modifiers); }
+
+// Controls.
+
+// Where nothing is hit, as while a page begins to arrive, the engine leaves the pointer to the
+// element uninitialised, and the result can be neither read nor copied nor destroyed; only the
+// frame tells.
+LarkaHTMLControl LarkaBrowser::HitTest(int x, int y) {
+  if (!m_webView || mainFrame()->documentElement().isNull()) return LarkaHTMLControl();
+  auto* hit = new QWebHitTestResult(mainFrame()->hitTestContent(QPoint(x, y)));
+  if (!hit->frame()) return LarkaHTMLControl();
+  const std::unique_ptr<QWebHitTestResult> owned(hit);
+  return LarkaHTMLControl(new LarkaHTMLControlPrivate(*hit), true);
+}
+
+// The type attribute doesn't count: hosts filter by LarkaHTMLControl::GetControlType.
+std::vector<LarkaHTMLControl*> LarkaBrowser::GetControls(ControlType type) {
+  std::vector<LarkaHTMLControl*> controls;
+  std::string tag, inputType;
+  if (!m_webView || !LarkaHTMLControl::ConvertLarkaTypeToQTagAndType(type, tag, inputType))
+    return controls;
+  const QWebElementCollection elements =
+      page()->currentFrame()->findAllElements(QString::fromStdString(tag));
+  for (const QWebElement& element : elements)
+    controls.push_back(new LarkaHTMLControl(new LarkaHTMLControlPrivate(element), true));
+  return controls;
+}
+
+// Focus.
+
+bool LarkaBrowser::FocusNext() { return stepFocus(true); }
+
+bool LarkaBrowser::FocusPrev() { return stepFocus(false); }
+
+bool LarkaBrowser::stepFocus(bool next) {
+  if (!m_webView) return false;
+  const EngineCall call(&m_engineUse);
+  return page()->focusNextPrevChild(next);
+}
+
+// The page image.
+
+void LarkaBrowser::Resize(int width, int height) {
+  if (!m_webView) return;
+  const EngineCall call(&m_engineUse);
+  m_webView->resize(QSizeF(width, height));
+  if (m_webView && m_frameTimer) correctScreenSize(mainFrame(), m_webView->size().toSize());
+}
+
+void LarkaBrowser::SetGlobalSurface(char*) {
+  qWarning("LarkaBrowser::SetGlobalSurface not supported when rendering to screen");
+}
+
+void* LarkaBrowser::GetBrowserNativeHandle() {
+  qWarning("LarkaBrowser::GetBrowserNativeHandle when rendering to screen - unimplemented");
+  return nullptr;
+}
+
+int LarkaBrowser::GetBrowserStride() {
+  const QImage* image = m_webView ? m_webView->hostImage() : nullptr;
+  return image ? image->bytesPerLine() : 0;
+}
+
+unsigned char* LarkaBrowser::GetBrowserImage() {
+  QImage* image = m_webView ? m_webView->hostImage() : nullptr;
+  return image ? image->bits() : nullptr;
+}
+
+void LarkaBrowser::SaveBrowserImage(const char* path, int width, int height) {
+  if (!m_webView) return;
+  const EngineCall call(&m_engineUse);
+  QImage image(page()->viewportSize(), QImage::Format_ARGB32);
+  image.fill(Qt::white);
+  {
+    QPainter painter(&image);
+    page()->currentFrame()->render(&painter);
+  }
+  const QImage thumbnail =
+      image.scaled(width, height, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+  if (!thumbnail.save(QFile::decodeName(path), "jpg")) fputs("Thumbnail save failure\n", stderr);
+}
+
+void LarkaBrowser::addRect(const QRect& rect) {
+  if (m_webView) m_webView->AddRect(rect);
+}
+
+// A scroll repaints everything, whatever it moved.
+void LarkaBrowser::scrollRequested(int, int, const QRect&) {
+  if (!m_webView) return;
+  m_webView->AddRect(QRect(QPoint(0, 0), m_webView->size().toSize()));
+  m_webView->update();
+}
+
+void LarkaBrowser::repaintRequested(const QRect& rect) { notifyOnDirty(rect); }
+
+void LarkaBrowser::notifyOnDirty(const QRect& rect) {
+  if (!m_webView) return;
+  // The event loop is turning anyway: the tick counts anew, so that an animation isn't woken for
+  // it.
+  if (m_frameTimer) m_frameTimer->start();
+  const QPointer<LarkaBrowser> self(this);
+  notify([&](ILarkaCallbacks* listener) {
+    listener->OnDirty(this);
+    if (self) notifyOnPluginDirty(listener, rect);
+  });
+}
+
+void LarkaBrowser::notifyOnPluginDirty(ILarkaCallbacks* listener, const QRect& rect) {
+  const QPointer<LarkaBrowser> self(this);
+  const std::vector<LarkaPluginWidget> plugins = m_pluginWidgets;
+  for (LarkaPluginWidget plugin : plugins) {
+    if (!self || !m_listeners.contains(listener)) return;  // it may be gone, having removed itself
+    if (LarkaPluginWidgetPrivate::of(plugin)->paintedRect().intersects(rect))
+      listener->OnPluginDirty(&plugin);
+  }
+}
+
+void LarkaBrowser::renderToScreen() {
+  if (m_webView) m_webView->BlitToScreen();
+}
+
+void LarkaBrowser::showFullscreen(const QWebElement& element, bool render) {
+  m_fullScreenElement = element;
+  if (m_webView) m_webView->SetFullScreenElement(element, render);
+}
+
+double LarkaBrowser::calculateFps() {
+  const qint64 elapsed = m_frameClock.restart();
+  m_smoothedFrameTime = 0.9 * m_smoothedFrameTime + (elapsed / 1000.0) * 0.1;
+  return 1.0 / m_smoothedFrameTime;
+}
+
+void LarkaBrowser::tester() {
+  static FrameRate frameRate("test-timer", 2);
+  frameRate.Frame();
+}
+
+// Operations that do nothing, on purpose.
+
+void LarkaBrowser::Focus() {}
+void LarkaBrowser::Invalidate() {}
+void LarkaBrowser::SetConfig(const char*, const char*) {}
+void LarkaBrowser::SetConfig(const char*, int) {}
+void LarkaBrowser::SetConfig(const char*, bool) {}
+
+// The inspector is the browser's child: it needs no pointer to it.
+ILarkaBrowser* LarkaBrowser::LaunchInspector(bool show) {
+  if (!m_webView) return nullptr;
+  const EngineCall call(&m_engineUse);
+  return new InspectorBrowser(this, show);
+}
+
+}  // namespace LARKA

@@ -1,0 +1,416 @@
+#include "cookies/networkcookiejar.h"
+
+#include <QDateTime>
+#include <QMap>
+#include <QNetworkCookie>
+#include <QUrl>
+#include <algorithm>
+#include <vector>
+
+#include "cookies/Trie.h"
+
+// Ends the text of a cookie whose name, value and path are percent-encoded. No other text ends like
+// this: a field with a ";" is always encoded.
+static const char kEncoded[] = "; encoded";
+
+// Whether a field reads back as it is from a Set-Cookie text.
+static bool isPlain(const QByteArray& field) {
+  return field.trimmed() == field && std::none_of(field.begin(), field.end(), [](char c) {
+           return (c >= 0 && c < ' ') || c == 0x7f || c == ';';
+         });
+}
+
+QDataStream& operator<<(QDataStream& stream, const QNetworkCookie& cookie) {
+  const QByteArray path = cookie.path().toUtf8();
+  const bool plain = isPlain(cookie.name()) && !cookie.name().contains('=') &&
+                     isPlain(cookie.value()) && isPlain(path);
+  QNetworkCookie written(cookie);
+  if (!plain) {
+    written.setName(cookie.name().toPercentEncoding());
+    written.setValue(cookie.value().toPercentEncoding());
+    written.setPath(QString::fromLatin1(path.toPercentEncoding("/")));
+  }
+  // The zone of an IPv6 host may hold anything. Such a cookie is lost: its node can't name it.
+  if (!isPlain(cookie.domain().toUtf8())) written.setDomain(QString());
+  return stream << written.toRawForm(QNetworkCookie::Full) + (plain ? "" : kEncoded);
+}
+
+// The toolkit writes the numeric domains of IPv6 hosts and can't read them.
+static QList<QNetworkCookie> parsed(QByteArray text) {
+  const QList<QNetworkCookie> cookies = QNetworkCookie::parseCookies(text);
+  const char kDomain[] = "; domain=[";
+  const int start = text.indexOf(kDomain);
+  const int end = text.indexOf(']', start);
+  if (!cookies.isEmpty() || start < 0 || end < 0) return cookies;
+  const int address = start + static_cast<int>(sizeof(kDomain)) - 1;
+  const QString domain = QString::fromLatin1(text.mid(address, end - address));
+  QList<QNetworkCookie> withoutDomain =
+      QNetworkCookie::parseCookies(text.remove(start, end + 1 - start));
+  for (QNetworkCookie& cookie : withoutDomain) cookie.setDomain(domain);
+  return withoutDomain;
+}
+
+// One cookie is one line.
+QDataStream& operator>>(QDataStream& stream, QNetworkCookie& cookie) {
+  const int kLongestText = 1 << 20;
+  QByteArray text;
+  stream >> text;
+  if (text.size() > kLongestText) return stream;
+  const int line = text.indexOf('\n');
+  if (line >= 0) text.truncate(line);
+  const bool encoded = text.endsWith(kEncoded);
+  const QList<QNetworkCookie> cookies = parsed(text);
+  if (cookies.isEmpty()) return stream;
+  cookie = cookies.first();
+  if (!encoded) return stream;
+  cookie.setName(QByteArray::fromPercentEncoding(cookie.name()));
+  cookie.setValue(QByteArray::fromPercentEncoding(cookie.value()));
+  const QByteArray path = QByteArray::fromPercentEncoding(cookie.path().toUtf8());
+  cookie.setPath(QString::fromStdString(path.toStdString()));  // with any NUL in it
+  return stream;
+}
+
+namespace LARKA {
+
+namespace {
+
+const qint32 kMagic = 174;
+const qint32 kVersion = 1;
+const int kLongestPath = 1024;
+const int kLongestDomain = 255;
+const int kLargestCookie = 4096;  // name and value, in bytes
+const int kMostOfADomain = 180;
+const int kMostInAll = 3000;
+
+// Sorted; searched as it is.
+const char* const kTwoLevelDomains[] = {
+    "ao", "ar", "arpa", "bd", "bn", "br", "co", "cr", "cy", "do", "eg", "et", "fj",
+    "fk", "gh", "gn",   "gu", "id", "il", "jm", "ke", "kh", "ki", "kw", "kz", "lb",
+    "lc", "lr", "ls",   "ml", "mm", "mv", "mw", "mx", "my", "ng", "ni", "np", "nz",
+    "om", "pa", "pe",   "pg", "pw", "py", "qa", "sa", "sb", "sv", "sy", "th", "tn",
+    "tz", "uk", "uy",   "va", "ve", "ye", "yu", "za", "zm", "zw"};
+
+/// The labels of a host, without the empty ones at either end.
+QStringList splitHost(const QString& host) {
+  QStringList labels = host.split(QLatin1Char('.'));
+  while (!labels.isEmpty() && labels.last().isEmpty()) labels.removeLast();
+  while (!labels.isEmpty() && labels.first().isEmpty()) labels.removeFirst();
+  return labels;
+}
+
+QString withSlash(const QString& path) {
+  return path.endsWith(QLatin1Char('/')) ? path : path + QLatin1Char('/');
+}
+
+QString defaultPath(const QUrl& url) {
+  const QString path = url.path();
+  const QString directory = path.mid(0, path.lastIndexOf(QLatin1Char('/')) + 1);
+  return directory.isEmpty() ? QStringLiteral("/") : directory;
+}
+
+bool isExpired(const QNetworkCookie& cookie, const QDateTime& now) {
+  return !cookie.isSessionCookie() && cookie.expirationDate() < now;
+}
+
+bool isTooLarge(const QNetworkCookie& cookie) {
+  return cookie.name().size() + cookie.value().size() > kLargestCookie;
+}
+
+bool isScheme(const QUrl& url, const char* scheme) {
+  return url.scheme().toLower() == QLatin1String(scheme);
+}
+
+/// Whether a host is an IPv4 address: no top-level domain is a number.
+bool isAddress(const QStringList& labels) {
+  bool isNumber = false;
+  labels.last().toUInt(&isNumber);
+  return isNumber;
+}
+
+/// A domain in the form in which it is read from a cookie; empty for what is none.
+QString normalized(const QString& domain) { return QUrl::fromAce(QUrl::toAce(domain)); }
+
+bool shorterPaths(const QNetworkCookie& a, const QNetworkCookie& b) {
+  return b.path().length() < a.path().length();
+}
+
+/// Whether a cookie that was read may be in the node at `keys`.
+bool mayBeAt(const QNetworkCookie& cookie, const QStringList& keys) {
+  const QStringList labels = splitHost(cookie.domain());
+  if (labels.isEmpty() || cookie.domain().length() > kLongestDomain || isTooLarge(cookie))
+    return false;
+  // A file may spell an international name in a way that this toolkit doesn't.
+  return labels == keys || labels == splitHost(normalized(keys.join(QLatin1Char('.'))));
+}
+
+struct StoredCookie : QNetworkCookie {
+  StoredCookie() = default;
+  StoredCookie(const QNetworkCookie& cookie, quint64 serial)
+      : QNetworkCookie(cookie), serial(serial) {}
+
+  mutable quint64 serial = 0;  // grows with every cookie that is set or read
+};
+
+using Cookies = std::vector<const StoredCookie*>;
+
+bool isOlder(const StoredCookie* a, const StoredCookie* b) { return a->serial < b->serial; }
+
+/// Takes from `cookies` what has to go when there are more than `most`: all that have expired, then
+/// the oldest.
+Cookies takeSurplus(Cookies* cookies, size_t most, const QDateTime& now) {
+  if (cookies->size() <= most) return {};
+  const auto first = cookies->begin(), last = cookies->end();
+  const auto live =
+      std::partition(first, last, [&](auto* cookie) { return isExpired(*cookie, now); });
+  const auto kept = std::max(live, last - static_cast<std::ptrdiff_t>(most));
+  if (kept > live) std::nth_element(live, kept, last, isOlder);
+  const Cookies surplus(first, kept);
+  cookies->erase(first, kept);
+  return surplus;
+}
+
+}  // namespace
+
+class NetworkCookieJarPrivate {
+ public:
+  QString urlPath(const QUrl& url) const { return withSlash(url.path()); }
+  bool matchingPath(const QNetworkCookie& cookie, const QString& urlPath) const {
+    return urlPath.startsWith(withSlash(cookie.path()));
+  }
+  bool matchingDomain(const QNetworkCookie& cookie, const QUrl& url) const;
+  bool matchesBlacklist(const QString& label) const;
+  bool complete(QNetworkCookie* cookie, const QUrl& url) const;
+  QList<StoredCookie> cookiesAlong(QStringList labels) const;
+  /// How many labels a domain has that can be registered.
+  int registrableSize(const QStringList& labels) const {
+    return matchesBlacklist(labels.last()) ? 3 : 2;
+  }
+  QStringList family(const QStringList& labels) const;
+  void insert(const QNetworkCookie& cookie, const QStringList& labels);
+  void remove(const QNetworkCookie& cookie);
+  void removeNamesake(const QNetworkCookie& cookie, const QStringList& labels);
+  void makeRoom(const QStringList& labels, const QDateTime& now);
+  void cut(const Trie<StoredCookie>& node, bool all, int most, const QDateTime& now);
+  void checkRestored();
+
+  Trie<StoredCookie> tree;
+  int count = 0;  // of the cookies in the tree
+  quint64 lastSerial = 0;
+  mutable bool secondLevelDomainsLoaded = false;
+  mutable QStringList secondLevelDomains;  // sorted
+};
+
+bool NetworkCookieJarPrivate::matchesBlacklist(const QString& label) const {
+  if (!secondLevelDomainsLoaded) {
+    for (const char* domain : kTwoLevelDomains) secondLevelDomains += QLatin1String(domain);
+    secondLevelDomainsLoaded = true;
+  }
+  return std::binary_search(secondLevelDomains.begin(), secondLevelDomains.end(), label);
+}
+
+/// Whether a response from `url` may set a cookie for the domain that the cookie names.
+bool NetworkCookieJarPrivate::matchingDomain(const QNetworkCookie& cookie, const QUrl& url) const {
+  const QString domain = cookie.domain().simplified().toLower().remove(QLatin1Char(' '));
+  const QStringList labels = splitHost(domain);
+  if (labels.isEmpty()) return false;
+  if (labels.size() == 1) {
+    if (labels.first() != QLatin1String("localhost")) return false;
+    if (isScheme(url, "file")) return true;
+  }
+  if (labels.size() == 2 && matchesBlacklist(labels.last())) return false;
+
+  QStringList hostLabels = url.host().toLower().split(QLatin1Char('.'), Qt::SkipEmptyParts);
+  if (hostLabels.isEmpty()) return false;
+  while (hostLabels.size() > labels.size()) hostLabels.removeFirst();
+  return std::equal(hostLabels.begin(), hostLabels.end(), labels.begin());
+}
+
+/// Gives a cookie of a response its default path and domain. False when it may not be set.
+bool NetworkCookieJarPrivate::complete(QNetworkCookie* cookie, const QUrl& url) const {
+  if (cookie->path().isEmpty()) cookie->setPath(defaultPath(url));
+  if (isTooLarge(*cookie) || cookie->path().length() > kLongestPath) return false;
+  if (!cookie->domain().isEmpty()) return matchingDomain(*cookie, url);
+  cookie->setDomain(url.host().toLower());
+  return !cookie->domain().isEmpty();
+}
+
+/// The cookies of a host and of the domains above it, up to where registrations happen.
+QList<StoredCookie> NetworkCookieJarPrivate::cookiesAlong(QStringList labels) const {
+  QList<StoredCookie> found = tree.find(labels);
+  if (labels.size() <= 2) return found;
+  const int shortest = registrableSize(labels);
+  for (labels.removeFirst(); labels.size() >= shortest; labels.removeFirst())
+    found += tree.find(labels);
+  return found;
+}
+
+/// The labels of a host's registrable domain, or of the host itself if it is in none.
+QStringList NetworkCookieJarPrivate::family(const QStringList& labels) const {
+  const int above = isAddress(labels) ? 0 : labels.size() - registrableSize(labels);
+  return labels.mid(qMax(0, above));
+}
+
+void NetworkCookieJarPrivate::insert(const QNetworkCookie& cookie, const QStringList& labels) {
+  tree.insert(labels, StoredCookie(cookie, ++lastSerial));
+  ++count;
+}
+
+void NetworkCookieJarPrivate::remove(const QNetworkCookie& cookie) {
+  if (tree.remove(splitHost(cookie.domain()), StoredCookie(cookie, 0))) --count;
+}
+
+void NetworkCookieJarPrivate::removeNamesake(const QNetworkCookie& cookie,
+                                             const QStringList& labels) {
+  const QList<StoredCookie> neighbours = tree.find(labels);
+  const auto old = std::find_if(neighbours.begin(), neighbours.end(), [&](const auto& other) {
+    return other.name() == cookie.name() && other.domain() == cookie.domain() &&
+           other.path() == cookie.path();
+  });
+  if (old != neighbours.end() && tree.remove(labels, *old)) --count;
+}
+
+/// Removes what is beyond the limits since a cookie was added at `labels`.
+void NetworkCookieJarPrivate::makeRoom(const QStringList& labels, const QDateTime& now) {
+  if (count <= kMostOfADomain) return;
+  const QStringList shared = family(labels);
+  const bool alone = isAddress(shared) || shared.size() < registrableSize(shared);
+  cut(*tree.walkTo(shared), !alone, kMostOfADomain, now);
+  if (count > kMostInAll) cut(tree, true, kMostInAll, now);
+}
+
+/// Removes what is beyond `most` from the cookies of a node and, with `all`, from those below it.
+void NetworkCookieJarPrivate::cut(const Trie<StoredCookie>& node, bool all, int most,
+                                  const QDateTime& now) {
+  Cookies cookies;
+  const auto add = [&cookies](const Trie<StoredCookie>& each, const QStringList&) {
+    for (const StoredCookie& cookie : each.values) cookies.push_back(&cookie);
+  };
+  if (all)
+    node.forEachNode(add);
+  else
+    add(node, {});
+  QList<QNetworkCookie> surplus;
+  for (const StoredCookie* cookie : takeSurplus(&cookies, most, now)) surplus.append(*cookie);
+  for (const QNetworkCookie& cookie : surplus) remove(cookie);
+}
+
+/// Numbers the cookies of a tree that was read, in their order. If the tree is damaged or holds
+/// what it may not, rebuilds it from the cookies that may stay.
+void NetworkCookieJarPrivate::checkRestored() {
+  bool sound = tree.isConsistent();
+  int total = 0;
+  QList<StoredCookie> found;
+  tree.forEachNode([&](const Trie<StoredCookie>& node, QStringList keys) {
+    if (node.values.isEmpty()) return;
+    std::reverse(keys.begin(), keys.end());
+    total += node.values.size();
+    for (const StoredCookie& read : node.values) {
+      read.serial = ++lastSerial;
+      if (splitHost(read.domain()) != keys) sound = false;
+      if (read.name().isEmpty()) continue;
+      StoredCookie cookie = read;
+      if (cookie.domain().isEmpty()) cookie.setDomain(normalized(keys.join(QLatin1Char('.'))));
+      if (mayBeAt(cookie, keys)) found.append(cookie);
+    }
+  });
+
+  const QDateTime now = QDateTime::currentDateTimeUtc();
+  QMap<QStringList, Cookies> families;
+  for (const StoredCookie& cookie : qAsConst(found))
+    families[family(splitHost(cookie.domain()))].push_back(&cookie);
+  Cookies kept;
+  for (Cookies& cookies : families) {
+    takeSurplus(&cookies, kMostOfADomain, now);
+    kept.insert(kept.end(), cookies.begin(), cookies.end());
+  }
+  takeSurplus(&kept, kMostInAll, now);
+  count = static_cast<int>(kept.size());
+  if (sound && count == total) return;
+  tree.clear();
+  std::sort(kept.begin(), kept.end(), isOlder);
+  for (const StoredCookie* cookie : kept) tree.insert(splitHost(cookie->domain()), *cookie);
+}
+
+NetworkCookieJar::NetworkCookieJar(QObject* parent)
+    : QNetworkCookieJar(parent), d(new NetworkCookieJarPrivate) {}
+
+NetworkCookieJar::~NetworkCookieJar() { delete d; }
+
+bool NetworkCookieJar::setCookiesFromUrl(const QList<QNetworkCookie>& cookies, const QUrl& url) {
+  const QDateTime now = QDateTime::currentDateTimeUtc();
+  bool stored = false;
+  for (QNetworkCookie cookie : cookies) {
+    if (!d->complete(&cookie, url)) continue;
+    const QStringList labels = splitHost(cookie.domain());
+    d->removeNamesake(cookie, labels);
+    if (isExpired(cookie, now)) continue;
+    d->insert(cookie, labels);
+    d->makeRoom(labels, now);
+    stored = true;
+  }
+  return stored;
+}
+
+QList<QNetworkCookie> NetworkCookieJar::cookiesForUrl(const QUrl& url) const {
+  const QString host = isScheme(url, "file") ? QStringLiteral("localhost") : url.host();
+  const QList<StoredCookie> found = d->cookiesAlong(splitHost(host));
+  if (found.isEmpty()) return {};
+
+  const QDateTime now = QDateTime::currentDateTimeUtc();
+  const QString path = d->urlPath(url);
+  const bool secure = isScheme(url, "https");
+  QList<QNetworkCookie> result;
+  for (const StoredCookie& cookie : found) {
+    if (!d->matchingPath(cookie, path) || (cookie.isSecure() && !secure)) continue;
+    if (isExpired(cookie, now))
+      d->remove(cookie);
+    else
+      result.append(cookie);
+  }
+  std::sort(result.begin(), result.end(), shorterPaths);
+  return result;
+}
+
+void NetworkCookieJar::endSession() {
+  const QDateTime now = QDateTime::currentDateTimeUtc();
+  for (const StoredCookie& cookie : d->tree.all())
+    if (cookie.isSessionCookie() || isExpired(cookie, now)) d->remove(cookie);
+}
+
+QByteArray NetworkCookieJar::saveState() const {
+  QByteArray state;
+  QDataStream stream(&state, QIODevice::WriteOnly);
+  stream << kMagic << kVersion << d->tree;
+  return state;
+}
+
+bool NetworkCookieJar::restoreState(const QByteArray& state) {
+  QDataStream stream(state);
+  qint32 magic = 0, version = 0;
+  if (stream.atEnd()) return false;
+  stream >> magic >> version;
+  if (magic != kMagic || version != kVersion) return false;
+  stream >> d->tree;
+  d->checkRestored();
+  return true;
+}
+
+QList<QNetworkCookie> NetworkCookieJar::allCookies() const {
+  QList<QNetworkCookie> cookies;
+  for (const StoredCookie& cookie : d->tree.all()) cookies.append(cookie);
+  return cookies;
+}
+
+void NetworkCookieJar::setAllCookies(const QList<QNetworkCookie>& cookies) {
+  d->tree.clear();
+  d->count = 0;
+  for (const QNetworkCookie& cookie : cookies) d->insert(cookie, splitHost(cookie.domain()));
+}
+
+void NetworkCookieJar::setSecondLevelDomains(const QStringList& labels) {
+  d->secondLevelDomains = labels;
+  d->secondLevelDomains.sort();
+  d->secondLevelDomainsLoaded = true;
+}
+
+}  // namespace LARKA

@@ -1,0 +1,57 @@
+#include "elements/ElementScript.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QRegularExpression>
+#include <QWebElement>
+
+#include "host/HostEvents.h"
+
+namespace LARKA {
+
+namespace {
+
+// To script, `typeof document.all` is "undefined".
+const char kWithoutObjects[] =
+    "(function(value) {"
+    "  switch (typeof value) { case 'string': case 'number': case 'boolean': return value; }"
+    "  if (value === null || value === void 0) return value;"
+    "  try { return new Date(Date.prototype.getTime.call(value)); } catch (noDate) { return ''; }"
+    "})";
+
+QString quoted(const QString& text) {
+  const QJsonDocument list(QJsonArray{text});
+  return QString::fromUtf8(list.toJson(QJsonDocument::Compact)) + QLatin1String("[0]");
+}
+
+// A page's security policy may forbid it, and what it declares would not outlive it.
+bool canBeEvaluated(QWebElement element, const QString& script) {
+  static const QRegularExpression declaration(QStringLiteral("\\b(let|const|class)\\b|use strict"));
+  if (script.contains(declaration)) return false;
+  const QString probe = QStringLiteral("try { eval('1') === 1 } catch (forbidden) { false }");
+  return element.evaluateJavaScript(probe).toBool();
+}
+
+}  // namespace
+
+void runOn(QWebElement element, const QString& statement) {
+  const EngineCall call(nullptr);
+  element.evaluateJavaScript(statement + QLatin1String("; void 0"));
+}
+
+QVariant valueOn(QWebElement element, const QString& expression) {
+  const EngineCall call(nullptr);
+  return element.evaluateJavaScript(QLatin1String(kWithoutObjects) + QLatin1Char('(') + expression +
+                                    QLatin1Char(')'));
+}
+
+QString resultOn(QWebElement element, const QString& script) {
+  const EngineCall call(nullptr);
+  const QVariant result =
+      canBeEvaluated(element, script)
+          ? valueOn(element, QLatin1String("eval(") + quoted(script) + QLatin1Char(')'))
+          : element.evaluateJavaScript(script);
+  return result.toString();
+}
+
+}  // namespace LARKA

@@ -1,0 +1,175 @@
+#include "elements/LarkaHTMLControlQt.h"
+
+#include <QUrl>
+#include <QVariant>
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "elements/ElementScript.h"
+#include "host/HostEvents.h"
+#include "host/HostText.h"
+
+namespace LARKA {
+
+namespace {
+
+const QRect kWholeScreen(0, 0, 1024, 768);
+
+/// What is searched for a kind of control.
+struct SearchedTag {
+  ControlType type;
+  const char* tag;
+  const char* inputType;
+};
+
+const SearchedTag kSearchedTags[] = {
+    {CONTROL_TEXT, "input", "text"},
+    {CONTROL_TEXTAREA, "textarea", ""},
+    {CONTROL_LABEL, "label", ""},
+    {CONTROL_SELECT, "select", ""},
+    {CONTROL_SUBMIT, "input", "submit"},
+    {CONTROL_RADIO, "input", "radio"},
+    {CONTROL_CHECKBOX, "input", "checkbox"},
+    {CONTROL_ANCHOR, "a", ""},
+    {CONTROL_PASSWORD, "input", "password"},
+    {CONTROL_IMAGE, "img", ""},
+    {CONTROL_EMBED, "embed", ""},
+    {CONTROL_DIV, "div", ""},
+};
+
+/// What a tag name, or the type of an input, is recognised as.
+struct RecognisedName {
+  const char* name;
+  ControlType type;
+};
+
+const RecognisedName kRecognisedTags[] = {
+    {"button", CONTROL_SUBMIT}, {"select", CONTROL_SELECT}, {"textarea", CONTROL_TEXTAREA},
+    {"label", CONTROL_LABEL},   {"a", CONTROL_ANCHOR},      {"img", CONTROL_IMAGE},
+    {"embed", CONTROL_EMBED},   {"div", CONTROL_DIV},       {"object", CONTROL_OBJECT},
+};
+
+const RecognisedName kRecognisedInputs[] = {
+    {"text", CONTROL_TEXT},   {"password", CONTROL_PASSWORD}, {"checkbox", CONTROL_CHECKBOX},
+    {"radio", CONTROL_RADIO}, {"submit", CONTROL_SUBMIT},     {"reset", CONTROL_SUBMIT},
+    {"file", CONTROL_SUBMIT}, {"image", CONTROL_SUBMIT},      {"button", CONTROL_SUBMIT},
+};
+
+template <size_t Size>
+ControlType recognised(const RecognisedName (&names)[Size], const QString& name,
+                       ControlType otherwise) {
+  for (const RecognisedName& recognised : names)
+    if (name == QLatin1String(recognised.name)) return recognised.type;
+  return otherwise;
+}
+
+void writeRect(const QRect& rect, int* x, int* y, int* width, int* height) {
+  if (x) *x = rect.x();
+  if (y) *y = rect.y();
+  if (width) *width = extent(rect).width();
+  if (height) *height = extent(rect).height();
+}
+
+QString latin1(const std::string& text) {
+  return QString::fromLatin1(text.data(), static_cast<int>(text.size()));
+}
+
+}  // namespace
+
+LarkaHTMLControl::LarkaHTMLControl() : d(new LarkaHTMLControlPrivate) {}
+
+LarkaHTMLControl::LarkaHTMLControl(LarkaHTMLControlPrivate* d, bool adopt)
+    : d(recordFor(d, adopt)) {}
+
+LarkaHTMLControl::LarkaHTMLControl(const LarkaHTMLControl& other) : d(retained(other.d)) {}
+
+LarkaHTMLControl& LarkaHTMLControl::operator=(const LarkaHTMLControl& other) {
+  LarkaHTMLControl copy(other);
+  std::swap(d, copy.d);
+  return *this;
+}
+
+LarkaHTMLControl::~LarkaHTMLControl() { release(d); }
+
+bool LarkaHTMLControl::ConvertLarkaTypeToQTagAndType(ControlType type, std::string& tag,
+                                                     std::string& inputType) {
+  inputType.clear();
+  for (const SearchedTag& searched : kSearchedTags) {
+    if (searched.type != type) continue;
+    tag = searched.tag;
+    inputType = searched.inputType;
+    return true;
+  }
+  return false;
+}
+
+ControlType LarkaHTMLControl::GetControlType() {
+  const QString tag = d->element().tagName().toLower();
+  if (tag != QLatin1String("input")) return recognised(kRecognisedTags, tag, CONTROL_UNKNOWN);
+  const QString type =
+      d->element().attribute(QStringLiteral("type"), QStringLiteral("text")).toLower();
+  return recognised(kRecognisedInputs, type, CONTROL_TEXT);
+}
+
+// NOLINTBEGIN(performance-unnecessary-value-param): the interface takes the texts by value.
+std::string LarkaHTMLControl::GetStyleProperty(std::string name) {
+  return d->element()
+      .styleProperty(latin1(name), QWebElement::ComputedStyle)
+      .toLatin1()
+      .toStdString();
+}
+
+void LarkaHTMLControl::SetStyleProperty(std::string name, std::string value) {
+  d->element().setStyleProperty(latin1(name), latin1(value));
+}
+// NOLINTEND(performance-unnecessary-value-param)
+
+bool LarkaHTMLControl::IsClickable() {
+  return !d->element().isNull() && !d->hitTest.linkUrl().isEmpty();
+}
+
+void LarkaHTMLControl::GetControlRect(int* x, int* y, int* width, int* height) {
+  writeRect(d->mapToPage(d->currentGeometry()), x, y, width, height);
+}
+
+std::string LarkaHTMLControl::GetControlId() {
+  return toHost(d->element().attribute(QStringLiteral("id")));
+}
+
+std::string LarkaHTMLControl::GetControlText() {
+  const QVariant value = valueOn(d->element(), QStringLiteral("this.value"));
+  return toHost(value.isNull() ? d->element().attribute(QStringLiteral("value"))
+                               : value.toString());
+}
+
+// The length is that of the UTF-8 text, which the page cuts to the number of characters.
+void LarkaHTMLControl::SetCaretAtEndOfControl() {
+  const QString end = QString::number(GetControlText().size());
+  runOn(d->element(), QStringLiteral("this.selectionStart=") + end);
+  runOn(d->element(), QStringLiteral("this.selectionEnd=") + end);
+}
+
+bool LarkaHTMLControl::IsControlSelected() {
+  const QVariant checked = valueOn(d->element(), QStringLiteral("this.checked"));
+  return checked.isNull() ? !d->element().attribute(QStringLiteral("checked")).isEmpty()
+                          : checked.toBool();
+}
+
+// The engine's own way leaves the caret, and the frame that gets the keys, where they were; the
+// script's way takes them along.
+void LarkaHTMLControl::Focus() {
+  const EngineCall call(nullptr);
+  runOn(d->element(), QStringLiteral("this.focus()"));
+  d->element().setFocus();
+}
+
+bool LarkaHTMLControl::HasFocus() { return d->element().hasFocus(); }
+
+void LarkaHTMLControl::GetZoomRect(int* x, int* y, int* width, int* height) {
+  const QWebElement block = WebElement::ifOnPage(d->hitTest.enclosingBlockElement());
+  writeRect(block.isNull() ? kWholeScreen : d->mapToPage(WebElement::currentGeometry(block)), x, y,
+            width, height);
+}
+
+}  // namespace LARKA

@@ -1,0 +1,167 @@
+#include "elements/LarkaPluginWidgetQt.h"
+
+#include <QStringList>
+#include <QVariant>
+#include <QWebFrame>
+#include <QWebPage>
+#include <QtDebug>
+#include <cstddef>
+#include <utility>
+
+#include "elements/ElementScript.h"
+#include "host/HostEvents.h"
+#include "host/HostText.h"
+
+namespace LARKA {
+
+namespace {
+
+QString computedStyle(const QWebElement& element, const char* property) {
+  return element.styleProperty(QLatin1String(property), QWebElement::ComputedStyle);
+}
+
+}  // namespace
+
+bool LarkaPluginWidgetPrivate::isInsideBrowserImage(const QRect&) { return true; }
+
+LarkaPluginWidget::LarkaPluginWidget() : d(new LarkaPluginWidgetPrivate) {}
+
+LarkaPluginWidget::LarkaPluginWidget(LarkaPluginWidgetPrivate* d, bool adopt)
+    : d(recordFor(d, adopt)) {}
+
+LarkaPluginWidget::LarkaPluginWidget(const LarkaPluginWidget& other) : d(retained(other.d)) {}
+
+LarkaPluginWidget& LarkaPluginWidget::operator=(const LarkaPluginWidget& other) {
+  LarkaPluginWidget copy(other);
+  std::swap(d, copy.d);
+  return *this;
+}
+
+LarkaPluginWidget::~LarkaPluginWidget() { release(d); }
+
+void* LarkaPluginWidget::GetHandle() { return d->handle; }
+
+// Where it is.
+
+int LarkaPluginWidget::GetX() { return d->mapToPage(d->currentGeometry()).left(); }
+
+int LarkaPluginWidget::GetY() { return d->mapToPage(d->currentGeometry()).top(); }
+
+int LarkaPluginWidget::GetWidth() { return extent(d->mapToPage(d->currentGeometry())).width(); }
+
+int LarkaPluginWidget::GetHeight() { return extent(d->mapToPage(d->currentGeometry())).height(); }
+
+int LarkaPluginWidget::GetZIndex() { return computedStyle(d->element(), "z-index").toInt(); }
+
+bool LarkaPluginWidget::IsVisible() {
+  const QRect geometry = d->currentGeometry();
+  const QWebElement element = d->element();
+  const QWebFrame* frame = element.webFrame();
+  if (!frame || !geometry.intersects(QRect(QPoint(0, 0), frame->contentsSize()))) return false;
+  if (computedStyle(element, "display") == QLatin1String("none")) return false;
+  return computedStyle(element, "visibility") != QLatin1String("hidden");
+}
+
+// What it is.
+
+std::string LarkaPluginWidget::GetMimeType() { return GetAttribute("type"); }
+
+std::string LarkaPluginWidget::GetID() { return GetAttribute("id"); }
+
+std::string LarkaPluginWidget::GetName() { return GetAttribute("name"); }
+
+std::string LarkaPluginWidget::GetTagName() { return toHost(d->element().tagName()); }
+
+bool LarkaPluginWidget::HasAttribute(const char* name) {
+  return d->element().attributeNames().contains(fromHost(name), Qt::CaseInsensitive);
+}
+
+std::string LarkaPluginWidget::GetAttribute(const char* name) {
+  return toHost(d->element().attribute(fromHost(name)));
+}
+
+void LarkaPluginWidget::SetAttribute(const char* name, const char* value) {
+  d->element().setAttribute(fromHost(name), fromHost(value));
+}
+
+std::string LarkaPluginWidget::ExecuteJS(const char* script) {
+  return resultOn(d->element(), fromHost(script)).toLatin1().toStdString();
+}
+
+// Its pixels.
+
+int LarkaPluginWidget::GetStride() { return d->image ? d->image->bytesPerLine() : 0; }
+
+unsigned char* LarkaPluginWidget::GetPixelData() {
+  if (!d->image || d->image->isNull()) return nullptr;
+  const QRect rect = d->mapToViewport(d->currentGeometry());
+  if (!LarkaPluginWidgetPrivate::isInsideBrowserImage(rect)) {
+    qWarning(
+        "LarkaPluginWidget::GetPixelData() failed, the plugin is not entirely inside the browser "
+        "image buffer");
+    qWarning("please scroll the viewport or resize the web page");
+    return nullptr;
+  }
+  return d->image->bits() + (ptrdiff_t(rect.x()) * 4 + ptrdiff_t(rect.y()) * GetStride());
+}
+
+unsigned int LarkaPluginWidget::GetPixelRGBA(int x, int y) {
+  if (!d->image) return 0;
+  qint64 column = x, row = y;
+  const QWebElement element = d->element();
+  if (const QWebFrame* frame = element.webFrame()) {
+    const QPoint offset = element.geometry().topLeft() - frame->scrollPosition();
+    column += offset.x();
+    row += offset.y();
+  }
+  if (column < 0 || column >= d->image->width() || row < 0 || row >= d->image->height()) return 0;
+  return d->image->pixel(static_cast<int>(column), static_cast<int>(row));
+}
+
+bool LarkaPluginWidget::IsDirty() { return true; }
+
+void LarkaPluginWidget::Dump() {}
+
+// What the host keeps with it.
+
+void LarkaPluginWidget::SetUserData(void* data) { d->userData = data; }
+
+void* LarkaPluginWidget::GetUserData() { return d->userData; }
+
+// Focus and full screen.
+
+// Script first: it takes the frame that gets the keys along. Without a focus of its own the main
+// frame would leave the element the focus that it has in its document.
+void LarkaPluginWidget::SetFocus(bool focus) {
+  const EngineCall call(nullptr);
+  QWebElement element = d->element();
+  if (focus) {
+    runOn(element, QStringLiteral("this.focus()"));
+    element.setFocus();
+    return;
+  }
+  runOn(element, QStringLiteral("this.blur()"));
+  if (const QWebFrame* frame = element.webFrame()) {
+    frame->page()->mainFrame()->setFocus();
+  }
+}
+
+bool LarkaPluginWidget::IsFullScreen() const { return d->fullScreen; }
+
+// One that is gone has nothing to show, and must not end what another one shows.
+void LarkaPluginWidget::SetFullScreen(bool fullScreen, bool flag, bool) {
+  d->fullScreen = fullScreen;
+  const QWebElement element = d->element();
+  if (d->showFullScreen && WebElement::isInPage(element))
+    d->showFullScreen(fullScreen ? element : QWebElement(), flag);
+}
+
+// A plug-in gets its input through its browser; these do nothing, on purpose.
+
+void LarkaPluginWidget::MouseMove(int, int, int) {}
+void LarkaPluginWidget::MouseDown(int, int, int) {}
+void LarkaPluginWidget::MouseUp(int, int, int) {}
+void LarkaPluginWidget::MouseClick(int, int, int) {}
+void LarkaPluginWidget::HandleKey(int, int) {}
+
+}  // namespace LARKA

@@ -1,0 +1,72 @@
+#include "elements/WebElement.h"
+
+#include <QTransform>
+#include <QWebFrame>
+#include <QWebPage>
+
+#include "elements/ElementScript.h"
+
+namespace LARKA {
+
+// A page that the engine keeps for going back to still has its frames; what it lost is its place in
+// the main frame, or its frames their place among the children of their parents.
+QWebElement WebElement::ifOnPage(const QWebElement& element) {
+  QWebFrame* frame = element.webFrame();
+  if (!frame || !frame->page() || element.document() != frame->documentElement())
+    return QWebElement();
+  while (QWebFrame* parent = frame->parentFrame()) {
+    if (!parent->childFrames().contains(frame)) return QWebElement();
+    frame = parent;
+  }
+  return frame == frame->page()->mainFrame() ? element : QWebElement();
+}
+
+bool WebElement::isInPage(const QWebElement& element) {
+  const QWebElement root = ifOnPage(element).document();
+  QWebElement ancestor = element;
+  while (!ancestor.isNull() && ancestor != root) ancestor = ancestor.parent();
+  return !root.isNull() && ancestor == root;
+}
+
+// What depends on the layout can't be told without one. Unlike script that reads an element's size
+// this can't be overheard by the page; but the roots of plain XML have no style.
+QRect WebElement::currentGeometry(QWebElement element) {
+  const QString width = QStringLiteral("width");
+  if (element.document().styleProperty(width, QWebElement::ComputedStyle).isNull())
+    runOn(element, QStringLiteral("this.offsetWidth"));
+  return element.geometry();
+}
+
+QRect WebElement::currentGeometry() const { return currentGeometry(element()); }
+
+QRect WebElement::paintedRect() const {
+  const QWebElement painted = element();
+  QRect rect = painted.geometry();
+  for (QWebFrame* frame = painted.webFrame(); frame; frame = frame->parentFrame()) {
+    const QRect shown(QPoint(0, 0), frame->geometry().size());
+    rect = rect.translated(-frame->scrollPosition()) & shown;
+    rect.translate(frame->geometry().topLeft());
+  }
+  return rect;
+}
+
+QRect WebElement::mapTo(Target target, const QRect& rect) const {
+  QRect mapped = rect;
+  QWebFrame* const ownFrame = element().webFrame();
+  for (QWebFrame* frame = ownFrame; frame; frame = frame->parentFrame()) {
+    mapped.translate(frame->geometry().topLeft());
+    if (target == Viewport || frame->parentFrame()) mapped.translate(-frame->scrollPosition());
+  }
+  if (!ownFrame) return mapped;
+  const double zoom = ownFrame->page()->mainFrame()->zoomFactor();
+  return zoom == 1.0 ? mapped : QTransform::fromScale(1 / zoom, 1 / zoom).mapRect(mapped);
+}
+
+QSize extent(const QRect& rect) {
+  const auto pixels = [](int first, int last) {
+    return static_cast<int>(static_cast<unsigned>(last) - static_cast<unsigned>(first) + 1u);
+  };
+  return QSize(pixels(rect.left(), rect.right()), pixels(rect.top(), rect.bottom()));
+}
+
+}  // namespace LARKA

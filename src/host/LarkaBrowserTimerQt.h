@@ -1,0 +1,41 @@
+// LarkaBrowserTimerQt.h: the host's timers.
+#pragma once
+
+#include <QObject>
+
+#include "host/HostCalls.h"
+#include "larka/ITimer.h"
+
+class QTimer;
+
+/// The one implementation of ITimer, on a timer of the toolkit. Made stopped; destroyed only
+/// through Dispose(), so that it outlives a callback that gives it back.
+class BrowserTimerQT : public QObject, public LARKA::ITimer {
+  Q_OBJECT
+
+ public:
+  BrowserTimerQT(LARKA::TimerCallback callback, int interval, bool singleShot, void* userData);
+  ~BrowserTimerQT() override;
+
+  void SetInterval(int milliseconds) override;
+  void Stop() override;
+  void Start() override;
+  bool IsSingleShot() override;
+
+  void* GetUserData() const { return m_userData; }
+
+ public slots:
+  void Fired();
+  void Dispose();
+
+ protected:
+  bool event(QEvent* event) override;
+
+ private:
+  QTimer* m_timer;
+  LARKA::TimerCallback m_callback;
+  void* m_userData;
+  int m_interval;
+  bool m_singleShot;
+  LARKA::HostCalls m_hostCalls;
+};

@@ -1,0 +1,36 @@
+#include "inspector/InspectorBrowser.h"
+
+#include <QWebInspector>
+#include <QWebPage>
+#include <QWebSettings>
+
+#include "browser/LarkaBrowserQt.h"
+#include "paint/larkawebview.h"
+
+namespace LARKA {
+
+InspectorBrowser::InspectorBrowser(LarkaBrowser* browser, bool show)
+    : QObject(browser), m_inspector(std::make_unique<QWebInspector>()) {
+  QWebPage* page = browser->webView()->page();
+  page->settings()->setAttribute(QWebSettings::DeveloperExtrasEnabled, true);
+  m_inspector->setPage(page);
+  // Closing it, as the last window that is shown, must not end the host's application.
+  m_inspector->setAttribute(Qt::WA_QuitOnClose, false);
+  if (show) m_inspector->setVisible(true);
+}
+
+InspectorBrowser::~InspectorBrowser() { InspectorBrowser::Shutdown(); }
+
+// The page is gone when its browser is, and has gone to another inspector when that was launched
+// later.
+void InspectorBrowser::Shutdown() {
+  QWebPage* page = m_inspector ? m_inspector->page() : nullptr;
+  if (page) page->settings()->setAttribute(QWebSettings::DeveloperExtrasEnabled, false);
+  m_inspector.reset();
+}
+
+void InspectorBrowser::Resize(int width, int height) {
+  if (m_inspector) m_inspector->resize(width, height);
+}
+
+}  // namespace LARKA

@@ -1,0 +1,35 @@
+#include "network/CacheWrapper.h"
+
+#include <QNetworkDiskCache>
+
+namespace LARKA {
+
+qint64 cacheLimit(int sizeInMegabytes) {
+  const qint64 kDefaultBytes = 209715200;
+  if (sizeInMegabytes < 0) return kDefaultBytes;
+  return static_cast<qint32>(static_cast<quint32>(sizeInMegabytes) << 20);
+}
+
+CacheWrapper::CacheWrapper(QNetworkDiskCache* target) : m_target(target) {}
+
+QNetworkCacheMetaData CacheWrapper::metaData(const QUrl& url) { return m_target->metaData(url); }
+
+void CacheWrapper::updateMetaData(const QNetworkCacheMetaData& metaData) {
+  m_target->updateMetaData(metaData);
+}
+
+QIODevice* CacheWrapper::data(const QUrl& url) { return m_target->data(url); }
+
+bool CacheWrapper::remove(const QUrl& url) { return m_target->remove(url); }
+
+qint64 CacheWrapper::cacheSize() const { return m_target->cacheSize(); }
+
+QIODevice* CacheWrapper::prepare(const QNetworkCacheMetaData& metaData) {
+  return m_target->prepare(metaData);
+}
+
+void CacheWrapper::insert(QIODevice* device) { m_target->insert(device); }
+
+void CacheWrapper::clear() { m_target->clear(); }
+
+}  // namespace LARKA

@@ -1,0 +1,82 @@
+#include "network/NetworkAccessManager.h"
+
+#include <QTime>
+#include <algorithm>
+#include <cstdio>
+
+#include "storage/PageStorage.h"
+
+namespace {
+
+const qint64 kReadBufferBytes = 20971520;  // 20 MiB
+
+const char kUserAgent[] = "User-Agent";
+
+QByteArray currentTime() {
+  return QTime::currentTime().toString(QStringLiteral("hh:mm:ss")).toLatin1();
+}
+
+}  // namespace
+
+NetworkAccessManager::NetworkAccessManager(QObject* parent) : QNetworkAccessManager(parent) {
+  connect(this, SIGNAL(sslErrors(QNetworkReply*, QList<QSslError>)), this,
+          SLOT(onSslErrors(QNetworkReply*, QList<QSslError>)));
+}
+
+QNetworkReply* NetworkAccessManager::createRequest(Operation op, const QNetworkRequest& request,
+                                                   QIODevice* outgoingData) {
+  QNetworkRequest sent(request);
+  // QtWebKit always sets the header. Qt sends one of its own in place of an empty one, but takes a
+  // blank, which goes out empty.
+  if (sent.rawHeader(kUserAgent).isEmpty()) sent.setRawHeader(kUserAgent, " ");
+  QNetworkReply* reply = QNetworkAccessManager::createRequest(op, sent, outgoingData);
+  reply->setReadBufferSize(kReadBufferBytes);
+  connect(reply, SIGNAL(errorOccurred(QNetworkReply::NetworkError)), this,
+          SLOT(onReplyError(QNetworkReply::NetworkError)));
+  LARKA::PageStorage::watch(reply);
+  emit creatingRequest(request.url());
+  return reply;
+}
+
+bool NetworkAccessManager::hasRunningReplies() const {
+  const QList<QNetworkReply*> replies = findChildren<QNetworkReply*>();
+  return std::any_of(replies.begin(), replies.end(),
+                     [](const QNetworkReply* reply) { return reply->isRunning(); });
+}
+
+void NetworkAccessManager::onSslErrors(QNetworkReply* reply, const QList<QSslError>& errors) {
+  fprintf(stderr, "received SSL errors when loading '%s' (",
+          reply->url().toString().toUtf8().constData());
+  for (const QSslError& error : errors) {
+    reply->ignoreSslErrors(errors);
+    fprintf(stderr, "%d %s, ", static_cast<int>(error.error()),
+            error.errorString().toUtf8().constData());
+  }
+  fprintf(stderr, ")\n");
+  emit onSslErrors();
+}
+
+void NetworkAccessManager::onReplyError(QNetworkReply::NetworkError code) {
+  const QNetworkReply* reply = qobject_cast<QNetworkReply*>(sender());
+  if (!reply) return;
+  fprintf(stderr, "Error %d loading url '%s'\n", static_cast<int>(code),
+          reply->url().toString().toLatin1().constData());
+}
+
+// Connected to nothing; a maintainer connects it to a reply to watch it.
+void NetworkAccessManager::onReplyProgress(qint64 bytesReceived, qint64 bytesTotal) {
+  const QNetworkReply* reply = qobject_cast<QNetworkReply*>(sender());
+  if (!reply) return;
+  fprintf(stderr, "load progress %s (bytes loaded/total) %llu/%llu (at %s)\n",
+          reply->url().toString().toLatin1().constData(),
+          static_cast<unsigned long long>(bytesReceived),
+          static_cast<unsigned long long>(bytesTotal), currentTime().constData());
+}
+
+// Connected to nothing; a maintainer connects it to a reply to watch it.
+void NetworkAccessManager::onReplyDone() {
+  const QNetworkReply* reply = qobject_cast<QNetworkReply*>(sender());
+  if (!reply) return;
+  fprintf(stderr, "finished loading %s (at %s)\n", reply->url().toString().toLatin1().constData(),
+          currentTime().constData());
+}

@@ -1,0 +1,57 @@
+#include "page/WindowObjects.h"
+
+#include <QPointer>
+#include <QSize>
+#include <QWebFrame>
+#include <utility>
+#include <vector>
+
+namespace LARKA {
+
+namespace {
+
+// QtWebKit's screen is that of the display, or 800 by 600 without one.
+QString screenScript(const QSize& viewSize) {
+  QString script;
+  const std::pair<const char*, int> sides[] = {{"width", viewSize.width()},
+                                               {"availWidth", viewSize.width()},
+                                               {"height", viewSize.height()},
+                                               {"availHeight", viewSize.height()}};
+  for (const auto& [name, pixels] : sides)
+    script += QStringLiteral(
+                  "Object.defineProperty(Screen.prototype, '%1', {get: function() { return %2; },"
+                  " configurable: true, enumerable: true}); ")
+                  .arg(QLatin1String(name))
+                  .arg(pixels);
+  return script + QLatin1String("void 0");
+}
+
+void appendFrames(QWebFrame* frame, std::vector<QPointer<QWebFrame>>* frames) {
+  frames->emplace_back(frame);
+  for (QWebFrame* child : frame->childFrames()) appendFrames(child, frames);
+}
+
+}  // namespace
+
+// QtWebKit is built with touch events, which no operation sends: pages that find them wait for them
+// alone.
+void correctWindowObject(QWebFrame* frame, const QSize& viewSize) {
+  static const QString withoutTouch = QStringLiteral(
+      "['ontouchstart', 'ontouchmove', 'ontouchend', 'ontouchcancel'].forEach(function(name) {"
+      "  [window, Document.prototype, HTMLDocument.prototype, Element.prototype,"
+      "   HTMLElement.prototype].forEach(function(object) { delete object[name]; });"
+      "});"
+      "['TouchEvent', 'Touch', 'TouchList'].forEach(function(name) { delete window[name]; });");
+  frame->evaluateJavaScript(withoutTouch + screenScript(viewSize));
+}
+
+// A page may have put functions of its own in the place of those that are called here, and remove
+// frames.
+void correctScreenSize(QWebFrame* frame, const QSize& viewSize) {
+  std::vector<QPointer<QWebFrame>> frames;
+  appendFrames(frame, &frames);
+  for (const QPointer<QWebFrame>& each : frames)
+    if (each) each->evaluateJavaScript(screenScript(viewSize));
+}
+
+}  // namespace LARKA

@@ -1,0 +1,272 @@
+#include "paint/larkawebview.h"
+
+#include <QFocusEvent>
+#include <QMutexLocker>
+#include <QPaintDevice>
+#include <QPainter>
+#include <QPalette>
+#include <QStyleOptionGraphicsItem>
+#include <QWebFrame>
+#include <QWebPage>
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include "FrameRate.h"
+#include "elements/WebElement.h"
+#include "host/HostEvents.h"
+
+namespace {
+
+const QImage::Format kImageFormat = QImage::Format_ARGB32_Premultiplied;
+const int kMaxPendingRects = 20;
+const int kFullScreenWatchMilliseconds = 100;
+const int kRestMilliseconds = 200;
+const qint64 kLargestElementPixels = qint64(4096) * 4096;  // 64 MiB
+const QPainter::RenderHints kRenderHints =
+    QPainter::Antialiasing | QPainter::TextAntialiasing | QPainter::SmoothPixmapTransform;
+
+void countFrame() {
+  static FrameRate frameRate("fps", 5);
+  frameRate.Frame();
+}
+
+/// The bounds of the pixels in which two images of one size differ.
+QRect difference(const QImage& a, const QImage& b) {
+  QRect bounds;
+  const size_t lineBytes = size_t(a.width()) * sizeof(QRgb);
+  for (int y = 0; y < a.height(); ++y) {
+    if (memcmp(a.constScanLine(y), b.constScanLine(y), lineBytes) == 0) continue;
+    const auto* first = reinterpret_cast<const QRgb*>(a.constScanLine(y));
+    const auto* second = reinterpret_cast<const QRgb*>(b.constScanLine(y));
+    const auto left = std::mismatch(first, first + a.width(), second).first - first;
+    int right = a.width() - 1;
+    while (first[right] == second[right]) --right;
+    bounds |= QRect(QPoint(static_cast<int>(left), y), QPoint(right, y));
+  }
+  return bounds;
+}
+
+void clear(QPainter* painter, const QRect& rect) {
+  painter->setCompositionMode(QPainter::CompositionMode_Clear);
+  painter->fillRect(rect, Qt::transparent);
+  painter->setCompositionMode(QPainter::CompositionMode_SourceOver);
+}
+
+}  // namespace
+
+LarkaWebView::LarkaWebView() {
+  setAutoFillBackground(false);
+  connect(&m_animations, SIGNAL(finished()), this, SLOT(AnimationFinished()));
+  connect(&m_fullScreenWatch, &QTimer::timeout, this, &LarkaWebView::leaveFullScreenWithItsElement);
+  m_fullScreenWatch.setInterval(kFullScreenWatchMilliseconds);
+  connect(&m_restTimer, &QTimer::timeout, this, &LarkaWebView::repaintAtRest);
+  m_restTimer.setSingleShot(true);
+  connect(this, SIGNAL(loadProgress(int)), this, SLOT(LoadProgress(int)));
+  connect(this, SIGNAL(loadFinished(bool)), this, SLOT(Update()));
+}
+
+LarkaWebView::~LarkaWebView() {
+  fprintf(stderr, "----destroying webview\n");
+  StopAnimation();
+}
+
+// The engine announces what changed through a queued connection, after it has told the item to
+// update: the paint may have come and gone when the rectangle arrives, so the rectangle asks for
+// another one.
+void LarkaWebView::AddRect(const QRect& rect) {
+  {
+    QMutexLocker lock(&m_mutex);
+    m_pendingRegion += rect;
+    if (m_pendingRegion.rectCount() > kMaxPendingRects)
+      m_pendingRegion = m_pendingRegion.boundingRect();
+  }
+  update(rect);
+}
+
+QRegion LarkaWebView::takePendingRegion() {
+  QMutexLocker lock(&m_mutex);
+  QRegion region;
+  region.swap(m_pendingRegion);
+  return region;
+}
+
+void LarkaWebView::paint(QPainter* painter, const QStyleOptionGraphicsItem* option,
+                         QWidget* widget) {
+  const QSize device(painter->device()->width(), painter->device()->height());
+  if (!hasPageImage() && imageSize(device).isEmpty()) return;  // until the view has a size
+  leaveFullScreenWithItsElement();
+  QRegion region = takePendingRegion();
+  if (region.isEmpty()) return;
+  countFrame();
+
+  if (!hasPageImage()) {
+    createImages(imageSize(device));
+    region += pageImage()->rect();  // a new image holds nothing yet
+  }
+  paintPage(region, option, widget);
+  if (!m_animating) m_flipRegion += region;
+  if (!m_fullScreenElement.isNull() && m_renderFullScreenElement) copyElementImage();
+  m_lastPaint.start();
+  if (!m_restTimer.isActive()) m_restTimer.start(kRestMilliseconds);
+  emit dirty(region.boundingRect());
+}
+
+// What QtWebKit announces doesn't always cover what it changes: at fractions of pixels, with
+// shadows, with glyphs larger than their lines. When the page has come to rest, the picture is
+// compared with one of the whole page, and what is stale replaced.
+void LarkaWebView::repaintAtRest() {
+  const qint64 left = kRestMilliseconds - m_lastPaint.elapsed();
+  if (left > 0 || !LARKA::EngineUse::ofAnyPage().isIdle()) {
+    m_restTimer.start(static_cast<int>(std::max<qint64>(left, 1)));
+    return;
+  }
+  if (!m_fullScreenElement.isNull() || !hasPageImage() || !scene()) return;
+  QImage fresh(pageImage()->copy());
+  {
+    QPainter painter(&fresh);
+    painter.setRenderHints(kRenderHints, true);
+    if (!hasOpaqueBase()) clear(&painter, QRect(QPoint(0, 0), size().toSize()));
+    page()->mainFrame()->render(&painter, fresh.rect());
+  }
+  const QRect stale = difference(*pageImage(), fresh);
+  if (stale.isEmpty()) return;
+  QPainter painter(pageImage());  // in place: the host may have kept the address
+  painter.setCompositionMode(QPainter::CompositionMode_Source);
+  painter.drawImage(stale, fresh, stale);
+  painter.end();
+  if (!m_animating) m_flipRegion += stale;
+  emit dirty(stale);
+}
+
+bool LarkaWebView::hasOpaqueBase() const {
+  return page()->palette().brush(QPalette::Base).isOpaque();
+}
+
+QSize LarkaWebView::imageSize(const QSize& device) const {
+  return QSize(std::min(device.width(), static_cast<int>(size().width())),
+               std::min(device.height(), static_cast<int>(size().height())));
+}
+
+void LarkaWebView::createImages(const QSize& size) {
+  m_pageImages.push_back(std::make_unique<QImage>(size, kImageFormat));
+  m_spareImage = std::make_unique<QImage>(size, kImageFormat);
+}
+
+// QtWebKit announces the boxes of changed text, and its glyphs reach beyond them. How far depends
+// on the size of the font, which is at most about the height of the box: no font of ten, upright or
+// italic, needed more than a fifth of it.
+int LarkaWebView::overhang(const QRegion& region) {
+  const int kTallestLine = 240, kUsualLine = 100, kSharpEdges = 2;
+  int tallest = 0;
+  for (const QRect& rect : region)
+    tallest = std::max(tallest, rect.height() > kTallestLine ? kUsualLine : rect.height());
+  return kSharpEdges + tallest / 4;
+}
+
+void LarkaWebView::paintPage(const QRegion& region, const QStyleOptionGraphicsItem* option,
+                             QWidget* widget) {
+  const int margin = overhang(region);
+  const QRect painted =
+      region.boundingRect().adjusted(-margin, -margin, margin, margin) & pageImage()->rect();
+  QPainter painter(pageImage());
+  painter.setRenderHints(kRenderHints, true);
+  painter.setClipping(true);
+  painter.setClipRect(painted, Qt::ReplaceClip);
+  if (m_fullScreenElement.isNull()) {
+    if (!hasOpaqueBase()) clear(&painter, painted);
+    // The option names what the hidden view exposed; QtWebKit would paint no more than that. It
+    // leaves out boxes beside the exposed rectangle, whose glyphs may reach into what is painted.
+    QStyleOptionGraphicsItem pageOption(*option);
+    pageOption.exposedRect = painted.adjusted(-margin, -margin, margin, margin);
+    QGraphicsWebView::paint(&painter, &pageOption, widget);
+    return;
+  }
+  paintElement(&painter);
+}
+
+// An element need not cover what it painted before, so that is taken away first; and its image
+// becomes what the page image holds, through and through.
+void LarkaWebView::paintElement(QPainter* painter) {
+  if (m_renderFullScreenElement) painter->setClipping(false);
+  m_flipRegion = pageImage()->rect();
+  clear(painter, pageImage()->rect());
+  m_fullScreenElement.render(painter);
+}
+
+void LarkaWebView::copyElementImage() {
+  const QRect source(QPoint(0, 0), m_fullScreenElement.geometry().size());
+  m_fullScreenImage->fill(0);
+  if (m_fullScreenImage->isNull() || source.isEmpty()) return;
+  QPainter painter(m_fullScreenImage.get());
+  painter.drawImage(m_fullScreenImage->rect(), *pageImage(), source);
+}
+
+void LarkaWebView::BlitToScreen() {
+  if (!hasPageImage()) return;
+  m_flipRegion = QRegion();
+  m_imageIndex = 0;
+}
+
+QImage* LarkaWebView::hostImage() {
+  leaveFullScreenWithItsElement();
+  if (!m_fullScreenElement.isNull()) return m_fullScreenImage.get();
+  return hasPageImage() ? pageImage() : nullptr;
+}
+
+void LarkaWebView::Update() { update(QRectF()); }
+
+void LarkaWebView::LoadProgress(int) {}
+
+void LarkaWebView::Navigate(const QUrl& url) { load(url); }
+
+// Transparent from the start: without `render` nothing else is ever painted there.
+void LarkaWebView::SetFullScreenElement(const QWebElement& element, bool render) {
+  if (!element.isNull()) {
+    QSize size = LARKA::WebElement::currentGeometry(element).size();
+    if (qint64(size.width()) * size.height() > kLargestElementPixels) size = QSize();
+    m_fullScreenImage = std::make_unique<QImage>(size, kImageFormat);
+    m_fullScreenImage->fill(0);
+  }
+  m_fullScreenElement = element;
+  m_renderFullScreenElement = render;
+  if (element.isNull())
+    m_fullScreenWatch.stop();
+  else
+    m_fullScreenWatch.start();
+  if (hasPageImage()) {
+    pageImage()->fill(0);
+    m_flipRegion = pageImage()->rect();
+    m_pendingRegion = pageImage()->rect();
+  }
+  Update();
+}
+
+// Nobody could tell the host that it goes on looking at a page that is gone. An element that the
+// page doesn't show goes without a repaint, which is what the watch is for.
+void LarkaWebView::leaveFullScreenWithItsElement() {
+  if (!m_fullScreenElement.isNull() && !LARKA::WebElement::isInPage(m_fullScreenElement))
+    SetFullScreenElement(QWebElement(), m_renderFullScreenElement);
+}
+
+void LarkaWebView::StartAnimation() { StopAnimation(); }
+
+void LarkaWebView::StopAnimation() {
+  m_animations.stop();
+  m_animating = false;
+}
+
+void LarkaWebView::AnimationFinished() {
+  fprintf(stderr, "---animation finished\n");
+  m_animating = false;
+  m_animateRegion = QRegion();
+  Update();
+}
+
+void LarkaWebView::keepPageFocused() {
+  QFocusEvent focusIn(QEvent::FocusIn, Qt::OtherFocusReason);
+  page()->event(&focusIn);
+}
+
+// The scene moves its focus from view to view; the pages must not notice.
+void LarkaWebView::focusOutEvent(QFocusEvent*) {}

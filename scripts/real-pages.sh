@@ -41,11 +41,12 @@ unpack() {
   package=$(echo build/real-pages/"$1"_*.deb)
   dpkg-deb -x "$package" build/real-pages/root || fail "can't unpack $1"
   dpkg-deb --fsys-tarfile "$package" | tar -t | LC_ALL=C sort |
-    grep -E '^\./usr/share/[A-Za-z0-9_./+-]+\.html?$' >"build/real-pages/$1.new"
+    grep -E '^\./usr/share/[A-Za-z0-9_./+-]+\.(html?|js)$' >"build/real-pages/$1.new"
   # Some name their files from the root of the file system.
   (cd build/real-pages/root && tr '\n' '\0' <"../$1.new" |
     xargs -0r sed -i -E "s#([\"'(])(file://)?/usr/share/#\1file://$root/usr/share/#g") || exit 1
-  mv "build/real-pages/$1.new" "build/real-pages/$1.list"
+  grep -v '\.js$' "build/real-pages/$1.new" >"build/real-pages/$1.list"
+  rm "build/real-pages/$1.new"
   rm "$package"
 }
 
@@ -54,6 +55,8 @@ ensure_packages $build_packages $test_packages
 build_preset dev larka-shot larka-real-pages
 mkdir -p build/real-pages/root || exit 1
 for package in $packages $libraries; do unpack "$package"; done
+# jQuery UI's examples look for it there.
+ln -sf requirejs/require.js "$root/usr/share/nodejs/require.js"
 
 # shellcheck disable=SC2086
 set -- $packages

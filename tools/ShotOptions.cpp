@@ -38,8 +38,8 @@ A URL may also be a local file, or a host name without a scheme.
                         of two or more digits; with shift+, ctrl+, alt+ or meta+ before it where wanted
       --script JS       then run script in the page and print its value, as text, on standard output;
                         an empty line for undefined, null and script that fails
-      --timeout S       give up on a page when a load takes longer than S seconds, or when it goes on
-                        loading for twice that time (default: 30)
+      --timeout S       stop waiting for a load that takes longer than S seconds, and for a page that
+                        goes on loading for twice that time, and render what there is (default: 30)
       --user-agent TEXT the user agent to ask with
       --cookie NAME=VALUE
                         send this cookie to the host of each page, for a page from the
@@ -57,9 +57,9 @@ A URL may also be a local file, or a host name without a scheme.
   -h, --help            show this text
       --version         show the version
 
-Exit status: 0 when every page was rendered, 1 when one or more failed (each with a line on
-standard error; the others are rendered), 2 when the command line makes no sense, 3 when an
-image may be incomplete.
+Exit status: 0 when every page was rendered, 1 when one or more failed, 3 when every page was rendered
+but one or more hadn't loaded completely (each with a line on standard error; the others are
+rendered), 2 when the command line makes no sense.
 
 Examples:
   larka-shot example.org

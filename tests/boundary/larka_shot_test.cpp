@@ -44,24 +44,6 @@ class LarkaShotTest : public testing::Test {
   test::TemporaryDirectory directory;
 };
 
-TEST_F(LarkaShotTest, WaitsForPagesThatBuildThemselves) {
-  const std::pair<const char*, const char*> rows[] = {
-      {"setTimeout(function(){document.title='built'},300)", "built"},
-      {"onload=function(){setTimeout(function(){var t=Date.now();while(Date.now()-t<700);"
-       "document.title='busy'},0)}",
-       "busy"},
-      {"setTimeout(function(){document.title='kept';document.body.appendChild(document."
-       "createElement('iframe')).src='http://127.0.0.1:1/'},60)",
-       "kept"},
-  };
-  for (const auto& [code, title] : rows) {
-    directory.write("page.html", std::string("<body>x<script>") + code + "</script>");
-    const Outcome shot = run("page.html -o page.png --quiet --script document.title");
-    EXPECT_EQ(shot.status, 0) << title << ": " << shot.errors;
-    EXPECT_EQ(shot.output, title + std::string("\n"));
-  }
-}
-
 TEST_F(LarkaShotTest, RendersTheRestOfAListWhenSomePagesFail) {
   test::HttpServer server;
   server.answer("/silent", "");
@@ -89,6 +71,64 @@ TEST_F(LarkaShotTest, RendersTheRestOfAListWhenSomePagesFail) {
   }
   EXPECT_EQ(images, 48);
   EXPECT_FALSE(std::filesystem::exists(directory.file("shot-021.png")));
+}
+
+// Each page comes to look like a plain green one, after a while.
+TEST_F(LarkaShotTest, WritesThePageAsItIsAtRest) {
+  test::HttpServer server;
+  server.answer("/silent", "");
+  const std::string answer = "HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Length: 1\r\n\r\n";
+  server.answer("/late", answer + "x", answer.size());
+  const std::string refused = "http://127.0.0.1:" + std::to_string(test::freePort()) + "/";
+  directory.write("green.html", "<body style='background:#00ff00'>");
+  ASSERT_EQ(run("green.html -o green.png").status, 0);
+  const std::string green = readFile(directory.file("green.png"));
+  const std::string frame = "<iframe style='display:none' id=f></iframe>";
+  const std::string late = "setTimeout(function(){f.location='" + refused + "'},20)";
+  const struct {
+    const char* name;
+    std::string page;
+    const char* arguments = "";
+    int status = 0;
+    const char* says = "";
+  } rows[] = {
+      {"a long task", "<script>setTimeout(busy,50)</script>"},
+      {"a long task after the load", "<script>onload=function(){setTimeout(busy,0)}</script>"},
+      {"a timer", "<script>setTimeout(green,300)</script>"},
+      {"a chain of timers",
+       "<script>var n=0;(function f(){++n<9?setTimeout(f,90):green()})()</script>"},
+      {"an interval", "<script>var n=0;setInterval(function(){if(++n==8)green()},100)</script>"},
+      {"animation frames",
+       "<script>var n=0;(function f(){++n<25?requestAnimationFrame(f):green()})()</script>"},
+      {"a frame's timer", frame + "<script>f.setTimeout(green,300)</script>"},
+      {"a second page",
+       "<script>location='http://127.0.0.1:" + std::to_string(server.port()) + "/second'</script>"},
+      {"a key's timer", "<body onkeydown='setTimeout(green,300)'>", "--keys a"},
+      {"a script's timer", "", "--script 'setTimeout(green,300)'"},
+      {"an answer after the load",
+       "<script>onload=function(){var r=new XMLHttpRequest;r.onload=green;r.open('GET','" +
+           server.url("/late") + "');r.send()}</script>"},
+      {"a frame that fails", frame + "<script>green();" + late + "</script>"},
+      {"an image that never comes",
+       "<img style='position:absolute;top:-9px' src=" + server.url("/silent") +
+           "><script>green()</script>",
+       "--timeout 1", 3, "timed out after 1 s; the image has what was there"},
+  };
+  const std::string functions =
+      "<body><script>function green(){document.body.style.background='#00ff00'}"
+      "function busy(){for(var end=Date.now()+400;Date.now()<end;);green()}</script>";
+  server.page("/second", functions + "<script>setTimeout(green,300)</script>");
+  for (const auto& row : rows) {
+    directory.write("p.html", functions + row.page);
+    const Outcome shot = run(std::string("p.html --quiet -o p.png ") + row.arguments);
+    EXPECT_EQ(shot.status, row.status) << row.name << ": " << shot.errors;
+    EXPECT_NE(shot.errors.find(row.says), std::string::npos) << row.name << ": " << shot.errors;
+    EXPECT_TRUE(readFile(directory.file("p.png")) == green) << row.name;
+    std::filesystem::remove(directory.file("p.png"));
+  }
+  // Unless they are watched, a page is given the whole second for timers that have run out.
+  EXPECT_EQ(run("p.html --quiet --timeout 1 --script 'typeof larkaShotTimers'").output,
+            "function\n");
 }
 
 TEST_F(LarkaShotTest, WritesWhatItIsAskedFor) {

@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QEvent>
 #include <QList>
+#include <utility>
 
 #include "host/HostEvents.h"
 
@@ -21,11 +22,53 @@ QList<QPointer<QObject>>& postponedDestructions() {
   return postponed;
 }
 
+/// Puts off every deferred destruction of a pass of event processing below which QtWebKit is
+/// running, until QtWebKit has left the stack. Qt puts off only those that were asked for before
+/// the pass, and QtWebKit would return into objects that it asked to destroy in it.
+class DestructionFilter : public QObject {
+ public:
+  static void install() {
+    static QPointer<DestructionFilter> filter;
+    if (!QCoreApplication::instance()) return;
+    if (!filter) filter = new DestructionFilter(QCoreApplication::instance());
+    filter->use();
+  }
+
+  bool eventFilter(QObject* object, QEvent* event) override {
+    if (event->type() != QEvent::DeferredDelete) return false;
+    m_waiting.append(object);
+    return true;
+  }
+
+ private:
+  explicit DestructionFilter(QObject* parent) : QObject(parent) {}
+
+  void use() {
+    if (m_used) return;
+    m_used = true;
+    QCoreApplication::instance()->installEventFilter(this);
+    whenIdle(EngineUse::ofAnyPage(), this, [this] {
+      m_used = false;
+      QCoreApplication::instance()->removeEventFilter(this);
+      for (const QPointer<QObject>& object : std::exchange(m_waiting, {}))
+        if (object) object->deleteLater();
+    });
+  }
+
+  QList<QPointer<QObject>> m_waiting;
+  bool m_used = false;
+};
+
 }  // namespace
 
 int HostCalls::s_running = 0;
 int PumpScope::s_depth = 0;
 int PumpingPause::s_depth = 0;
+
+PumpScope::PumpScope() {
+  ++s_depth;
+  if (!EngineUse::ofAnyPage().isIdle()) DestructionFilter::install();
+}
 
 PumpScope::~PumpScope() {
   if (--s_depth > 0) return;

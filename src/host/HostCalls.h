@@ -26,7 +26,7 @@ void carryOutDestructions(bool ofEverything);
 /// end of the outermost one they are asked for again.
 class PumpScope {
  public:
-  PumpScope() { ++s_depth; }
+  PumpScope();
   ~PumpScope();
   PumpScope(const PumpScope&) = delete;
   PumpScope& operator=(const PumpScope&) = delete;

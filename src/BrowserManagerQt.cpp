@@ -20,7 +20,7 @@
 
 #include "browser/LarkaBrowserQt.h"
 #include "cookies/CookieJar.h"
-#include "host/HostCalls.h"
+#include "host/Destruction.h"
 #include "host/HostEvents.h"
 #include "host/LarkaBrowserTimerQt.h"
 #include "larka/BrowserManager.h"
@@ -53,24 +53,20 @@ BrowserManagerPrivate* volatile g_leftToTheProcess = nullptr;
 // pumping from one of its event handlers.
 bool g_applicationIsOurs = false;
 
-// Only the outermost pump destroys anything; what runs below another may be an object's own
-// handler.
-void carryOutDeferredDestructions() {
-  if (PumpScope::anyRunning() || g_processEnding) return;
-  carryOutDestructions(g_applicationIsOurs && QThread::currentThread()->loopLevel() == 0);
+bool pumpsDestroyEverything() {
+  return g_applicationIsOurs && QThread::currentThread()->loopLevel() == 0;
 }
 
 void destroyWhenEngineIsIdle(BrowserManagerPrivate* manager) {
-  whenIdle(EngineUse::ofAnyPage(), nullptr,
+  whenIdle(engineUse(), nullptr,
            [manager = QPointer<BrowserManagerPrivate>(manager)] { delete manager; });
 }
 
-void pump(QEventLoop::ProcessEventsFlags flags) {
-  {
-    PumpScope scope;
+void pumpOnce(QEventLoop::ProcessEventsFlags flags) {
+  if (g_processEnding)
     QCoreApplication::processEvents(flags);
-  }
-  carryOutDeferredDestructions();
+  else
+    pump(flags, pumpsDestroyEverything());
 }
 
 }  // namespace
@@ -162,7 +158,7 @@ BrowserManager::~BrowserManager() {
     return;
   }
   destroyWhenEngineIsIdle(d);
-  carryOutDeferredDestructions();
+  if (!g_processEnding) carryOutDestructions(pumpsDestroyEverything());
 }
 
 void BrowserManager::Initialize(int argc, char** argv) {
@@ -194,7 +190,7 @@ void BrowserManager::Initialize(int argc, char** argv) {
 
 void BrowserManager::Shutdown(bool immediate) {
   fprintf(stderr, "browser manager shutdown (immediate %d)\n", immediate);
-  whenIdle(EngineUse::ofAnyPage(), nullptr, [] { QWebSettings::clearMemoryCaches(); });
+  whenIdle(engineUse(), nullptr, [] { QWebSettings::clearMemoryCaches(); });
   if (immediate)
     destroyWhenEngineIsIdle(d);
   else if (d)
@@ -235,7 +231,7 @@ void BrowserManager::DestroyBrowser(ILarkaBrowser* browser, bool immediate) {
   if (webView && webView->scene()) webView->scene()->removeItem(webView);
   if (immediate) {
     larkaBrowser->abandon();
-    whenIdle(larkaBrowser->engineUse(), larkaBrowser, [larkaBrowser] { delete larkaBrowser; });
+    whenIdle(larkaBrowser->pageUse(), larkaBrowser, [larkaBrowser] { delete larkaBrowser; });
   } else {
     destroyLater(larkaBrowser);
   }
@@ -252,13 +248,13 @@ void BrowserManager::DisposeTimer(ITimer* timer) {
 }
 
 void BrowserManager::PumpEvents() {
-  if (!PumpingPause::anyRunning()) pump(QEventLoop::AllEvents);
+  if (leaveQuestionUse().isIdle()) pumpOnce(QEventLoop::AllEvents);
 }
 
 // Any event ends the wait, which keeps an animation at its full rate, and so does Shutdown.
 void BrowserManager::RunEventLoop() {
   if (d && d->view) d->view->setVisible(true);
-  while (g_running) pump(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+  while (g_running) pumpOnce(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
 }
 
 }  // namespace LARKA

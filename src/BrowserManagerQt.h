@@ -1,11 +1,10 @@
-// BrowserManagerQt.h: what all browsers share.
 #pragma once
 
 #include <QList>
 #include <QObject>
 #include <QPointer>
 
-#include "host/HostCalls.h"
+#include "host/Destruction.h"
 
 class QApplication;
 class QGraphicsScene;
@@ -41,13 +40,14 @@ class BrowserManagerPrivate : public QObject {
   QGraphicsScene* scene = nullptr;
 
  protected:
-  bool event(QEvent* event) override { return hostCalls.postpones(event) || QObject::event(event); }
+  bool event(QEvent* event) override {
+    return postponesDestruction(event, this, StackUse()) || QObject::event(event);
+  }
 
  private:
   void spareTheView();
   void releaseLivingBrowsers();
 
-  HostCalls hostCalls{this};
   QList<QPointer<QNetworkAccessManager>> jarUsers;
 };
 

@@ -6,8 +6,6 @@
 #include <QFile>
 #include <QGraphicsScene>
 #include <QImage>
-#include <QKeyEvent>
-#include <QMouseEvent>
 #include <QNetworkAccessManager>
 #include <QNetworkCookie>
 #include <QNetworkDiskCache>
@@ -18,21 +16,18 @@
 #include <QTransform>
 #include <QWebFrame>
 #include <QWebHistory>
-#include <QWheelEvent>
 #include <algorithm>
 #include <cstdio>
 #include <limits>
 #include <memory>
+#include <optional>
 
 #include "FrameRate.h"
 #include "bridge/LarkaJavaScriptObject.h"
 #include "cookies/CookieJar.h"
 #include "elements/LarkaHTMLControlQt.h"
 #include "elements/LarkaPluginWidgetQt.h"
-#include "host/HostEvents.h"
 #include "host/HostText.h"
-#include "input/KeyEvent.h"
-#include "input/PageKeys.h"
 #include "inspector/InspectorBrowser.h"
 #include "larka/ILarkaCallbacks.h"
 #include "larka/KeyCodes.h"
@@ -52,7 +47,6 @@ namespace {
 
 const int kPagesInCache = 5;
 const int kFrameIntervalMilliseconds = 33;
-const size_t kPluginsToForgetAfter = 100;
 
 QNetworkProxy::ProxyType toolkitProxyType(ProxyType type) {
   switch (static_cast<unsigned>(type)) {
@@ -82,9 +76,7 @@ QPoint scaled(const QPoint& point, double factor) {
 }  // namespace
 
 LarkaBrowser::LarkaBrowser(QNetworkAccessManager* manager, QObject* parent)
-    : QObject(parent),
-      m_loadWatch([this] { return isBusyLoading(); }, [this] { endLoad(true); }),
-      m_hostCalls(this) {
+    : QObject(parent), m_loadWatch([this] { return isBusyLoading(); }, [this] { endLoad(true); }) {
   QWebSettings::setMaximumPagesInCache(kPagesInCache);
   connect(manager, SIGNAL(creatingRequest(QUrl)), this, SLOT(creatingRequest(QUrl)));
   connect(manager, SIGNAL(onRequestError()), this, SLOT(requestError()));
@@ -93,7 +85,6 @@ LarkaBrowser::LarkaBrowser(QNetworkAccessManager* manager, QObject* parent)
   m_webView->setPalette(QApplication::palette("QWebView"));
   installPage(manager);
   m_frameClock.start();
-  m_clock.start();
 }
 
 LarkaBrowser::~LarkaBrowser() {
@@ -102,7 +93,7 @@ LarkaBrowser::~LarkaBrowser() {
 }
 
 bool LarkaBrowser::event(QEvent* event) {
-  return m_hostCalls.postpones(event) || QObject::event(event);
+  return postponesDestruction(event, this, m_listeners.calls()) || QObject::event(event);
 }
 
 // The view deletes only pages that are its children.
@@ -129,7 +120,7 @@ void LarkaBrowser::Initialize(int width, int height, const char* cookiePath,
                               const char* localStoragePath, bool createScriptObject,
                               SystemInfoData*) {
   if (!m_webView || m_frameTimer) return;
-  const EngineCall call(&m_engineUse);
+  const EngineCall call(m_pageUse);
   if (createScriptObject) makeScriptObject();
   if (cookiePath)
     page()->networkAccessManager()->setCookieJar(
@@ -212,16 +203,13 @@ void LarkaBrowser::frameCreated(QWebFrame* frame) {
 // Cleared first: what the page still reports while it goes away must not reach a view half
 // destroyed.
 void LarkaBrowser::Shutdown() {
-  whenIdle(m_engineUse, nullptr, [webView = std::exchange(m_webView, nullptr)] {
-    const EngineOnStack unloadsThePage(nullptr);
+  whenIdle(m_pageUse, nullptr, [webView = std::exchange(m_webView, nullptr)] {
+    const OnStack unloadsThePage(engineUse());
     delete webView;
   });
 }
 
-void LarkaBrowser::abandon() {
-  m_abandoned = true;
-  m_listeners.clear();
-}
+void LarkaBrowser::abandon() { m_listeners.abandon(); }
 
 void LarkaBrowser::SetAttribute(QWebSettings::WebAttribute attribute, bool on) {
   m_webView->settings()->setAttribute(attribute, on);
@@ -233,38 +221,9 @@ QWebFrame* LarkaBrowser::mainFrame() const { return page()->mainFrame(); }
 
 // Listeners.
 
-void LarkaBrowser::AddListener(ILarkaCallbacks* listener) { m_listeners.append(listener); }
+void LarkaBrowser::AddListener(ILarkaCallbacks* listener) { m_listeners.add(listener); }
 
-void LarkaBrowser::RemoveListener(ILarkaCallbacks* listener) { m_listeners.removeAll(listener); }
-
-template <typename Call>
-void LarkaBrowser::notifyUntil(Call call) {
-  const QList<ILarkaCallbacks*> listeners = m_listeners;
-  HostCalls::Scope scope(&m_hostCalls);
-  for (ILarkaCallbacks* listener : listeners) {
-    if (!listener) continue;
-    if (call(listener) || !scope.ownerAlive() || m_abandoned) return;
-  }
-}
-
-template <typename Call>
-void LarkaBrowser::notify(Call call) {
-  notifyUntil([&call](ILarkaCallbacks* listener) {
-    call(listener);
-    return false;
-  });
-}
-
-template <typename Call>
-void LarkaBrowser::post(Call call) {
-  postHostEvent(this, &m_engineUse, [this, call] { notify(call); });
-}
-
-template <typename Call>
-void LarkaBrowser::ask(Call call) {
-  const ScriptWait wait(&m_engineUse);
-  notifyUntil(call);
-}
+void LarkaBrowser::RemoveListener(ILarkaCallbacks* listener) { m_listeners.remove(listener); }
 
 // Page events.
 
@@ -277,22 +236,22 @@ void LarkaBrowser::loadStarted() {
     m_pageArrived = false;
   }
   if (m_webView && m_pageLoads) page()->plugins()->forget();
-  postHostEvent(this, &m_engineUse, [this, leavesPage = m_pageLoads] {
-    if (leavesPage) m_pluginWidgets.clear();
-    notify([](ILarkaCallbacks* listener) { listener->OnLoadStarted(); });
+  postHostEvent(this, m_pageUse, [this, leavesPage = m_pageLoads] {
+    if (leavesPage) m_plugins.clear();
+    m_listeners.notify([](ILarkaCallbacks* listener) { listener->OnLoadStarted(); });
   });
 }
 
 bool LarkaBrowser::isBusyLoading() const {
   // While a page waits for the host, the loads of all pages rest.
-  if (!m_webView || !EngineUse::ofAnyPage().isIdle()) return true;
+  if (!m_webView || !engineUse().isIdle()) return true;
   if (m_pageLoads && !m_pageArrived) return true;
   const auto* manager = qobject_cast<NetworkAccessManager*>(page()->networkAccessManager());
   return manager && manager->hasRunningReplies();
 }
 
 void LarkaBrowser::loadProgress(int percent) {
-  post([=](ILarkaCallbacks* listener) { listener->OnLoadProgress(percent); });
+  m_listeners.post([=](ILarkaCallbacks* listener) { listener->OnLoadProgress(percent); });
 }
 
 // A child frame that fails, such as an advertisement, doesn't fail its page. A load that LoadWatch
@@ -303,50 +262,53 @@ void LarkaBrowser::loadFinished(bool ok) {
 
 // A host that hears that the page is there lists its plug-ins, so they come first.
 void LarkaBrowser::endLoad(bool ok) {
-  postHostEvent(this, &m_engineUse, [this, ok, load = m_loads] {
+  postHostEvent(this, m_pageUse, [this, ok, load = m_loads] {
     const QPointer<LarkaBrowser> self(this);
     if (m_webView) page()->plugins()->announce();
     if (!self) return;
-    forgetPlugins();
+    m_plugins.forgetGone();
     const bool outer = std::exchange(m_endOfReplacedLoad, load != m_loads);
-    notify([=](ILarkaCallbacks* listener) { listener->OnLoadFinished(ok); });
+    m_listeners.notify([=](ILarkaCallbacks* listener) { listener->OnLoadFinished(ok); });
     if (self) m_endOfReplacedLoad = outer;
   });
 }
 
 void LarkaBrowser::titleChanged(const QString& title) {
-  post([text = toHost(title)](ILarkaCallbacks* listener) {
+  m_listeners.post([text = toHost(title)](ILarkaCallbacks* listener) {
     listener->OnTitleChanged(text.c_str());
   });
 }
 
 void LarkaBrowser::urlChanged(const QUrl& url) {
   m_pageArrived = true;
-  post([text = toHost(url)](ILarkaCallbacks* listener) { listener->OnUrlChanged(text.c_str()); });
+  m_listeners.post(
+      [text = toHost(url)](ILarkaCallbacks* listener) { listener->OnUrlChanged(text.c_str()); });
 }
 
 void LarkaBrowser::statusBarMessage(const QString& message) {
   const std::string text = toHost(message);
-  notify([&](ILarkaCallbacks* listener) { listener->OnStatusBarMessage(text.c_str()); });
+  m_listeners.notify(
+      [&](ILarkaCallbacks* listener) { listener->OnStatusBarMessage(text.c_str()); });
 }
 
 void LarkaBrowser::printRequested(QWebFrame*) {
-  notify([](ILarkaCallbacks* listener) { listener->OnPrintRequested(); });
+  m_listeners.notify([](ILarkaCallbacks* listener) { listener->OnPrintRequested(); });
 }
 
 void LarkaBrowser::linkHovered(const QString& link, const QString&, const QString&) {
   const bool hovering = !link.isEmpty();
-  post([=](ILarkaCallbacks* listener) { listener->OnLinkHovered(hovering); });
+  m_listeners.post([=](ILarkaCallbacks* listener) { listener->OnLinkHovered(hovering); });
 }
 
 void LarkaBrowser::geometryChangeRequested(const QRect& geometry) {
-  notify([&](ILarkaCallbacks* listener) {
+  m_listeners.notify([&](ILarkaCallbacks* listener) {
     listener->OnGeometryChangeRequested(geometry.width(), geometry.height());
   });
 }
 
 void LarkaBrowser::downloadRequested(const QNetworkRequest&) {
-  notifyUntil([](ILarkaCallbacks* listener) { return !listener->OnDownloadRequested(); });
+  m_listeners.notifyUntil(
+      [](ILarkaCallbacks* listener) { return !listener->OnDownloadRequested(); });
 }
 
 void LarkaBrowser::creatingRequest(const QUrl& url) {
@@ -355,17 +317,17 @@ void LarkaBrowser::creatingRequest(const QUrl& url) {
         << "LarkaBrowser::creatingRequest() cannot use cache because cache directory is empty";
     qWarning() << "   when trying to load " << url.toString();
   }
-  post([text = toHost(url)](ILarkaCallbacks* listener) {
+  m_listeners.post([text = toHost(url)](ILarkaCallbacks* listener) {
     listener->OnCreatingRequest(text.c_str());
   });
 }
 
 void LarkaBrowser::requestError() {
-  notify([](ILarkaCallbacks* listener) { listener->OnRequestError(); });
+  m_listeners.notify([](ILarkaCallbacks* listener) { listener->OnRequestError(); });
 }
 
 void LarkaBrowser::sslErrors() {
-  post([](ILarkaCallbacks* listener) { listener->OnRequestError(); });
+  m_listeners.post([](ILarkaCallbacks* listener) { listener->OnRequestError(); });
 }
 
 // Page script and the host.
@@ -381,7 +343,7 @@ void LarkaBrowser::javaScriptWindowObjectCleared() {
 
 void LarkaBrowser::executeInLarka(const QString& script) {
   const std::string command = toHost(script);
-  ask([&](ILarkaCallbacks* listener) {
+  m_listeners.ask([&](ILarkaCallbacks* listener) {
     listener->OnExecuteInLarka(command.c_str());
     return false;
   });
@@ -392,7 +354,7 @@ void LarkaBrowser::executeInLarka(const QString& script) {
 QString LarkaBrowser::executeMediaAction(const QString& script) {
   const std::string command = toHost(script);
   std::string reply;
-  ask([&](ILarkaCallbacks* listener) {
+  m_listeners.ask([&](ILarkaCallbacks* listener) {
     reply = listener->OnExecuteInLarka(command.c_str());
     return false;
   });
@@ -401,15 +363,9 @@ QString LarkaBrowser::executeMediaAction(const QString& script) {
 
 // Plug-ins.
 
-// A plug-in is told once; the engine makes a new one whenever it lays its element out anew.
 void LarkaBrowser::announcePlugin(const QWebElement& element, void* handle) {
-  for (const LarkaPluginWidget& plugin : m_pluginWidgets) {
-    LarkaPluginWidgetPrivate* record = LarkaPluginWidgetPrivate::of(plugin);
-    if (record->element() != element) continue;
-    record->handle = handle;
-    return;
-  }
-  forgetPlugins();
+  if (m_plugins.updateHandle(element, handle)) return;
+  m_plugins.forgetGone();
   pluginCreated(element, handle);
 }
 
@@ -421,34 +377,22 @@ void LarkaBrowser::pluginCreated(const QWebElement& element, void* handle) {
     browser->invalidate();
   };
   LarkaPluginWidget plugin(new LarkaPluginWidgetPrivate(element, showFullScreen, handle), true);
-  m_pluginWidgets.push_back(plugin);
-  notify([&](ILarkaCallbacks* listener) { listener->OnPluginCreated(&plugin); });
+  m_plugins.add(plugin);
+  m_listeners.notify([&](ILarkaCallbacks* listener) { listener->OnPluginCreated(&plugin); });
 }
 
-// What script has taken out it may put back; but a page that makes ever new ones, as one that
-// changes its advertisements, must not fill the memory with the old ones.
-void LarkaBrowser::forgetPlugins() {
-  const bool many = m_pluginWidgets.size() % kPluginsToForgetAfter == 0;
-  const auto isGone = [many](const LarkaPluginWidget& plugin) {
-    const QWebElement element = LarkaPluginWidgetPrivate::of(plugin)->element();
-    return element.isNull() || (many && !WebElement::isInPage(element));
-  };
-  m_pluginWidgets.erase(std::remove_if(m_pluginWidgets.begin(), m_pluginWidgets.end(), isGone),
-                        m_pluginWidgets.end());
-}
-
-std::vector<LarkaPluginWidget> LarkaBrowser::GetPluginWidgets() { return m_pluginWidgets; }
+std::vector<LarkaPluginWidget> LarkaBrowser::GetPluginWidgets() { return m_plugins.all(); }
 
 // What the page asks.
 
 void LarkaBrowser::acceptNavigationRequest(QWebPage::NavigationType type) {
   if (type == QWebPage::NavigationTypeOther) return;
-  post([](ILarkaCallbacks* listener) { listener->OnAcceptNavigationRequest(); });
+  m_listeners.post([](ILarkaCallbacks* listener) { listener->OnAcceptNavigationRequest(); });
 }
 
 void LarkaBrowser::javaScriptAlert(QWebFrame*, const QString& msg) {
   const std::string text = toHost(msg);
-  ask([&](ILarkaCallbacks* listener) {
+  m_listeners.ask([&](ILarkaCallbacks* listener) {
     listener->OnJavaScriptAlert(text.c_str());
     return false;
   });
@@ -456,10 +400,10 @@ void LarkaBrowser::javaScriptAlert(QWebFrame*, const QString& msg) {
 
 bool LarkaBrowser::javaScriptConfirm(QWebFrame*, const QString& msg) {
   const std::string text = toHost(msg);
-  const auto noPumping =
-      m_webView && page()->isAboutToNavigate() ? std::make_unique<PumpingPause>() : nullptr;
+  std::optional<OnStack> leaveQuestion;
+  if (m_webView && page()->isAboutToNavigate()) leaveQuestion.emplace(leaveQuestionUse());
   bool confirmed = false;
-  ask([&](ILarkaCallbacks* listener) {
+  m_listeners.ask([&](ILarkaCallbacks* listener) {
     confirmed = listener->OnJavaScriptConfirm(text.c_str());
     return confirmed;
   });
@@ -471,7 +415,7 @@ bool LarkaBrowser::javaScriptPrompt(QWebFrame*, const QString& msg, const QStrin
   const std::string text = toHost(msg);
   const std::string defaultText = toHost(defaultValue);
   bool handled = false;
-  ask([&](ILarkaCallbacks* listener) {
+  m_listeners.ask([&](ILarkaCallbacks* listener) {
     handled = false;
     const std::string answer =
         listener->OnJavaScriptPrompt(text.c_str(), defaultText.c_str(), &handled);
@@ -483,15 +427,16 @@ bool LarkaBrowser::javaScriptPrompt(QWebFrame*, const QString& msg, const QStrin
 
 void LarkaBrowser::javaScriptConsoleMessage(const QString& message, int lineNumber,
                                             const QString& sourceID) {
-  post([=, text = toHost(message), source = toHost(sourceID)](ILarkaCallbacks* listener) {
-    listener->OnJavaScriptConsoleMessage(text.c_str(), lineNumber, source.c_str());
-  });
+  m_listeners.post(
+      [=, text = toHost(message), source = toHost(sourceID)](ILarkaCallbacks* listener) {
+        listener->OnJavaScriptConsoleMessage(text.c_str(), lineNumber, source.c_str());
+      });
 }
 
 QString LarkaBrowser::chooseFile(QWebFrame*, const QString& suggestedFile) {
   const std::string suggested = toHost(suggestedFile);
   QString chosen;
-  ask([&](ILarkaCallbacks* listener) {
+  m_listeners.ask([&](ILarkaCallbacks* listener) {
     chosen = fromListener(listener->OnChooseFile(suggested.c_str()));
     return !chosen.isNull();
   });
@@ -499,7 +444,7 @@ QString LarkaBrowser::chooseFile(QWebFrame*, const QString& suggestedFile) {
 }
 
 QWebPage* LarkaBrowser::createWindow(bool modal, const QUrl& url) {
-  post([=, text = toHost(url)](ILarkaCallbacks* listener) {
+  m_listeners.post([=, text = toHost(url)](ILarkaCallbacks* listener) {
     listener->OnCreateWindow(modal, text.c_str());
   });
   return nullptr;
@@ -521,18 +466,10 @@ void LarkaBrowser::SetUserAgent(const char* userAgent) {
 
 // The disk cache.
 
-QMap<QString, QWeakPointer<QNetworkDiskCache>> LarkaBrowser::s_allCaches;
-
 void LarkaBrowser::SetCacheParameters(const char* directory, int sizeInMegabytes) {
   if (!m_webView) return;
-  const QString key = fromHost(directory);
   keepCacheForRunningReplies();
-  m_diskCache = s_allCaches[key].toStrongRef();
-  if (!m_diskCache) {
-    m_diskCache.reset(new QNetworkDiskCache(nullptr));
-    m_diskCache->setCacheDirectory(key);
-    s_allCaches[key] = m_diskCache;
-  }
+  m_diskCache = diskCacheOf(fromHost(directory));
   m_diskCache->setMaximumCacheSize(cacheLimit(sizeInMegabytes));
   page()->networkAccessManager()->setCache(new CacheWrapper(m_diskCache.data()));
 }
@@ -546,7 +483,7 @@ void LarkaBrowser::keepCacheForRunningReplies() {
 
 void LarkaBrowser::ClearCache() {
   // Of pages that are on the stack one may be on its way out of the memory caches.
-  whenIdle(EngineUse::ofAnyPage(), nullptr, [] { QWebSettings::clearMemoryCaches(); });
+  whenIdle(engineUse(), nullptr, [] { QWebSettings::clearMemoryCaches(); });
   QAbstractNetworkCache* cache = m_webView ? page()->networkAccessManager()->cache() : nullptr;
   if (cache) cache->clear();
 }
@@ -605,18 +542,9 @@ bool LarkaBrowser::ClearCookie(const char* name) {
 
 // Navigation and history.
 
-// A page that waits for the host can neither begin nor end a load. Of what it is asked for
-// meanwhile the last counts: QtWebKit doesn't survive some sequences of loads that never got
-// anywhere.
 void LarkaBrowser::navigate(std::function<void(LarkaWebView*)> operation) {
-  const bool isWaiting = static_cast<bool>(m_waitingNavigation);
-  m_waitingNavigation = std::move(operation);
-  if (isWaiting) return;
-  whenIdle(m_engineUse, this, [this] {
-    const auto navigation = std::exchange(m_waitingNavigation, nullptr);
-    if (!m_webView) return;
-    const EngineCall call(&m_engineUse);
-    navigation(m_webView);
+  m_navigation.carryOut([this, operation = std::move(operation)] {
+    if (m_webView) operation(m_webView);
   });
 }
 
@@ -674,7 +602,7 @@ std::string LarkaBrowser::GetTitle() {
 // Only single quotes are escaped; hosts rely on what becomes of the rest.
 std::string LarkaBrowser::ExecuteJavascript(const char* script) {
   if (!m_webView) return std::string();
-  const EngineCall call(&m_engineUse);
+  const EngineCall call(m_pageUse);
   QString escaped = fromHost(script);
   escaped.replace(QLatin1Char('\''), QLatin1String("\\'"));
   const QString code = QLatin1String("eval('") + escaped + QLatin1String("').toString();");
@@ -697,7 +625,7 @@ void LarkaBrowser::SetZoomLevel(double percent) {
   using Factor = std::numeric_limits<float>;  // the engine's own
   const double factor = percent / 100;
   if (!m_webView || !(factor >= Factor::min() && factor <= Factor::max())) return;
-  const EngineCall call(&m_engineUse);
+  const EngineCall call(m_pageUse);
   m_webView->setZoomFactor(factor);
 }
 
@@ -722,13 +650,13 @@ void LarkaBrowser::Scroll(int dx, int dy) { scrollBy(dx, dy); }
 
 void LarkaBrowser::scrollBy(qint64 dx, qint64 dy) {
   if (!m_webView) return;
-  const EngineCall call(&m_engineUse);
+  const EngineCall call(m_pageUse);
   mainFrame()->scroll(inReach(dx), inReach(dy));
 }
 
 void LarkaBrowser::ScrollToPoint(int x, int y) {
   if (!m_webView) return;
-  const EngineCall call(&m_engineUse);
+  const EngineCall call(m_pageUse);
   const QPoint point(inReach(x), inReach(y));
   const double zoom = m_webView->zoomFactor();
   const QPointF target =
@@ -768,51 +696,17 @@ int LarkaBrowser::GetHeight() {
 
 // A browser that has been taken out of the scene, to be destroyed or by its manager's end, gets no
 // input any more.
-void LarkaBrowser::sendToPage(QEvent* event) {
+void LarkaBrowser::send(QEvent&& event) {
   if (!m_webView || !m_webView->scene()) return;
-  const EngineCall call(&m_engineUse);
-  page()->event(event);
+  const EngineCall call(m_pageUse);
+  page()->event(&event);
 }
 
-void LarkaBrowser::sendMouse(QEvent::Type type, const QPoint& position, Qt::MouseButton button,
-                             Qt::MouseButtons buttons) {
-  QMouseEvent event(type, position, position, position, button, buttons, Qt::NoModifier);
-  sendToPage(&event);
-}
+void LarkaBrowser::MouseMove(int x, int y, int) { send(m_input.move(QPoint(x, y))); }
 
-void LarkaBrowser::sendWheel(int delta, Qt::Orientation orientation) {
-  const QPoint angle = orientation == Qt::Vertical ? QPoint(0, delta) : QPoint(delta, 0);
-  QWheelEvent event(m_pointer, m_pointer, QPoint(), angle, Qt::NoButton, Qt::NoModifier,
-                    Qt::NoScrollPhase, false);
-  sendToPage(&event);
-}
+void LarkaBrowser::MouseDown(int x, int y, int) { send(m_input.press(QPoint(x, y))); }
 
-void LarkaBrowser::sendKey(QEvent::Type type, int key, int modifiers) {
-  const std::unique_ptr<QKeyEvent> sent(
-      createKeyEventFromVirtualKeyCode(key, modifiers, type, false));
-  QKeyEvent event = pageKeyEvent(*sent);
-  sendToPage(&event);
-}
-
-void LarkaBrowser::MouseMove(int x, int y, int) {
-  m_pointer = QPoint(x, y);
-  m_doubleClick.move(m_pointer);
-  sendMouse(QEvent::MouseMove, m_pointer, Qt::NoButton, m_heldButtons);
-}
-
-void LarkaBrowser::MouseDown(int x, int y, int) {
-  m_heldButtons = Qt::LeftButton;
-  const QPoint point(x, y);
-  sendMouse(m_doubleClick.press(point, m_clock.elapsed()), point, Qt::LeftButton, Qt::LeftButton);
-}
-
-// After the first press, moves say for good that the button is held; hosts rely on it.
-void LarkaBrowser::MouseUp(int x, int y, int) {
-  m_heldButtons = Qt::LeftButton;
-  const QPoint point(x, y);
-  m_doubleClick.release(point);
-  sendMouse(QEvent::MouseButtonRelease, point, Qt::LeftButton, Qt::NoButton);
-}
+void LarkaBrowser::MouseUp(int x, int y, int) { send(m_input.release(QPoint(x, y))); }
 
 // Tested first: the control is what was there before the click.
 void LarkaBrowser::MouseClick(int x, int y, int reserved) {
@@ -821,33 +715,37 @@ void LarkaBrowser::MouseClick(int x, int y, int reserved) {
   MouseDown(x, y, reserved);
   if (self) MouseUp(x, y, reserved);
   if (!self) return;
-  const EngineCall deliversIt(&m_engineUse);
-  post([control](ILarkaCallbacks* listener) mutable { listener->OnMouseClick(control); });
+  const EngineCall deliversIt(m_pageUse);
+  m_listeners.post(
+      [control](ILarkaCallbacks* listener) mutable { listener->OnMouseClick(control); });
 }
 
 void LarkaBrowser::MouseWheel(Directions direction, int amount, int) {
   const bool horizontal = direction == DIRECTION_RIGHT || direction == DIRECTION_LEFT;
   const bool backwards = direction == DIRECTION_DOWN || direction == DIRECTION_RIGHT;
-  sendWheel(backwards ? negated(amount) : amount, horizontal ? Qt::Horizontal : Qt::Vertical);
+  send(m_input.wheel(backwards ? negated(amount) : amount,
+                     horizontal ? Qt::Horizontal : Qt::Vertical));
 }
 
 void LarkaBrowser::MouseWheel(int dx, int dy, int) {
   const QPointer<LarkaBrowser> self(this);
-  sendWheel(dy, Qt::Vertical);
-  if (self) sendWheel(dx, Qt::Horizontal);
+  send(m_input.wheel(dy, Qt::Vertical));
+  if (self) send(m_input.wheel(dx, Qt::Horizontal));
 }
 
 // As on a keyboard, Escape ends the full screen of an element, and is nothing else then.
 void LarkaBrowser::KeyDown(int key, int modifiers) {
   const QPointer<LarkaBrowser> self(this);
   if (key == KEYCODE_ESCAPE && m_webView) {
-    const EngineCall call(&m_engineUse);
+    const EngineCall call(m_pageUse);
     if (page()->leaveFullScreen()) return;
   }
-  if (self) sendKey(QEvent::KeyPress, key, modifiers);
+  if (self) send(m_input.key(QEvent::KeyPress, key, modifiers));
 }
 
-void LarkaBrowser::KeyUp(int key, int modifiers) { sendKey(QEvent::KeyRelease, key, modifiers); }
+void LarkaBrowser::KeyUp(int key, int modifiers) {
+  send(m_input.key(QEvent::KeyRelease, key, modifiers));
+}
 
 // Controls.
 
@@ -883,7 +781,7 @@ bool LarkaBrowser::FocusPrev() { return stepFocus(false); }
 
 bool LarkaBrowser::stepFocus(bool next) {
   if (!m_webView) return false;
-  const EngineCall call(&m_engineUse);
+  const EngineCall call(m_pageUse);
   return page()->focusNextPrevChild(next);
 }
 
@@ -891,7 +789,7 @@ bool LarkaBrowser::stepFocus(bool next) {
 
 void LarkaBrowser::Resize(int width, int height) {
   if (!m_webView) return;
-  const EngineCall call(&m_engineUse);
+  const EngineCall call(m_pageUse);
   m_webView->resize(QSizeF(width, height));
   if (m_webView && m_frameTimer) correctScreenSize(mainFrame(), m_webView->size().toSize());
 }
@@ -917,7 +815,7 @@ unsigned char* LarkaBrowser::GetBrowserImage() {
 
 void LarkaBrowser::SaveBrowserImage(const char* path, int width, int height) {
   if (!m_webView) return;
-  const EngineCall call(&m_engineUse);
+  const EngineCall call(m_pageUse);
   QImage image(page()->viewportSize(), QImage::Format_ARGB32);
   image.fill(Qt::white);
   {
@@ -948,7 +846,7 @@ void LarkaBrowser::notifyOnDirty(const QRect& rect) {
   // it.
   if (m_frameTimer) m_frameTimer->start();
   const QPointer<LarkaBrowser> self(this);
-  notify([&](ILarkaCallbacks* listener) {
+  m_listeners.notify([&](ILarkaCallbacks* listener) {
     listener->OnDirty(this);
     if (self) notifyOnPluginDirty(listener, rect);
   });
@@ -956,7 +854,7 @@ void LarkaBrowser::notifyOnDirty(const QRect& rect) {
 
 void LarkaBrowser::notifyOnPluginDirty(ILarkaCallbacks* listener, const QRect& rect) {
   const QPointer<LarkaBrowser> self(this);
-  const std::vector<LarkaPluginWidget> plugins = m_pluginWidgets;
+  const std::vector<LarkaPluginWidget> plugins = m_plugins.all();
   for (LarkaPluginWidget plugin : plugins) {
     if (!self || !m_listeners.contains(listener)) return;  // it may be gone, having removed itself
     if (LarkaPluginWidgetPrivate::of(plugin)->paintedRect().intersects(rect))
@@ -995,8 +893,8 @@ void LarkaBrowser::SetConfig(const char*, bool) {}
 // The inspector is the browser's child: it needs no pointer to it.
 ILarkaBrowser* LarkaBrowser::LaunchInspector(bool show) {
   if (!m_webView) return nullptr;
-  const EngineCall call(&m_engineUse);
-  return new InspectorBrowser(this, show);
+  const EngineCall call(m_pageUse);
+  return new InspectorBrowser(page(), show, this);
 }
 
 }  // namespace LARKA

@@ -1,18 +1,12 @@
-// LarkaBrowserQt.h: the browser behind the host's interface.
 #pragma once
 
 #include <QElapsedTimer>
-#include <QEvent>
-#include <QList>
-#include <QMap>
 #include <QObject>
-#include <QPoint>
 #include <QPointer>
 #include <QRegion>
 #include <QSharedPointer>
 #include <QString>
 #include <QUrl>
-#include <QWeakPointer>
 #include <QWebElement>
 #include <QWebPage>
 #include <QWebSettings>
@@ -20,11 +14,14 @@
 #include <utility>
 #include <vector>
 
+#include "browser/Listeners.h"
 #include "browser/LoadWatch.h"
-#include "host/HostCalls.h"
-#include "host/HostEvents.h"
-#include "input/DoubleClick.h"
+#include "browser/Navigation.h"
+#include "host/Destruction.h"
+#include "input/PageInput.h"
 #include "larka/ILarkaBrowser.h"
+#include "page/PageHost.h"
+#include "plugins/PluginList.h"
 
 class LarkaSystemInfoJavaScriptObject;
 class LarkaWebView;
@@ -46,9 +43,10 @@ namespace LARKA {
 class ILarkaCallbacks;
 class WebPage;
 
-/// The one browser: owns a view with its page, keeps the host's listeners, and turns the engine's
-/// signals and the page's questions into calls of them. Made and destroyed by the browser manager.
-class LarkaBrowser : public QObject, public ILarkaBrowser {
+/// The one implementation of ILarkaBrowser: owns a view with its page, and turns QtWebKit's signals
+/// and the page's questions into calls of the host's listeners. Made and destroyed by the browser
+/// manager.
+class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
   Q_OBJECT
 
  public:
@@ -60,7 +58,7 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   LarkaWebView* webView() const { return m_webView; }
 
   /// Whether its page is on the stack.
-  const EngineUse& engineUse() const { return m_engineUse; }
+  const StackUse& pageUse() const { return m_pageUse; }
 
   /// Calls no listener any more.
   void abandon();
@@ -128,15 +126,15 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   int GetHeight() override;
   void GetFrameContentSize(int& width, int& height) override;
 
-  // What the page asks; see WebPage.
-  void acceptNavigationRequest(QWebPage::NavigationType type);
-  void javaScriptAlert(QWebFrame* frame, const QString& msg);
-  bool javaScriptConfirm(QWebFrame* frame, const QString& msg);
+  void acceptNavigationRequest(QWebPage::NavigationType type) override;
+  void javaScriptAlert(QWebFrame* frame, const QString& msg) override;
+  bool javaScriptConfirm(QWebFrame* frame, const QString& msg) override;
   bool javaScriptPrompt(QWebFrame* frame, const QString& msg, const QString& defaultValue,
-                        QString* result);
-  void javaScriptConsoleMessage(const QString& message, int lineNumber, const QString& sourceID);
-  QString chooseFile(QWebFrame* frame, const QString& suggestedFile);
-  QWebPage* createWindow(bool modal, const QUrl& url);
+                        QString* result) override;
+  void javaScriptConsoleMessage(const QString& message, int lineNumber,
+                                const QString& sourceID) override;
+  QString chooseFile(QWebFrame* frame, const QString& suggestedFile) override;
+  QWebPage* createWindow(bool modal, const QUrl& url) override;
 
   void SetAttribute(QWebSettings::WebAttribute attribute, bool on);
   void showFullscreen(const QWebElement& element, bool render);
@@ -145,7 +143,8 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   /// Frames a second, smoothed over the calls of this function.
   double calculateFps();
 
-  // Hooks that do nothing and stay callable.
+  // The slots stand in the order of the contract. Those with an empty body, and the four functions
+  // before them, are kept for the contract alone: nothing calls them.
   void render(QPaintDevice*, const QRect&) {}
   void invalidate() {}
   void scroll(QImage&, int, int, const QRect&, QRegion*) {}
@@ -201,33 +200,12 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   bool event(QEvent* event) override;
 
  private:
-  /// Calls `call` with each listener, in the order of registration, until it returns true. The
-  /// listeners are those registered at the start.
-  template <typename Call>
-  void notifyUntil(Call call);
-
-  /// Calls `call` with each listener, in the order of registration.
-  template <typename Call>
-  void notify(Call call);
-
-  /// notify() once QtWebKit is off the stack; see HostEvents.h.
-  template <typename Call>
-  void post(Call call);
-
-  /// notifyUntil() while page script waits for it.
-  template <typename Call>
-  void ask(Call call);
-
   /// Calls `operation` with the view, to begin or end a load.
   void navigate(std::function<void(LarkaWebView*)> operation);
 
   void scrollBy(qint64 dx, qint64 dy);
   bool stepFocus(bool next);
-  void sendToPage(QEvent* event);
-  void sendMouse(QEvent::Type type, const QPoint& position, Qt::MouseButton button,
-                 Qt::MouseButtons buttons);
-  void sendWheel(int delta, Qt::Orientation orientation);
-  void sendKey(QEvent::Type type, int key, int modifiers);
+  void send(QEvent&& event);
 
   void makeScriptObject();
   void installPage(QNetworkAccessManager* manager);
@@ -241,38 +219,29 @@ class LarkaBrowser : public QObject, public ILarkaBrowser {
   void endLoad(bool ok);
   bool isBusyLoading() const;
   void announcePlugin(const QWebElement& element, void* handle);
-  void forgetPlugins();
   void notifyOnPluginDirty(ILarkaCallbacks* listener, const QRect& rect);
   WebPage* page() const;
   QWebFrame* mainFrame() const;
 
-  // The disk cache of each directory that a browser uses, or used.
-  static QMap<QString, QWeakPointer<QNetworkDiskCache>> s_allCaches;
-
   LarkaWebView* m_webView = nullptr;
   QTimer* m_frameTimer = nullptr;
-  QList<ILarkaCallbacks*> m_listeners;
-  bool m_abandoned = false;
+  StackUse m_pageUse = StackUse::partOf(engineUse());
+  Listeners m_listeners{this, m_pageUse};
+  Navigation m_navigation{this, m_pageUse};
   bool m_pageLoads = false;    // whether the load under way is that of the page, or a frame's
   bool m_pageArrived = false;  // whether anything of it has
-  std::function<void(LarkaWebView*)> m_waitingNavigation;
-  QUrl m_requested;  // of the last Navigate
-  int m_loads = 0;   // of the page, begun so far
+  QUrl m_requested;            // of the last Navigate
+  int m_loads = 0;             // of the page, begun so far
   LoadWatch m_loadWatch;
-  bool m_endOfReplacedLoad = false;  // while listeners hear of it
-  std::vector<LarkaPluginWidget> m_pluginWidgets;
-  QPoint m_pointer;  // of the last MouseMove
-  Qt::MouseButtons m_heldButtons = Qt::NoButton;
-  DoubleClick m_doubleClick;
-  QElapsedTimer m_clock;  // of double clicks
+  bool m_endOfReplacedLoad = false;  // while its OnLoadFinished is called
+  PluginList m_plugins;
+  PageInput m_input;
   QWebElement m_fullScreenElement;
   QSharedPointer<QNetworkDiskCache> m_diskCache;  // null until SetCacheParameters
   QElapsedTimer m_frameClock;
   double m_smoothedFrameTime = 0.0;                              // seconds
   PublishedLarkaObject* m_scriptObject = nullptr;                // null unless asked for
   QPointer<LarkaSystemInfoJavaScriptObject> m_systemInfoObject;  // nothing sets it
-  HostCalls m_hostCalls;
-  EngineUse m_engineUse;
 };
 
 }  // namespace LARKA

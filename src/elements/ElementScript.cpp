@@ -35,18 +35,18 @@ bool canBeEvaluated(QWebElement element, const QString& script) {
 }  // namespace
 
 void runOn(QWebElement element, const QString& statement) {
-  const EngineCall call(nullptr);
+  const EngineCall call;
   element.evaluateJavaScript(statement + QLatin1String("; void 0"));
 }
 
 QVariant valueOn(QWebElement element, const QString& expression) {
-  const EngineCall call(nullptr);
+  const EngineCall call;
   return element.evaluateJavaScript(QLatin1String(kWithoutObjects) + QLatin1Char('(') + expression +
                                     QLatin1Char(')'));
 }
 
 QString resultOn(QWebElement element, const QString& script) {
-  const EngineCall call(nullptr);
+  const EngineCall call;
   const QVariant result =
       canBeEvaluated(element, script)
           ? valueOn(element, QLatin1String("eval(") + quoted(script) + QLatin1Char(')'))

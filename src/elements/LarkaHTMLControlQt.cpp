@@ -159,7 +159,7 @@ bool LarkaHTMLControl::IsControlSelected() {
 // The engine's own way leaves the caret, and the frame that gets the keys, where they were; the
 // script's way takes them along.
 void LarkaHTMLControl::Focus() {
-  const EngineCall call(nullptr);
+  const EngineCall call;
   runOn(d->element(), QStringLiteral("this.focus()"));
   d->element().setFocus();
 }

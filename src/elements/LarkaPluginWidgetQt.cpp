@@ -133,7 +133,7 @@ void* LarkaPluginWidget::GetUserData() { return d->userData; }
 // Script first: it takes the frame that gets the keys along. Without a focus of its own the main
 // frame would leave the element the focus that it has in its document.
 void LarkaPluginWidget::SetFocus(bool focus) {
-  const EngineCall call(nullptr);
+  const EngineCall call;
   QWebElement element = d->element();
   if (focus) {
     runOn(element, QStringLiteral("this.focus()"));

@@ -34,7 +34,7 @@ class Waiting {
 
 struct WaitingOperation {
   Waiting waiting;
-  const EngineUse* page;  // gone when the operation is dropped
+  StackUse use;
 };
 
 /// The events that wait for the host, and the operations that wait for QtWebKit.
@@ -48,7 +48,7 @@ class HostEventQueue : public QObject {
     return queue;
   }
 
-  void addEvent(Waiting event, EngineUse* page) {
+  void addEvent(Waiting event, const StackUse& page) {
     m_events.push_back(std::move(event));
     if (m_events.size() < kMostWaitingEvents)
       wakeUp();
@@ -77,11 +77,11 @@ class HostEventQueue : public QObject {
     wakeUp();
   }
 
-  /// Calls the operations whose page is idle, also while one of them is running.
+  /// Calls the operations whose use is idle, also while one of them is running.
   void runOperations() {
     const QPointer<HostEventQueue> self(this);
     const auto mayRun = [](const WaitingOperation& operation) {
-      return operation.waiting.isDropped() || operation.page->isIdle();
+      return operation.waiting.isDropped() || operation.use.isIdle();
     };
     while (self) {
       const auto next = std::find_if(m_operations.begin(), m_operations.end(), mayRun);
@@ -137,48 +137,37 @@ class HostEventQueue : public QObject {
 
 }  // namespace
 
-EngineUse& EngineUse::ofAnyPage() {
-  static EngineUse any;
-  return any;
-}
-
-EngineOnStack::EngineOnStack(EngineUse* page) : m_page(page) {
-  ++EngineUse::ofAnyPage().m_depth;
-  if (m_page) ++m_page->m_depth;
-}
-
-EngineOnStack::~EngineOnStack() {
-  --EngineUse::ofAnyPage().m_depth;
-  if (m_page) --m_page->m_depth;
-}
-
-EngineCall::EngineCall(EngineUse* page) : m_engine(page) {}
+EngineCall::EngineCall(const StackUse& page) : m_engine(page) {}
 
 // Listeners that call QtWebKit get what that causes after the event that they are handling, not
 // inside it.
 EngineCall::~EngineCall() {
   m_engine.reset();
-  if (!EngineUse::ofAnyPage().isIdle()) return;
+  if (!engineUse().isIdle()) return;
   auto* queue = HostEventQueue::instance();
   if (!queue) return;
   queue->runOperations();
   if (!queue->isDelivering()) queue->deliver();
 }
 
-ScriptWait::ScriptWait(EngineUse* page) : m_engine(page) {
+ScriptWait::ScriptWait(const StackUse& page) : m_engine(page) {
   if (auto* queue = HostEventQueue::instance()) queue->deliver();
 }
 
-void postHostEvent(QObject* receiver, EngineUse* page, std::function<void()> event) {
+void postHostEvent(QObject* receiver, const StackUse& page, std::function<void()> event) {
   if (auto* queue = HostEventQueue::instance()) queue->addEvent({receiver, std::move(event)}, page);
 }
 
-void whenIdle(const EngineUse& page, QObject* receiver, std::function<void()> operation) {
+void whenIdle(const StackUse& use, QObject* receiver, std::function<void()> operation) {
   Waiting waiting(receiver, std::move(operation));
   if (auto* queue = HostEventQueue::instance())
-    queue->addOperation({std::move(waiting), &page});
+    queue->addOperation({std::move(waiting), use});
   else
     waiting.carryOut();
+}
+
+void runIdleOperations() {
+  if (auto* queue = HostEventQueue::instance()) queue->runOperations();
 }
 
 }  // namespace LARKA

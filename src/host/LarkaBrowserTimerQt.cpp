@@ -2,14 +2,15 @@
 
 #include <QTimer>
 
+#include "host/Destruction.h"
+
 BrowserTimerQT::BrowserTimerQT(LARKA::TimerCallback callback, int interval, bool singleShot,
                                void* userData)
     : m_timer(new QTimer(this)),
       m_callback(callback),
       m_userData(userData),
       m_interval(interval),
-      m_singleShot(singleShot),
-      m_hostCalls(this) {
+      m_singleShot(singleShot) {
   m_timer->setSingleShot(singleShot);
   connect(m_timer, SIGNAL(timeout()), this, SLOT(Fired()));
 }
@@ -29,12 +30,12 @@ bool BrowserTimerQT::IsSingleShot() { return m_singleShot; }
 
 void BrowserTimerQT::Fired() {
   if (!m_callback) return;
-  LARKA::HostCalls::Scope scope(&m_hostCalls);
+  const LARKA::OnStack calling(m_calls);
   m_callback(this, m_userData);
 }
 
 void BrowserTimerQT::Dispose() { deleteLater(); }
 
 bool BrowserTimerQT::event(QEvent* event) {
-  return m_hostCalls.postpones(event) || QObject::event(event);
+  return LARKA::postponesDestruction(event, this, m_calls) || QObject::event(event);
 }

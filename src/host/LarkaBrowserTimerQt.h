@@ -1,14 +1,13 @@
-// LarkaBrowserTimerQt.h: the host's timers.
 #pragma once
 
 #include <QObject>
 
-#include "host/HostCalls.h"
+#include "host/StackUse.h"
 #include "larka/ITimer.h"
 
 class QTimer;
 
-/// The one implementation of ITimer, on a timer of the toolkit. Made stopped; destroyed only
+/// The one implementation of ITimer, on a QTimer. It is stopped at first, and destroyed only
 /// through Dispose(), so that it outlives a callback that gives it back.
 class BrowserTimerQT : public QObject, public LARKA::ITimer {
   Q_OBJECT
@@ -37,5 +36,5 @@ class BrowserTimerQT : public QObject, public LARKA::ITimer {
   void* m_userData;
   int m_interval;
   bool m_singleShot;
-  LARKA::HostCalls m_hostCalls;
+  LARKA::StackUse m_calls = LARKA::StackUse::partOf(LARKA::hostCodeUse());
 };

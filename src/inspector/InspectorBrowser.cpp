@@ -4,14 +4,10 @@
 #include <QWebPage>
 #include <QWebSettings>
 
-#include "browser/LarkaBrowserQt.h"
-#include "paint/larkawebview.h"
-
 namespace LARKA {
 
-InspectorBrowser::InspectorBrowser(LarkaBrowser* browser, bool show)
-    : QObject(browser), m_inspector(std::make_unique<QWebInspector>()) {
-  QWebPage* page = browser->webView()->page();
+InspectorBrowser::InspectorBrowser(QWebPage* page, bool show, QObject* parent)
+    : QObject(parent), m_inspector(std::make_unique<QWebInspector>()) {
   page->settings()->setAttribute(QWebSettings::DeveloperExtrasEnabled, true);
   m_inspector->setPage(page);
   // Closing it, as the last window that is shown, must not end the host's application.

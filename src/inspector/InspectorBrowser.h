@@ -7,10 +7,9 @@
 #include "larka/ILarkaBrowser.h"
 
 class QWebInspector;
+class QWebPage;
 
 namespace LARKA {
-
-class LarkaBrowser;
 
 /// Shows the engine's inspector on the page of a browser, in a widget of the inspector's own. It
 /// can be resized and shut down; everything else does nothing and returns nothing. It belongs to
@@ -19,7 +18,8 @@ class InspectorBrowser : public QObject, public ILarkaBrowser {
   Q_OBJECT
 
  public:
-  InspectorBrowser(LarkaBrowser* browser, bool show);
+  /// Opens its window if `show` is set. `parent` owns it.
+  InspectorBrowser(QWebPage* page, bool show, QObject* parent);
   ~InspectorBrowser() override;
 
   /// The widget; null once it has been shut down.

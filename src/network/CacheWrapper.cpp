@@ -1,8 +1,20 @@
 #include "network/CacheWrapper.h"
 
+#include <QMap>
 #include <QNetworkDiskCache>
+#include <QWeakPointer>
 
 namespace LARKA {
+
+QSharedPointer<QNetworkDiskCache> diskCacheOf(const QString& directory) {
+  static QMap<QString, QWeakPointer<QNetworkDiskCache>> all;
+  QSharedPointer<QNetworkDiskCache> cache = all[directory].toStrongRef();
+  if (cache) return cache;
+  cache.reset(new QNetworkDiskCache(nullptr));
+  cache->setCacheDirectory(directory);
+  all[directory] = cache;
+  return cache;
+}
 
 qint64 cacheLimit(int sizeInMegabytes) {
   const qint64 kDefaultBytes = 209715200;

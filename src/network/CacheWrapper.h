@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QAbstractNetworkCache>
+#include <QSharedPointer>
 
 class QNetworkDiskCache;
 
@@ -29,6 +30,10 @@ class CacheWrapper : public QAbstractNetworkCache {
  private:
   QNetworkDiskCache* m_target;
 };
+
+/// Returns the disk cache in `directory`, the same for all browsers that use it. It goes with the
+/// last of them.
+QSharedPointer<QNetworkDiskCache> diskCacheOf(const QString& directory);
 
 /// The size in bytes of a cache that a host limits to so many MiB; negative stands for 200. The
 /// multiplication wraps in 32 bits: hosts count on what becomes of sizes from 2048 on.

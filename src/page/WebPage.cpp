@@ -3,7 +3,7 @@
 #include <QPointer>
 #include <QWebFrame>
 
-#include "browser/LarkaBrowserQt.h"
+#include "page/PageHost.h"
 #include "page/WindowProbe.h"
 #include "plugins/PluginFactory.h"
 
@@ -16,7 +16,7 @@ const char kErrorPage[] =
 
 }  // namespace
 
-WebPage::WebPage(LarkaBrowser* browser) : m_browser(browser), m_plugins(new PluginFactory(this)) {
+WebPage::WebPage(PageHost* browser) : m_browser(browser), m_plugins(new PluginFactory(this)) {
   setPluginFactory(m_plugins);
   connect(this, &QWebPage::featurePermissionRequested, this, &WebPage::refuseFeature);
   connect(this, &QWebPage::loadStarted, this, [this] { m_isAboutToNavigate = false; });
@@ -63,7 +63,7 @@ bool WebPage::extension(Extension, const ExtensionOption* option, ExtensionRetur
 
 bool WebPage::shouldInterruptJavaScript() { return true; }
 
-// The engine doesn't pass the address.
+// QtWebKit doesn't pass the URL.
 QWebPage* WebPage::createWindow(WebWindowType type) {
   const bool modal = type == WebModalDialog;
   return new WindowProbe([page = QPointer<WebPage>(this), modal](const QUrl& url) {

@@ -1,4 +1,3 @@
-// WebPage.h: what the page asks, answered by the browser.
 #pragma once
 
 #include <QString>
@@ -7,7 +6,7 @@
 
 namespace LARKA {
 
-class LarkaBrowser;
+class PageHost;
 class PluginFactory;
 
 /// The page of one browser. Turns the page's questions and notices into calls of the browser, which
@@ -16,9 +15,9 @@ class WebPage : public QWebPage {
   Q_OBJECT
 
  public:
-  explicit WebPage(LarkaBrowser* browser);
+  explicit WebPage(PageHost* browser);
 
-  /// The user agent of every request; a null string stands for the engine's own.
+  /// The user agent of every request; a null string stands for QtWebKit's own.
   void setUserAgent(const QString& userAgent) { m_userAgent = userAgent; }
   QString userAgent() const { return m_userAgent; }
 
@@ -40,8 +39,8 @@ class WebPage : public QWebPage {
   bool supportsExtension(Extension extension) const override;
 
  public slots:
-  /// Where the engine asks whether to end a script that runs too long, it is ended. The engine's
-  /// own way is to ask a person, in a dialog that nobody can see.
+  /// Ends a script that runs too long, when QtWebKit asks. By itself it would ask a person, in a
+  /// dialog that nobody can see.
   bool shouldInterruptJavaScript() override;
 
  protected:
@@ -61,7 +60,7 @@ class WebPage : public QWebPage {
   void answerFullScreenRequest(QWebFullScreenRequest request);
   void refuseFeature(QWebFrame* frame, Feature feature);
 
-  LarkaBrowser* m_browser;
+  PageHost* m_browser;
   PluginFactory* m_plugins;
   bool m_mainFrameNavigates = true;
   bool m_isAboutToNavigate = false;

@@ -19,7 +19,7 @@ class DialogMark : public QObject {
   using QObject::QObject;
 
  private:
-  EngineOnStack m_engine{nullptr};
+  OnStack m_engine{engineUse()};
 };
 
 }  // namespace

@@ -117,7 +117,7 @@ void LarkaWebView::paint(QPainter* painter, const QStyleOptionGraphicsItem* opti
 // compared with one of the whole page, and what is stale replaced.
 void LarkaWebView::repaintAtRest() {
   const qint64 left = kRestMilliseconds - m_lastPaint.elapsed();
-  if (left > 0 || !LARKA::EngineUse::ofAnyPage().isIdle()) {
+  if (left > 0 || !LARKA::engineUse().isIdle()) {
     m_restTimer.start(static_cast<int>(std::max<qint64>(left, 1)));
     return;
   }

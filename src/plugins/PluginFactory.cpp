@@ -132,7 +132,7 @@ QObject* PluginFactory::create(const QString&, const QUrl&, const QStringList&,
   auto* self = const_cast<PluginFactory*>(this);  // the toolkit's signature; nothing here is const
   auto* placeholder = new PluginPlaceholder;
   self->m_created.emplace_back(placeholder);
-  postHostEvent(self, nullptr, [self] { self->announce(); });
+  postHostEvent(self, engineUse(), [self] { self->announce(); });
   return placeholder;
 }
 

@@ -92,7 +92,9 @@ class Page : private LARKA::CallbacksAdapter {
   void OnLoadFinished(bool ok) override { m_loaded = m_loaded || ok; }
   void OnDirty(LARKA::ILarkaBrowser*) override { m_painted = Clock::now(); }
 
-  LarkaWebView* view() const { return static_cast<LARKA::LarkaBrowser*>(m_browser)->webView(); }
+  LARKA::LarkaWebView* view() const {
+    return static_cast<LARKA::LarkaBrowser*>(m_browser)->webView();
+  }
 
   template <typename Condition>
   bool pumpUntil(Condition done, milliseconds limit) {

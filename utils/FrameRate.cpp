@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+namespace LARKA {
+
 FrameRate::FrameRate(const std::string& strMeasuringLocation, int nPrintInterval)
     : m_strMeasuringLocation(strMeasuringLocation),
       m_nPrintInterval(nPrintInterval),
@@ -23,3 +25,5 @@ void FrameRate::Frame() {
   }
   ++m_nFrames;
 }
+
+}  // namespace LARKA

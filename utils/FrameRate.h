@@ -4,6 +4,8 @@
 #include <ctime>
 #include <string>
 
+namespace LARKA {
+
 /// A frame counter that writes the frames per second to the standard error stream.
 class FrameRate {
  public:
@@ -20,3 +22,5 @@ class FrameRate {
   time_t m_nLastCheck;
   int m_nFrames;
 };
+
+}  // namespace LARKA

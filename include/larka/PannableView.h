@@ -9,7 +9,9 @@
 
 #include "larka/Export.h"
 
+namespace LARKA {
 class PannableViewPrivate;
+}
 
 /// Shows a part of a larger widget, which the user drags with the pointer's left button: a quick
 /// release keeps it gliding with friction, what is dragged or glides past an edge springs back, and
@@ -81,5 +83,5 @@ class LARKA_EXPORT PannableView : public QGraphicsWidget {
   bool sceneEvent(QEvent* event) override;
 
  private:
-  std::unique_ptr<PannableViewPrivate> d;
+  std::unique_ptr<LARKA::PannableViewPrivate> d;
 };

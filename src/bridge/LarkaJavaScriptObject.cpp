@@ -17,6 +17,8 @@ enum Method { Exec = 0, Exec2 = 1 };  // in the order of Larka
 
 }  // namespace
 
+namespace LARKA {
+
 void LarkaJavaScriptObject::exec(const QString& script) { emit executeInLarka(script); }
 
 QString LarkaJavaScriptObject::exec2(const QString& script) {
@@ -58,5 +60,7 @@ int PublishedLarkaObject::qt_metacall(QMetaObject::Call call, int id, void** arg
   }
   return -1;
 }
+
+}  // namespace LARKA
 
 #include "LarkaJavaScriptObject.moc"

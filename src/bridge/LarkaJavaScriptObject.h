@@ -6,6 +6,8 @@
 
 class QWebFrame;
 
+namespace LARKA {
+
 /// What page script sees as `window.larka`: hands texts to the browser, which hands them to the
 /// host. Its slots are the methods that script can call.
 class LarkaJavaScriptObject : public QObject {
@@ -44,3 +46,5 @@ class PublishedLarkaObject : public LarkaJavaScriptObject {
   const QMetaObject* metaObject() const override;
   int qt_metacall(QMetaObject::Call call, int id, void** arguments) override;
 };
+
+}  // namespace LARKA

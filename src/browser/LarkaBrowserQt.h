@@ -24,7 +24,6 @@
 #include "plugins/PluginList.h"
 
 class LarkaSystemInfoJavaScriptObject;
-class LarkaWebView;
 class QImage;
 class QNetworkAccessManager;
 class QNetworkCookie;
@@ -35,12 +34,13 @@ class QNetworkRequest;
 class QPaintDevice;
 class QPixmap;
 class QTimer;
-class PublishedLarkaObject;
 class QWebHistoryItem;
 
 namespace LARKA {
 
 class ILarkaCallbacks;
+class LarkaWebView;
+class PublishedLarkaObject;
 class WebPage;
 
 /// The one implementation of ILarkaBrowser: owns a view with its page, and turns QtWebKit's signals

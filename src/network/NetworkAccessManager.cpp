@@ -6,6 +6,8 @@
 
 #include "storage/PageStorage.h"
 
+namespace LARKA {
+
 namespace {
 
 const qint64 kReadBufferBytes = 20971520;  // 20 MiB
@@ -33,7 +35,7 @@ QNetworkReply* NetworkAccessManager::createRequest(Operation op, const QNetworkR
   reply->setReadBufferSize(kReadBufferBytes);
   connect(reply, SIGNAL(errorOccurred(QNetworkReply::NetworkError)), this,
           SLOT(onReplyError(QNetworkReply::NetworkError)));
-  LARKA::PageStorage::watch(reply);
+  PageStorage::watch(reply);
   emit creatingRequest(request.url());
   return reply;
 }
@@ -80,3 +82,5 @@ void NetworkAccessManager::onReplyDone() {
   fprintf(stderr, "finished loading %s (at %s)\n", reply->url().toString().toLatin1().constData(),
           currentTime().constData());
 }
+
+}  // namespace LARKA

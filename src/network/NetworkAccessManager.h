@@ -7,6 +7,8 @@
 #include <QSslError>
 #include <QUrl>
 
+namespace LARKA {
+
 /// Watches every request of one browser: bounds what a reply may buffer, ignores certificate errors
 /// and logs failures to the standard error stream. Owned by the browser's page.
 class NetworkAccessManager : public QNetworkAccessManager {
@@ -32,3 +34,5 @@ class NetworkAccessManager : public QNetworkAccessManager {
   QNetworkReply* createRequest(Operation op, const QNetworkRequest& request,
                                QIODevice* outgoingData) override;
 };
+
+}  // namespace LARKA

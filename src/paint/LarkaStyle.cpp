@@ -2,6 +2,8 @@
 
 #include <QStyleFactory>
 
+namespace LARKA {
+
 namespace {
 
 const int kScrollBarExtent = 10;
@@ -20,3 +22,5 @@ int LarkaStyle::pixelMetric(PixelMetric metric, const QStyleOption* option,
   if (metric == PM_ScrollBarExtent) return kScrollBarExtent;
   return QProxyStyle::pixelMetric(metric, option, widget);
 }
+
+}  // namespace LARKA

@@ -3,6 +3,8 @@
 
 #include <QProxyStyle>
 
+namespace LARKA {
+
 /// The toolkit's "cleanlooks" style ("fusion" where that isn't installed) with scroll bars thin
 /// enough for a television screen. Owned by the application once installed.
 class LarkaStyle : public QProxyStyle {
@@ -14,3 +16,5 @@ class LarkaStyle : public QProxyStyle {
   int pixelMetric(PixelMetric metric, const QStyleOption* option = nullptr,
                   const QWidget* widget = nullptr) const override;
 };
+
+}  // namespace LARKA

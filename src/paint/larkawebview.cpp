@@ -16,6 +16,8 @@
 #include "elements/WebElement.h"
 #include "host/HostEvents.h"
 
+namespace LARKA {
+
 namespace {
 
 const QImage::Format kImageFormat = QImage::Format_ARGB32_Premultiplied;
@@ -117,7 +119,7 @@ void LarkaWebView::paint(QPainter* painter, const QStyleOptionGraphicsItem* opti
 // compared with one of the whole page, and what is stale replaced.
 void LarkaWebView::repaintAtRest() {
   const qint64 left = kRestMilliseconds - m_lastPaint.elapsed();
-  if (left > 0 || !LARKA::engineUse().isIdle()) {
+  if (left > 0 || !engineUse().isIdle()) {
     m_restTimer.start(static_cast<int>(std::max<qint64>(left, 1)));
     return;
   }
@@ -223,7 +225,7 @@ void LarkaWebView::Navigate(const QUrl& url) { load(url); }
 // Transparent from the start: without `render` nothing else is ever painted there.
 void LarkaWebView::SetFullScreenElement(const QWebElement& element, bool render) {
   if (!element.isNull()) {
-    QSize size = LARKA::WebElement::currentGeometry(element).size();
+    QSize size = WebElement::currentGeometry(element).size();
     if (qint64(size.width()) * size.height() > kLargestElementPixels) size = QSize();
     m_fullScreenImage = std::make_unique<QImage>(size, kImageFormat);
     m_fullScreenImage->fill(0);
@@ -245,7 +247,7 @@ void LarkaWebView::SetFullScreenElement(const QWebElement& element, bool render)
 // Nobody could tell the host that it goes on looking at a page that is gone. An element that the
 // page doesn't show goes without a repaint, which is what the watch is for.
 void LarkaWebView::leaveFullScreenWithItsElement() {
-  if (!m_fullScreenElement.isNull() && !LARKA::WebElement::isInPage(m_fullScreenElement))
+  if (!m_fullScreenElement.isNull() && !WebElement::isInPage(m_fullScreenElement))
     SetFullScreenElement(QWebElement(), m_renderFullScreenElement);
 }
 
@@ -270,3 +272,5 @@ void LarkaWebView::keepPageFocused() {
 
 // The scene moves its focus from view to view; the pages must not notice.
 void LarkaWebView::focusOutEvent(QFocusEvent*) {}
+
+}  // namespace LARKA

@@ -13,6 +13,8 @@
 #include <memory>
 #include <vector>
 
+namespace LARKA {
+
 /// A page's place in the hidden scene. Whenever the scene's view repaints it, it paints what the
 /// page asked to have repainted into an image of its own, which the host reads, and says so with
 /// dirty(). Nothing is ever painted into the scene's view itself.
@@ -101,3 +103,5 @@ class LarkaWebView : public QGraphicsWebView {
   bool m_animating = false;
   QMutex m_mutex;
 };
+
+}  // namespace LARKA

@@ -14,6 +14,8 @@
 
 #include "larka/PannableView.h"
 
+namespace LARKA {
+
 namespace {
 
 const int kUpdateMilliseconds = 30;
@@ -355,6 +357,8 @@ void PannableViewPrivate::handOn(const QGraphicsSceneMouseEvent* event) {
   }
 }
 
+}  // namespace LARKA
+
 // PannableView.
 
 PannableView::PannableView(Qt::Orientations orientation, qreal width, qreal height,
@@ -366,7 +370,7 @@ PannableView::PannableView(Qt::Orientations orientation, qreal width, qreal heig
 }
 
 PannableView::PannableView(Qt::Orientations orientation, QGraphicsItem* parent)
-    : QGraphicsWidget(parent), d(new PannableViewPrivate(this, orientation)) {
+    : QGraphicsWidget(parent), d(new LARKA::PannableViewPrivate(this, orientation)) {
   setFlag(ItemClipsChildrenToShape);
 }
 

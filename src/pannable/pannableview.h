@@ -13,6 +13,8 @@ class PannableView;
 class QGraphicsItem;
 class QGraphicsSceneMouseEvent;
 
+namespace LARKA {
+
 class ContentLayout;
 
 /// What is moved, and holds the content.
@@ -90,3 +92,5 @@ class PannableViewPrivate : public QObject {
   bool m_pressedWhileScrolling = false;
   SwipeStyle m_swipeStyle = MostlyHorizontal;
 };
+
+}  // namespace LARKA

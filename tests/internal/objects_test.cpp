@@ -44,7 +44,7 @@ class ObjectsTest : public test::BrowserTest {
 };
 
 TEST_F(ObjectsTest, TheStyleHasThinScrollBarsAndIsOtherwiseItsBase) {
-  auto* style = qobject_cast<LarkaStyle*>(QApplication::style());
+  auto* style = qobject_cast<LARKA::LarkaStyle*>(QApplication::style());
   ASSERT_NE(style, nullptr);
   EXPECT_EQ(style->pixelMetric(QStyle::PM_ScrollBarExtent), 10);
   for (QStyle::PixelMetric metric : {QStyle::PM_ButtonMargin, QStyle::PM_ScrollBarSliderMin,
@@ -108,10 +108,10 @@ TEST_F(ObjectsTest, TheBrowsersSlotsKeepTheirOrder) {
     const QMetaObject* meta;
     std::vector<const char*> methods;
   } kOthers[] = {
-      {&LarkaJavaScriptObject::staticMetaObject,
+      {&LARKA::LarkaJavaScriptObject::staticMetaObject,
        {"executeInLarka(QString)", "executeMediaAction(QString)", "exec(QString)",
         "exec2(QString)"}},
-      {&LarkaWebView::staticMetaObject,
+      {&LARKA::LarkaWebView::staticMetaObject,
        {"dirty(QRect)", "AnimationFinished()", "LoadProgress(int)", "Update()"}},
       {&BrowserTimerQT::staticMetaObject, {"Fired()", "Dispose()"}},
   };
@@ -121,7 +121,7 @@ TEST_F(ObjectsTest, TheBrowsersSlotsKeepTheirOrder) {
                        .methodSignature()
                        .constData(),
                    other.methods[i]);
-  EXPECT_TRUE(LarkaJavaScriptObject(nullptr).exec2(QStringLiteral("x")).isNull());
+  EXPECT_TRUE(LARKA::LarkaJavaScriptObject(nullptr).exec2(QStringLiteral("x")).isNull());
 }
 
 TEST_F(ObjectsTest, ADoubleClickIsQuickAndAtOnePlace) {
@@ -278,7 +278,7 @@ TEST(NetworkAccessManagerTest, TheSlotsForMaintainersWriteWhatArrives) {
   static char program[] = "test", option[] = "-platform", offscreen[] = "offscreen";
   static char* arguments[] = {program, option, offscreen, nullptr};
   QApplication application(count, arguments);
-  NetworkAccessManager manager(nullptr);
+  LARKA::NetworkAccessManager manager(nullptr);
   QNetworkReply* reply =
       manager.get(QNetworkRequest(QUrl(QStringLiteral("data:text/plain,12345"))));
   EXPECT_EQ(reply->readBufferSize(), 20971520);
@@ -334,7 +334,7 @@ TEST_F(ObjectsTest, SlotsThatNothingIsConnectedToReachTheListeners) {
 TEST_F(ObjectsTest, FramesAreReportedAfterMoreThanTheInterval) {
   QMetaObject::invokeMethod(larka(), "tester");
   testing::internal::CaptureStderr();
-  FrameRate silent("silent", 0), loud("loud", 1);
+  LARKA::FrameRate silent("silent", 0), loud("loud", 1);
   const time_t started = time(nullptr);
   while (time(nullptr) - started < 3) {
     silent.Frame();
@@ -371,7 +371,7 @@ TEST_F(HostApplicationTest, KeepsItsApplicationAndGetsItsViewWithTheFirstBrowser
   host.manager->Initialize(0, nullptr);
   EXPECT_EQ(viewCount(), 0);
   EXPECT_EQ(application.applicationName(), QStringLiteral("TheHost"));
-  EXPECT_NE(qobject_cast<LarkaStyle*>(QApplication::style()), nullptr);
+  EXPECT_NE(qobject_cast<LARKA::LarkaStyle*>(QApplication::style()), nullptr);
   EXPECT_EQ(QPixmapCache::cacheLimit(), 51200);
   const QString path = LARKA::applicationSupportPath(QStringLiteral("cookies"));
   EXPECT_TRUE(path.endsWith(QStringLiteral("/TheHost/cookies"))) << path.toStdString();

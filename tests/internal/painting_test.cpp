@@ -23,7 +23,7 @@ const QPainter::RenderHints kHints =
 class PaintingTest : public test::BrowserTest {
  protected:
   LARKA::LarkaBrowser* larka() { return static_cast<LARKA::LarkaBrowser*>(browser); }
-  LarkaWebView* view() { return larka()->webView(); }
+  LARKA::LarkaWebView* view() { return larka()->webView(); }
 
   QImage pageImage() { return view()->hostImage()->copy(); }
 
@@ -140,7 +140,7 @@ TEST_F(PaintingTest, ARectangleThatComesAfterThePaintIsPaintedAllTheSame) {
   QSignalSpy dirty(view(), SIGNAL(dirty(QRect)));
   view()->hostImage()->fill(Qt::magenta);
   int noticesInPaint = -1;
-  QObject::connect(view(), &LarkaWebView::dirty, [&] { noticesInPaint = recorder.dirty; });
+  QObject::connect(view(), &LARKA::LarkaWebView::dirty, [&] { noticesInPaint = recorder.dirty; });
   const int notices = recorder.dirty;
   larka()->addRect(QRect(100, 40, 30, 20));
   drain();

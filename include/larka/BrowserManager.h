@@ -1,4 +1,4 @@
-// BrowserManager.h: the start and the end of the library, and of every browser.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "larka/Export.h"
@@ -9,70 +9,72 @@ namespace LARKA {
 class BrowserManagerPrivate;
 class ILarkaBrowser;
 
-/// Starts and stops the library, makes browsers and timers, and runs the event loop.
+/// Starts and stops the library, creates browsers and timers, and runs the event loop.
 ///
-/// A host constructs exactly one. Its life: construct, Initialize, create and destroy browsers and
-/// timers while driving the loop with PumpEvents or RunEventLoop, Shutdown, destroy. Everything
-/// happens on the thread that called Initialize; the library starts no threads of its own. Nothing
-/// here throws or reports errors; diagnostics go to the standard error stream.
+/// The host constructs exactly one, calls Initialize, creates and destroys browsers and timers
+/// while it drives the event loop with PumpEvents or RunEventLoop, calls Shutdown, and destroys it.
+/// Every call belongs on the thread that called Initialize; the library starts no threads of its
+/// own. Nothing here throws or reports errors; diagnostics go to the standard error stream.
 class LARKA_EXPORT BrowserManager {
  public:
   BrowserManager();
 
-  /// Destroys at once everything that the browsers share, if Shutdown did not.
+  /// Destroys at once everything that the browsers share, unless Shutdown already did.
   ~BrowserManager();
 
   BrowserManager(const BrowserManager&) = delete;
   BrowserManager& operator=(const BrowserManager&) = delete;
 
-  /// Starts the library: makes the toolkit's application object with these arguments, unless the
-  /// host made one before, and everything that the browsers share. `-platform offscreen` among the
-  /// arguments makes the library run without a display. `argv` and its texts must stay valid until
-  /// the process ends; arguments that the toolkit knows are removed from it.
+  /// Starts the library: creates Qt's application object with these arguments, unless the host has
+  /// created one, and everything that the browsers share. Pass `-platform offscreen` to run without
+  /// a display. `argv` and its strings must stay valid until the process ends; Qt removes the
+  /// arguments that it knows.
   ///
-  /// A host that brings its own application object must bring a QApplication, made on this thread,
-  /// and keep it until after Shutdown. Where it doesn't, or the process ends first, what the
-  /// browsers share is left to the process.
+  /// A host with an application object of its own must create it on this thread, as a QApplication,
+  /// and keep it until after Shutdown. If it doesn't, or if the process ends first, what the
+  /// browsers share is not destroyed.
   void Initialize(int argc, char** argv);
 
-  /// Stops the library and ends RunEventLoop. With `immediate` everything shared is destroyed at
-  /// once, otherwise by the next PumpEvents, at the end of the running RunEventLoop or with this
-  /// object, whichever comes first. Destroy the browsers before; one that is still alive stays safe
-  /// to destroy and can do nothing else. The application object stays. A second call does nothing
-  /// more.
+  /// Stops the library and ends RunEventLoop. With `immediate`, destroys everything shared at once;
+  /// otherwise the next PumpEvents, the end of the running RunEventLoop or the destructor does,
+  /// whichever comes first. Destroy all browsers before this call: one that is left can still be
+  /// destroyed safely, but does nothing else. Qt's application object stays. A second call has no
+  /// effect.
   void Shutdown(bool immediate);
 
-  /// Makes a browser. The caller gives it back with DestroyBrowser and calls
-  /// ILarkaBrowser::Initialize before it loads anything. Returns null before Initialize, after
-  /// Shutdown, and where the host's own application object is not a QApplication.
+  /// Creates a browser. Call ILarkaBrowser::Initialize on it before loading anything, and
+  /// DestroyBrowser when done. Returns null before Initialize, after Shutdown, and if the host's
+  /// application object is not a QApplication.
   ILarkaBrowser* CreateBrowser();
 
-  /// Destroys a browser made by CreateBrowser; null is ignored. With `immediate` it calls no
-  /// listener any more and is destroyed before the call returns or, inside an event that its page
-  /// waits for, when the page's script has ended. Otherwise it is destroyed by the next PumpEvents
-  /// or pass of RunEventLoop, but never while one of its callbacks is still running. An inspector
-  /// (ILarkaBrowser::LaunchInspector) is only shut down: it belongs to its browser.
+  /// Destroys a browser that CreateBrowser returned; ignores null.
+  ///
+  /// With `immediate`, the browser calls no listener any more and is destroyed before this returns
+  /// or, if its page script is waiting for a listener, as soon as that script has ended. Otherwise
+  /// the next PumpEvents or pass of RunEventLoop destroys it, but never while one of its callbacks
+  /// is running.
+  ///
+  /// An inspector (ILarkaBrowser::LaunchInspector) is only shut down, because its browser owns it.
   void DestroyBrowser(ILarkaBrowser* browser, bool immediate);
 
-  /// Makes a stopped timer: `callback` is called with it and `userData` every
-  /// `intervalMilliseconds` once it is started (at every pump with 0, never with less), or only
-  /// once for each start when `singleShot`. A null callback is not called. The caller gives the
-  /// timer back with DisposeTimer.
+  /// Creates a timer, stopped; give it back with DisposeTimer. Once started it calls `callback`,
+  /// unless that is null, with itself and `userData`: every `intervalMilliseconds`, or once per
+  /// start with `singleShot`. An interval of 0 fires at every pump, a negative one never.
   ITimer* CreateTimer(TimerCallback callback, int intervalMilliseconds, bool singleShot,
                       void* userData);
 
-  /// Gives a timer back; null is ignored. Nothing happens at once: the timer is destroyed from the
-  /// event loop, so that it may be disposed of inside its own callback, and one that is running may
-  /// fire once more before. Stop it first where that matters.
+  /// Gives a timer back; ignores null. The event loop destroys it later, so a timer may be disposed
+  /// of inside its own callback. A running timer may still fire once: stop it first if that
+  /// matters.
   void DisposeTimer(ITimer* timer);
 
-  /// Handles the events that are waiting, then carries out the deferred destructions, and returns.
-  /// It doesn't wait. May be called from inside a callback; nothing whose callback is still running
-  /// is destroyed then. A host with its own loop calls this at least as often as it shows pictures.
+  /// Handles the events that are waiting, then destroys what is due, and returns without waiting
+  /// for more. May be called inside a callback; it then destroys nothing whose callback is still
+  /// running. A host with its own loop calls this at least once per frame.
   void PumpEvents();
 
-  /// Handles events as they arrive, until Shutdown. Between events it sleeps; each initialised
-  /// browser wakes it about thirty times a second.
+  /// Handles events as they arrive, until Shutdown. Sleeps between events; each initialised browser
+  /// wakes it about thirty times a second.
   void RunEventLoop();
 
  private:

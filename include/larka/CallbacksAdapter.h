@@ -1,4 +1,4 @@
-// CallbacksAdapter.h: a listener that does nothing, to derive from.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <string>
@@ -7,9 +7,10 @@
 
 namespace LARKA {
 
-/// A listener with an empty body for every operation, so that a host overrides only the events it
-/// wants. Questions get the answer they have without a listener: "no", cancelled, no file. A
-/// download notice is passed on to the next listener.
+/// A listener that does nothing. Derive from it and override only the events you want.
+///
+/// It answers questions as if there were no listener: "no", cancelled, no file. It passes download
+/// notices on to the next listener.
 class CallbacksAdapter : public ILarkaCallbacks {
  public:
   void OnLoadStarted() override {}

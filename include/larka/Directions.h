@@ -1,4 +1,4 @@
-// Directions.h: the directions of a remote control's arrow keys.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 namespace LARKA {

@@ -1,6 +1,6 @@
-// Export.h: which names of the library its hosts can link against.
+// SPDX-License-Identifier: MIT
 #pragma once
 
-/// Marks a class or function of the public interface. Everything without the mark is hidden inside
-/// the shared library, so that the library's internal names never meet the host's.
+/// Marks a class or function that hosts can link against. The shared library hides everything else,
+/// so that its internal names never clash with the host's.
 #define LARKA_EXPORT __attribute__((visibility("default")))

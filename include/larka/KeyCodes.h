@@ -1,4 +1,4 @@
-// KeyCodes.h: the numbers of the keys and modifiers that a host sends.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 namespace LARKA {
@@ -6,27 +6,27 @@ namespace LARKA {
 /// A key for ILarkaBrowser::KeyDown and ILarkaBrowser::KeyUp. The numbers are part of the binary
 /// interface.
 ///
-/// Every other number up to 65535 stands for the character with that UTF-16 code: 'a' is 97, the
-/// space 32, the euro sign 8364; a character beyond U+FFFF takes two, one press each. It is typed.
-/// Of larger numbers the low 16 bits count.
+/// Any other number up to 65535 types the character with that UTF-16 code: 97 types "a", 8364 the
+/// euro sign. A character beyond U+FFFF takes two presses, one for each surrogate. Only the low 16
+/// bits of a larger number count.
 ///
-/// Page script sees the events of a US keyboard: a comma has the keyCode 188, a plus sign 187 and
-/// shift. Capital letters get no shift by themselves: send MODIFIER_LEFT_SHIFT too, or it looks
-/// like caps lock. Characters beyond ASCII have the keyCode 0. Only return, enter and keys that
-/// type a character have a keypress. The keypad types its digits and signs.
+/// Page script sees the events of a US keyboard: a comma has the keyCode 188, a plus sign has 187
+/// with shift. Capital letters don't imply shift: send MODIFIER_LEFT_SHIFT too, or the page takes
+/// them for caps lock. Characters beyond ASCII have the keyCode 0. Only return, enter and keys that
+/// type a character cause a keypress. The keypad types its digits and signs.
 ///
-/// The characters U+0100 to U+0119, among them d, e and c with a caron or an ogonek, have the
-/// numbers of keys and can't be sent: a d with a caron would send a form.
+/// The characters U+0100 to U+0119 (some letters with a caron or an ogonek) can't be sent, because
+/// keys have their numbers: a d with a caron would submit a form.
 enum KeyCode {
-  KEYCODE_BACKSPACE = 8,   ///< deletes before the caret
-  KEYCODE_TAB = 9,         ///< moves the focus on; with shift, back
+  KEYCODE_BACKSPACE = 8,   ///< deletes the character before the caret
+  KEYCODE_TAB = 9,         ///< moves the focus on, with shift back
   KEYCODE_LINE_FEED = 10,  ///< the same key as KEYCODE_RETURN
-  KEYCODE_RETURN = 13,     ///< follows a link, presses a button, sends a form, breaks a line
+  KEYCODE_RETURN = 13,     ///< follows a link, presses a button, submits a form, breaks a line
   KEYCODE_ESCAPE = 27,
-  KEYCODE_SPACE = 32,  ///< presses the button or toggles the box that has the focus
+  KEYCODE_SPACE = 32,  ///< presses the focused button, toggles the focused check box
   KEYCODE_0 = 48,      ///< the digits follow in order
   KEYCODE_9 = 57,
-  KEYCODE_DELETE = 127,    ///< deletes after the caret
+  KEYCODE_DELETE = 127,    ///< deletes the character after the caret
   KEYCODE_KEYPAD_0 = 256,  ///< the keypad's digits follow in order
   KEYCODE_KEYPAD_9 = 265,
   KEYCODE_KEYPAD_PERIOD = 266,
@@ -47,8 +47,8 @@ enum KeyCode {
   KEYCODE_PAGE_DOWN = 281
 };
 
-/// The modifier bits of ILarkaBrowser::KeyDown and ILarkaBrowser::KeyUp; they may be combined. Left
-/// and right mean the same to a page. All other bits are ignored.
+/// The modifier bits for ILarkaBrowser::KeyDown and ILarkaBrowser::KeyUp; combine them freely.
+/// Pages don't distinguish left from right. All other bits are ignored.
 enum KeyModifier {
   MODIFIER_LEFT_CONTROL = 0x01,
   MODIFIER_RIGHT_CONTROL = 0x02,

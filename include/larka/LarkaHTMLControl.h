@@ -1,4 +1,4 @@
-// LarkaHTMLControl.h: a handle to one element of a page.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <string>
@@ -10,81 +10,80 @@ namespace LARKA {
 
 class LarkaHTMLControlPrivate;
 
-/// A handle to one element of a page: reads it, gives it the focus, tells where it is. It is made
-/// by the library and handed to the host by value (ILarkaBrowser::HitTest), by reference
-/// (ILarkaCallbacks::OnMouseClick) or as heap objects that the host deletes
-/// (ILarkaBrowser::GetControls).
+/// A handle to one element of a page, to read, style, focus or locate it.
 ///
-/// Copies are cheap and share one record, which lives as long as any copy of the handle. A handle
-/// does not follow its page: once the page has been left, or its browser destroyed, it stays safe
-/// to use and describes nothing. A handle to nothing is of type CONTROL_UNKNOWN, reads as empty and
-/// false, and changes nothing. Use, copy and destroy handles only on the thread that pumps events.
+/// The library creates handles and passes them to the host by value (ILarkaBrowser::HitTest), by
+/// reference (ILarkaCallbacks::OnMouseClick) or as heap objects that the host deletes
+/// (ILarkaBrowser::GetControls). Copies are cheap: they share one record, which lives as long as
+/// the last of them. Use, copy and destroy handles only on the thread that pumps events.
+///
+/// A handle stays safe to use once its page has been left or its browser destroyed, but is empty
+/// then. An empty handle is of type CONTROL_UNKNOWN, reads as empty and false, and changes nothing.
 class LARKA_EXPORT LarkaHTMLControl {
  public:
-  /// A handle to no element.
+  /// Creates an empty handle.
   LarkaHTMLControl();
 
-  /// Wraps a record of the library. With `adopt` the handle takes over the caller's reference,
-  /// otherwise it adds one of its own. Not useful to a host: the record's type is internal.
+  /// Wraps a record. With `adopt` the handle takes over the caller's reference, otherwise it adds
+  /// one. For the library only: the record's type is internal.
   LarkaHTMLControl(LarkaHTMLControlPrivate* d, bool adopt);
 
   ///@{
-  /// Another handle to the same element, which shares the record.
+  /// Makes another handle to the same element.
   LarkaHTMLControl(const LarkaHTMLControl& other);
   LarkaHTMLControl& operator=(const LarkaHTMLControl& other);
   ///@}
   virtual ~LarkaHTMLControl();
 
-  /// The tag name that ILarkaBrowser::GetControls searches for a kind of control and, for an
-  /// `input`, the value of its type attribute. False for a kind that isn't searched for; `tag` then
-  /// stays as it was and `inputType` is empty.
+  /// Reads the tag name that ILarkaBrowser::GetControls searches for and, for an `input`, the value
+  /// of its type attribute (otherwise empty). Returns false for a kind that GetControls doesn't
+  /// search for; `tag` is then unchanged and `inputType` empty.
   static bool ConvertLarkaTypeToQTagAndType(ControlType type, std::string& tag,
                                             std::string& inputType);
 
-  /// What kind of control the element is. An `input` of an unknown type is CONTROL_TEXT, one of the
-  /// types "reset", "file", "image" and "button" is CONTROL_SUBMIT, as is a `button`.
+  /// Returns the kind of the element. An `input` of an unknown type is CONTROL_TEXT; one of type
+  /// "reset", "file", "image" or "button" is CONTROL_SUBMIT, and so is a `button`.
   ControlType GetControlType();
 
-  /// The computed value of a CSS property, for example "rgb(0, 0, 0)" for "color"; Latin-1. Empty
-  /// for a property that doesn't exist.
+  /// Returns the computed value of a CSS property, for example "rgb(0, 0, 0)" for "color", or an
+  /// empty string if there is no such property. Both strings are Latin-1.
   std::string GetStyleProperty(std::string name);
 
-  /// Sets a CSS property of the element itself, as its `style` attribute would. Both texts are
-  /// Latin-1. A value that makes no sense is ignored.
+  /// Sets a CSS property in the element's `style` attribute. Both strings are Latin-1. Ignores
+  /// invalid values.
   void SetStyleProperty(std::string name, std::string value);
 
-  /// Whether there is a link under the point of the hit test. Always false for handles that come
-  /// from elsewhere.
+  /// Returns whether there is a link at the point of the hit test. Always false for handles from
+  /// ILarkaBrowser::GetControls.
   bool IsClickable();
 
-  /// Where the element is in the page, in pixels at a zoom of 100 % from the page's top-left
-  /// corner, frames and their scrolling taken into account. For the place in the page image
-  /// subtract the viewport's position (ILarkaBrowser::GetViewPort) and multiply by the zoom factor.
-  /// Null pointers are skipped; an element that isn't laid out gives 0, 0, 0, 0.
+  /// Reads the element's position and size in the page, in pixels at a zoom of 100 % from the
+  /// page's top-left corner; frames and how far they are scrolled are taken into account. For the
+  /// position in the page image, subtract the viewport's (ILarkaBrowser::GetViewPort) and multiply
+  /// by the zoom factor. Pointers may be null. An element that isn't laid out gives 0, 0, 0, 0.
   void GetControlRect(int* x, int* y, int* width, int* height);
 
-  /// The element's id, UTF-8; empty without one.
+  /// Returns the element's id as UTF-8, or an empty string.
   std::string GetControlId();
 
-  /// What a control holds, UTF-8: the text of a field as it is now, the value of a select, the
-  /// `value` of any other element; empty without one.
+  /// Returns what the control holds, as UTF-8: the current text of a field, the value of a
+  /// `select`, the `value` of any other element; or an empty string.
   std::string GetControlText();
 
-  /// Puts the caret behind the last character of a text field, with nothing selected.
+  /// Places the caret after the last character of a text field and selects nothing.
   void SetCaretAtEndOfControl();
 
-  /// Whether a check box or radio button is on.
+  /// Returns whether a check box or radio button is on.
   bool IsControlSelected();
 
-  /// Gives the element the keyboard focus. An element that can't have it leaves the focus as it is.
+  /// Gives the element the keyboard focus. Does nothing if the element can't have it.
   void Focus();
 
-  /// Whether the element has the keyboard focus.
+  /// Returns whether the element has the keyboard focus.
   bool HasFocus();
 
-  /// A part of the page worth zooming to, in the coordinates of GetControlRect: the block around
-  /// the point of the hit test or, where there was none, 0, 0, 1024, 768. Null pointers are
-  /// skipped.
+  /// Reads a part of the page worth zooming to, in the coordinates of GetControlRect: the block
+  /// around the point of the hit test, or 0, 0, 1024, 768 if there is none. Pointers may be null.
   void GetZoomRect(int* x, int* y, int* width, int* height);
 
  private:

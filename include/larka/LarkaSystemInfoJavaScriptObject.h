@@ -1,5 +1,4 @@
-// LarkaSystemInfoJavaScriptObject.h: facts about the device, for page script.
-// Hosts that include it build with Qt5::Core.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QObject>
@@ -9,9 +8,11 @@
 
 struct SystemInfoData;
 
-/// Facts about the device as an object that a host can publish to the script of a page of its own
-/// (QWebFrame::addToJavaScriptWindowObject): script reads the properties and calls the slot. The
-/// library publishes none in its browsers. It belongs to its parent.
+/// Facts about the device, as an object that a host can publish to script in a QtWebKit page of its
+/// own (QWebFrame::addToJavaScriptWindowObject): script reads the properties and calls the slot.
+/// The library implements it, but publishes none in its browsers. The parent owns it.
+///
+/// Hosts that include this header build with Qt5::Core.
 class LARKA_EXPORT LarkaSystemInfoJavaScriptObject : public QObject {
   Q_OBJECT
   Q_PROPERTY(QString serialnumber READ serialnumber)
@@ -25,14 +26,14 @@ class LARKA_EXPORT LarkaSystemInfoJavaScriptObject : public QObject {
   Q_PROPERTY(QString debug_free READ debug_free)
 
  public:
-  /// Copies the texts of `infoData`, read as Latin-1; the fields `resolution` and `network` are
-  /// read as decimal numbers as far as they are one (720 from "720p"), else as 0. Without a record
-  /// it says so on the standard error stream, the texts are null and the two numbers 0.
+  /// Copies the strings of `infoData`, read as Latin-1, except `resolution` and `network`, which
+  /// are read as decimal numbers: 720 from "720p", 0 if there is no number. If `infoData` is null,
+  /// writes a line to the standard error stream; the strings are then null and both numbers 0.
   LarkaSystemInfoJavaScriptObject(QObject* parent, SystemInfoData* infoData);
   ~LarkaSystemInfoJavaScriptObject() override;
 
   ///@{
-  /// The facts, as script reads them; the two numbers as decimal text.
+  /// Return the facts as script reads them, the two numbers as decimal text.
   QString serialnumber() const;
   QString productname() const;
   QString firmwareversion() const;
@@ -45,7 +46,7 @@ class LARKA_EXPORT LarkaSystemInfoJavaScriptObject : public QObject {
   ///@}
 
  public slots:
-  /// Writes a line with `str`, as UTF-8, to the standard error stream.
+  /// Writes `str` to the standard error stream, as a line of UTF-8.
   void printDebug(const QString& str);
 
  private:

@@ -1,5 +1,4 @@
-// LarkaWidget.h: the widget class behind the library's hidden view.
-// Hosts that include it build with Qt5::Widgets.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QWidget>
@@ -8,9 +7,11 @@
 
 namespace LARKA {
 
-/// The viewport of the hidden view that paints the pages: a plain widget under a name of its own,
-/// so that a host that walks the toolkit's widgets can tell the library's viewport from its own
-/// widgets.
+/// The viewport of the hidden view that paints the pages. It is a plain widget with a class of its
+/// own, so that a host that walks through Qt's widgets can recognise the library's. The library
+/// creates and destroys it.
+///
+/// Hosts that include this header build with Qt5::Widgets.
 class LARKA_EXPORT LarkaWidget : public QWidget {
  public:
   using QWidget::QWidget;

@@ -1,5 +1,4 @@
-// PannableView.h: a view in a graphics scene that is dragged, flung and tapped.
-// Hosts that include it build with Qt5::Widgets.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QGraphicsWidget>
@@ -13,73 +12,80 @@ namespace LARKA {
 class PannableViewPrivate;
 }
 
-/// Shows a part of a larger widget, which the user drags with the pointer's left button: a quick
-/// release keeps it gliding with friction, what is dragged or glides past an edge springs back, and
-/// a short click goes through to the content as a tap. For a host's own graphics scenes; the
-/// library makes none. It belongs to its parent item, or to whoever made it.
+/// A view that shows a part of a larger widget and lets the user drag, fling and tap it with the
+/// pointer's left button. After a quick release the content glides on with friction; content that
+/// passes an edge springs back; a short click reaches the content as a tap.
+///
+/// The library implements it for the host's own graphics scenes, and creates none itself. Its
+/// parent item owns it or, without a parent, whoever created it. Use it on the thread of the scene.
 ///
 /// Positions are pixels of the view. The content's position is that of its top left in the view: 0
-/// at the beginning, negative further on. The content's size is read again at each press; a
+/// at the start, negative further on. The view reads the content's size again at each press. A
 /// disabled direction never moves.
 ///
-/// Mouse presses go to this view, never to the content underneath: what a tap hits gets a press and
-/// a release of its own, in its own coordinates. (So a view within a view can be tapped, not
-/// dragged.) All other events are left to the scene.
+/// Mouse presses go to this view, never to the content underneath. Instead, each item that a tap
+/// hits gets a press and a release in its own coordinates. (So a view inside a view can be tapped,
+/// but not dragged.) All other events are left to the scene.
+///
+/// Hosts that include this header build with Qt5::Widgets.
 class LARKA_EXPORT PannableView : public QGraphicsWidget {
   Q_OBJECT
 
  public:
-  /// A view of a fixed size.
+  /// Creates a view of a fixed size.
   PannableView(Qt::Orientations orientation, qreal width, qreal height, QGraphicsItem* parent);
 
-  /// A view that is sized like any other graphics widget. `orientation`: the directions in which it
-  /// can be panned, one or both.
+  /// Creates a view that is sized like any other graphics widget. `orientation` is the direction
+  /// in which it can be panned, or both.
   PannableView(Qt::Orientations orientation, QGraphicsItem* parent);
 
   ~PannableView() override;
 
-  /// Shows `widget`, at its preferred size or the size that it was resized to, whichever is larger,
-  /// and takes it over as a child. Null shows nothing. What was shown before leaves the scene and
-  /// belongs to the caller again. Ends glides and moves, unless `widget` is shown already; another
-  /// widget begins at its beginning.
+  /// Shows `widget`, at its preferred size or the size that the host gave it, whichever is larger,
+  /// and takes ownership. Null shows nothing. The previous content leaves the scene and belongs to
+  /// the caller again.
+  ///
+  /// Ends glides and moves, unless `widget` is shown already. Other content begins at its start.
   void setWidget(QGraphicsWidget* widget);
 
-  /// Whether the content is gliding. Springing back, and moving to an item, are no gliding.
+  /// Returns whether the content is gliding. Springing back and moving to an item don't count.
   bool isScrolling() const;
 
-  /// Puts the content at its beginning, at once and without posChanged.
+  /// Places the content at its start, at once and without posChanged.
   void moveToBegin();
 
-  /// Puts the content's top left at the distance that it is larger than the view, to the right of
-  /// and below the view's: hosts that use it know that this is no mirror image of moveToBegin.
+  /// Places the content's top left at +(content size - view size), at once and without posChanged.
+  /// That is to the right of and below the view's top left, not the content's end; hosts rely on
+  /// it.
   void moveToEnd();
 
-  /// Moves the content within 0.8 s so that `item` is in the middle, past the content's edges where
-  /// it takes that, judged by the item's position in its parent. Does nothing for an item that
-  /// isn't in this view's scene, which may be one that was deleted.
+  /// Moves the content within 0.8 s so that `item` is in the middle of the view, past the content's
+  /// edges if necessary. Goes by the item's position in its parent. Does nothing if `item` is not
+  /// in this view's scene; it may be a pointer to a deleted item.
   void moveToItem(QGraphicsItem* item);
 
-  /// Is remembered, and without effect.
-  void enableContinuousScrolling(bool enable);
-  /// Is remembered, and without effect.
-  void enableScrollIndicator(bool enable);
-
-  /// The directions in which the content can be panned.
+  /// Returns the directions in which the content can be panned.
   Qt::Orientations orientation() const;
 
-  /// Sets them, from the next event on.
+  /// Sets the directions in which the content can be panned, from the next event on.
   void setOrientation(Qt::Orientations orientation);
 
+  ///@{
+  /// Kept for the contract: has no effect.
+  void enableContinuousScrolling(bool enable);
+  void enableScrollIndicator(bool enable);
+  ///@}
+
  signals:
-  /// The content has moved by itself; dragging is not told. `visible` is the part of the content
-  /// that the view shows. The view must not be deleted in it, but with deleteLater.
+  /// Emitted when the content has moved by itself, not while it is dragged. `visible` is the part
+  /// of the content that the view shows. Don't delete the view in a slot; use deleteLater.
   void posChanged(const QRectF& visible);
 
-  /// The view was clicked at `position`, after the items there have got the click.
+  /// Emitted when the view was tapped at `position`, after the items there have received the tap.
   void tapped(const QPointF& position);
 
  protected:
-  /// Takes the left button's press and release and the moves in between; all else is left alone.
+  /// Handles the left button's press and release and the moves in between, and nothing else.
   bool sceneEvent(QEvent* event) override;
 
  private:

@@ -1,5 +1,4 @@
-// RepaintCollector.h: gathers rectangles and tells when there is something new.
-// Hosts that include it build with Qt5::Gui.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QObject>
@@ -8,22 +7,24 @@
 
 #include "larka/Export.h"
 
-/// Collects the rectangles it is given into one region, for hosts that gather repaints of their
-/// own. The library makes none. It belongs to its parent.
+/// Collects rectangles into one region, for hosts that gather repaints of their own. The library
+/// implements it, but creates none. The parent owns it.
+///
+/// Hosts that include this header build with Qt5::Gui.
 class LARKA_EXPORT RepaintCollector : public QObject {
   Q_OBJECT
 
  public:
-  /// An empty region.
+  /// Creates a collector with an empty region.
   explicit RepaintCollector(QObject* parent);
   ~RepaintCollector() override;
 
  signals:
-  /// The collected region grew.
+  /// Emitted when the region has grown.
   void changed();
 
  public slots:
-  /// Adds a rectangle; one that the region covers already, or an empty one, changes nothing.
+  /// Adds a rectangle. Does nothing if it is empty, or if the region covers it already.
   void addRect(const QRect& r);
 
  private:

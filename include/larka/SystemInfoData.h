@@ -1,12 +1,12 @@
-// SystemInfoData.h: what the host says of the device it runs on.
+// SPDX-License-Identifier: MIT
 #pragma once
 
-/// Facts about the device, as NUL-terminated text. The host owns the record and its texts; the
-/// library reads them only during the call they are passed to. The order of the fields is part of
-/// the binary interface.
+/// Facts about the device that the host runs on, as NUL-terminated Latin-1. The host owns the
+/// record and its strings; the library reads them only during the call that they are passed to. The
+/// order of the fields is part of the binary interface.
 struct SystemInfoData {
   ///@{
-  /// A fact of this name; null where there is none.
+  /// The fact of this name, or null.
   const char* serialNumber;
   const char* productName;
   const char* firmwareVersion;
@@ -15,7 +15,7 @@ struct SystemInfoData {
   const char* resolution;  ///< decimal text, such as "720"; never null
   const char* network;     ///< decimal text; never null
   ///@{
-  /// A fact of this name; null where there is none.
+  /// The fact of this name, or null.
   const char* techPlatform;
   const char* secureSerialNumber;
   const char* debugFree;

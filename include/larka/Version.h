@@ -1,17 +1,18 @@
-// Version.h: the version of these headers.
+// SPDX-License-Identifier: MIT
 #pragma once
 
-/// The version as numbers. A new major version breaks hosts that were built before; a new minor
-/// version only adds.
+/// The version of these headers as numbers. A new major version breaks hosts that were built
+/// before; a new minor version only adds.
 #define LARKA_VERSION_MAJOR 1
 #define LARKA_VERSION_MINOR 1
 #define LARKA_VERSION_PATCH 0
 
-/// The version as one number that grows: `#if LARKA_VERSION >= LARKA_VERSION_CHECK(1, 2, 0)`.
+/// The version as one number, for comparison:
+/// `#if LARKA_VERSION >= LARKA_VERSION_CHECK(1, 2, 0)`.
 #define LARKA_VERSION \
   LARKA_VERSION_CHECK(LARKA_VERSION_MAJOR, LARKA_VERSION_MINOR, LARKA_VERSION_PATCH)
 
-/// The number of any version, for comparison with LARKA_VERSION.
+/// The number of a version, for comparison with LARKA_VERSION.
 #define LARKA_VERSION_CHECK(major, minor, patch) ((major) << 16 | (minor) << 8 | (patch))
 
 /// The version as text.

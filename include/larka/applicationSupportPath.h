@@ -1,5 +1,4 @@
-// applicationSupportPath.h: where the library keeps its files.
-// Hosts that include it build with Qt5::Core.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QString>
@@ -8,11 +7,15 @@
 
 namespace LARKA {
 
-/// The path of the item `name` in the application's data directory. The directory is the toolkit's
-/// per-user data location of the running application or, where there is none, a hidden directory
-/// named after the application in the home directory. It is created, with its parents, if it is
-/// missing; the item itself is not. Where the directory can't be created the path is returned all
-/// the same.
+/// Returns the path of the item `name` in the application's data directory, where the library keeps
+/// its files.
+///
+/// The directory is Qt's per-user data location of the running application
+/// (QStandardPaths::AppLocalDataLocation) or, if there is none, a hidden directory in the home
+/// directory with the application's name. It is created, with its parents, if it is missing; the
+/// item itself is not. The path is returned even if the directory can't be created.
+///
+/// Hosts that include this header build with Qt5::Core.
 LARKA_EXPORT QString applicationSupportPath(const QString& name);
 
 }  // namespace LARKA

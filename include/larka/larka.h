@@ -1,4 +1,5 @@
-// larka.h: the whole public interface that needs no toolkit headers.
+// SPDX-License-Identifier: MIT
+// The whole public interface, but for the headers that need Qt's.
 #pragma once
 
 #include "larka/BrowserManager.h"

@@ -11,7 +11,8 @@ namespace LARKA {
 
 namespace {
 
-// To script, `typeof document.all` is "undefined".
+// Turns objects other than dates into empty strings. Compares with undefined instead of using
+// typeof, because `typeof document.all` is "undefined", too.
 const char kWithoutObjects[] =
     "(function(value) {"
     "  switch (typeof value) { case 'string': case 'number': case 'boolean': return value; }"
@@ -24,7 +25,8 @@ QString quoted(const QString& text) {
   return QString::fromUtf8(list.toJson(QJsonDocument::Compact)) + QLatin1String("[0]");
 }
 
-// A page's security policy may forbid it, and what it declares would not outlive it.
+// Returns false if the page's security policy forbids eval(), or if the script declares something,
+// which would not outlive the eval().
 bool canBeEvaluated(QWebElement element, const QString& script) {
   static const QRegularExpression declaration(QStringLiteral("\\b(let|const|class)\\b|use strict"));
   if (script.contains(declaration)) return false;

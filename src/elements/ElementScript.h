@@ -1,4 +1,4 @@
-// ElementScript.h: script on an element, for the handles.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QString>
@@ -8,17 +8,17 @@ class QWebElement;
 
 namespace LARKA {
 
-// QtWebKit converts the value of a script into a QVariant, and for an object all that can be
-// reached from it: from `window` or an element that is the whole page, which takes seconds. So the
-// scripts here have no object as their value.
+// QtWebKit converts the value of a script into a QVariant, and an object together with everything
+// that can be reached from it. For `window` or an element, that is the whole page and takes
+// seconds. So the scripts here never return objects.
 
-/// Runs a statement on `element` for its effect.
+/// Runs a statement with `element` as `this`, for its effect.
 void runOn(QWebElement element, const QString& statement);
 
-/// The value of an expression of one line. An object counts as the empty text.
+/// Returns the value of a one-line expression; an empty string for an object other than a date.
 QVariant valueOn(QWebElement element, const QString& expression);
 
-/// The value of any script as text; empty for an object other than a date.
+/// Returns the value of any script as text; an empty string for an object other than a date.
 QString resultOn(QWebElement element, const QString& script);
 
 }  // namespace LARKA

@@ -16,7 +16,7 @@ namespace {
 
 const QRect kWholeScreen(0, 0, 1024, 768);
 
-/// What is searched for a kind of control.
+/// What GetControls searches for a kind of control.
 struct SearchedTag {
   ControlType type;
   const char* tag;
@@ -38,7 +38,7 @@ const SearchedTag kSearchedTags[] = {
     {CONTROL_DIV, "div", ""},
 };
 
-/// What a tag name, or the type of an input, is recognised as.
+/// What GetControlType makes of a tag name, or of the type of an input.
 struct RecognisedName {
   const char* name;
   ControlType type;
@@ -143,7 +143,7 @@ std::string LarkaHTMLControl::GetControlText() {
                                : value.toString());
 }
 
-// The length is that of the UTF-8 text, which the page cuts to the number of characters.
+// The UTF-8 text may have more bytes than characters; the page clamps the position.
 void LarkaHTMLControl::SetCaretAtEndOfControl() {
   const QString end = QString::number(GetControlText().size());
   runOn(d->element(), QStringLiteral("this.selectionStart=") + end);
@@ -156,8 +156,7 @@ bool LarkaHTMLControl::IsControlSelected() {
                           : checked.toBool();
 }
 
-// The engine's own way leaves the caret, and the frame that gets the keys, where they were; the
-// script's way takes them along.
+// QWebElement::setFocus doesn't move the caret, or the focus between frames; focus() does.
 void LarkaHTMLControl::Focus() {
   const EngineCall call;
   runOn(d->element(), QStringLiteral("this.focus()"));

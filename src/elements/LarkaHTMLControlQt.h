@@ -1,4 +1,4 @@
-// LarkaHTMLControlQt.h: the record behind LarkaHTMLControl.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QWebElement>
@@ -10,6 +10,7 @@
 
 namespace LARKA {
 
+/// The record behind a LarkaHTMLControl.
 class LarkaHTMLControlPrivate : public SharedRecord, public WebElement {
  public:
   LarkaHTMLControlPrivate() = default;

@@ -22,8 +22,6 @@ QString computedStyle(const QWebElement& element, const char* property) {
 
 }  // namespace
 
-bool LarkaPluginWidgetPrivate::isInsideBrowserImage(const QRect&) { return true; }
-
 LarkaPluginWidget::LarkaPluginWidget() : d(new LarkaPluginWidgetPrivate) {}
 
 LarkaPluginWidget::LarkaPluginWidget(LarkaPluginWidgetPrivate* d, bool adopt)
@@ -41,7 +39,7 @@ LarkaPluginWidget::~LarkaPluginWidget() { release(d); }
 
 void* LarkaPluginWidget::GetHandle() { return d->handle; }
 
-// Where it is.
+// Position.
 
 int LarkaPluginWidget::GetX() { return d->mapToPage(d->currentGeometry()).left(); }
 
@@ -62,7 +60,7 @@ bool LarkaPluginWidget::IsVisible() {
   return computedStyle(element, "visibility") != QLatin1String("hidden");
 }
 
-// What it is.
+// Attributes and script.
 
 std::string LarkaPluginWidget::GetMimeType() { return GetAttribute("type"); }
 
@@ -88,7 +86,44 @@ std::string LarkaPluginWidget::ExecuteJS(const char* script) {
   return resultOn(d->element(), fromHost(script)).toLatin1().toStdString();
 }
 
-// Its pixels.
+// The host's user data.
+
+void LarkaPluginWidget::SetUserData(void* data) { d->userData = data; }
+
+void* LarkaPluginWidget::GetUserData() { return d->userData; }
+
+// Focus and full screen.
+
+// Script first, because it also moves the focus between frames. If the main frame didn't take the
+// focus, the element would keep the focus within its document.
+void LarkaPluginWidget::SetFocus(bool focus) {
+  const EngineCall call;
+  QWebElement element = d->element();
+  if (focus) {
+    runOn(element, QStringLiteral("this.focus()"));
+    element.setFocus();
+    return;
+  }
+  runOn(element, QStringLiteral("this.blur()"));
+  if (const QWebFrame* frame = element.webFrame()) {
+    frame->page()->mainFrame()->setFocus();
+  }
+}
+
+bool LarkaPluginWidget::IsFullScreen() const { return d->fullScreen; }
+
+// A plug-in that is gone has nothing to show, and must not end the full screen of another.
+void LarkaPluginWidget::SetFullScreen(bool fullScreen, bool flag, bool) {
+  d->fullScreen = fullScreen;
+  const QWebElement element = d->element();
+  if (d->showFullScreen && WebElement::isInPage(element))
+    d->showFullScreen(fullScreen ? element : QWebElement(), flag);
+}
+
+// Kept for the contract; nothing here is used. No plug-in of a page has an image, and the host's
+// input reaches plug-ins through the browser.
+
+bool LarkaPluginWidgetPrivate::isInsideBrowserImage(const QRect&) { return true; }
 
 int LarkaPluginWidget::GetStride() { return d->image ? d->image->bytesPerLine() : 0; }
 
@@ -121,42 +156,6 @@ unsigned int LarkaPluginWidget::GetPixelRGBA(int x, int y) {
 bool LarkaPluginWidget::IsDirty() { return true; }
 
 void LarkaPluginWidget::Dump() {}
-
-// What the host keeps with it.
-
-void LarkaPluginWidget::SetUserData(void* data) { d->userData = data; }
-
-void* LarkaPluginWidget::GetUserData() { return d->userData; }
-
-// Focus and full screen.
-
-// Script first: it takes the frame that gets the keys along. Without a focus of its own the main
-// frame would leave the element the focus that it has in its document.
-void LarkaPluginWidget::SetFocus(bool focus) {
-  const EngineCall call;
-  QWebElement element = d->element();
-  if (focus) {
-    runOn(element, QStringLiteral("this.focus()"));
-    element.setFocus();
-    return;
-  }
-  runOn(element, QStringLiteral("this.blur()"));
-  if (const QWebFrame* frame = element.webFrame()) {
-    frame->page()->mainFrame()->setFocus();
-  }
-}
-
-bool LarkaPluginWidget::IsFullScreen() const { return d->fullScreen; }
-
-// One that is gone has nothing to show, and must not end what another one shows.
-void LarkaPluginWidget::SetFullScreen(bool fullScreen, bool flag, bool) {
-  d->fullScreen = fullScreen;
-  const QWebElement element = d->element();
-  if (d->showFullScreen && WebElement::isInPage(element))
-    d->showFullScreen(fullScreen ? element : QWebElement(), flag);
-}
-
-// A plug-in gets its input through its browser; these do nothing, on purpose.
 
 void LarkaPluginWidget::MouseMove(int, int, int) {}
 void LarkaPluginWidget::MouseDown(int, int, int) {}

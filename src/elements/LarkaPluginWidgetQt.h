@@ -1,4 +1,4 @@
-// LarkaPluginWidgetQt.h: the record behind LarkaPluginWidget.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QImage>
@@ -14,26 +14,31 @@
 
 namespace LARKA {
 
+/// The record behind a LarkaPluginWidget.
 class LarkaPluginWidgetPrivate : public SharedRecord, public WebElement {
  public:
-  /// Shows an element in place of the page, or none; the flag says whether its pixels are painted.
+  /// Shows an element in place of the page, or the page for a null element. The flag says whether
+  /// to paint the element's pixels.
   using ShowFullScreen = std::function<void(const QWebElement&, bool)>;
 
   LarkaPluginWidgetPrivate() = default;
   LarkaPluginWidgetPrivate(const QWebElement& element, ShowFullScreen showFullScreen, void* handle)
       : WebElement(element), showFullScreen(std::move(showFullScreen)), handle(handle) {}
 
-  /// The record that `plugin` shares.
+  /// Returns the record of `plugin`.
   static LarkaPluginWidgetPrivate* of(const LarkaPluginWidget& plugin) { return plugin.d; }
-
-  /// Whether the image holds all of `rect`. Taken for granted: the image is that of the page.
-  static bool isInsideBrowserImage(const QRect& rect);
 
   ShowFullScreen showFullScreen;  // empty without a browser
   bool fullScreen = false;
   void* handle = nullptr;
   void* userData = nullptr;
-  QSharedPointer<QImage> image;  // of the browser; null, as the library paints no plug-ins
+
+  // Kept for the contract; nothing here is used.
+
+  /// Returns true, for any rectangle.
+  static bool isInsideBrowserImage(const QRect& rect);
+
+  QSharedPointer<QImage> image;  // always null
 };
 
 }  // namespace LARKA

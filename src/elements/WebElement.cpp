@@ -8,8 +8,8 @@
 
 namespace LARKA {
 
-// A page that the engine keeps for going back to still has its frames; what it lost is its place in
-// the main frame, or its frames their place among the children of their parents.
+// A page in QtWebKit's page cache still has its frames. But the main frame has another document, or
+// the frames are no longer among the children of their parents.
 QWebElement WebElement::ifOnPage(const QWebElement& element) {
   QWebFrame* frame = element.webFrame();
   if (!frame || !frame->page() || element.document() != frame->documentElement())
@@ -28,8 +28,8 @@ bool WebElement::isInPage(const QWebElement& element) {
   return !root.isNull() && ancestor == root;
 }
 
-// What depends on the layout can't be told without one. Unlike script that reads an element's size
-// this can't be overheard by the page; but the roots of plain XML have no style.
+// Reading the computed width makes QtWebKit lay the page out. Page script can't notice that, unlike
+// script that reads an element's size; but the roots of plain XML have no computed style.
 QRect WebElement::currentGeometry(QWebElement element) {
   const QString width = QStringLiteral("width");
   if (element.document().styleProperty(width, QWebElement::ComputedStyle).isNull())

@@ -1,4 +1,4 @@
-// WebElement.h: from an element's own frame to the page and the viewport.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QRect>
@@ -6,7 +6,8 @@
 
 namespace LARKA {
 
-/// An element, and the way from the coordinates of its frame's contents to those of the whole page.
+/// An element, and the mapping from the coordinates of its frame's contents to those of the page
+/// and the view.
 class WebElement {
  public:
   enum Target {
@@ -16,39 +17,45 @@ class WebElement {
 
   explicit WebElement(const QWebElement& element = QWebElement()) : m_element(element) {}
 
-  /// Maps a rectangle in the coordinates of the frame's contents, as the engine gives them, to
-  /// those of `target` at a zoom of 100 %. Without an element it comes back as it is.
+  /// Maps a rectangle from the coordinates of the frame's contents, which QtWebKit uses, to those
+  /// of `target` at a zoom of 100 %. Returns it unchanged if there is no element.
   QRect mapTo(Target target, const QRect& rect) const;
   QRect mapToPage(const QRect& rect) const { return mapTo(Page, rect); }
-  QRect mapToViewport(const QRect& rect) const { return mapTo(Viewport, rect); }
 
-  /// Where the element is in the coordinates of its frame's contents, after a layout: the engine
-  /// alone gives the geometry of its last one. An empty rectangle once the page has been left.
+  /// Returns the element's rectangle in the coordinates of its frame's contents, after laying the
+  /// page out (QWebElement::geometry() alone is that of the last layout). Empty once the page has
+  /// been left.
   QRect currentGeometry() const;
 
-  /// Where the engine painted the element last, in pixels of the view; empty where its frames, or
-  /// the view, don't show it.
+  /// Returns where QtWebKit last painted the element, in pixels of the view; empty if its frames or
+  /// the view don't show it.
   QRect paintedRect() const;
 
-  /// The element; null once its page has been left. (It is there again when history comes back to
-  /// the page while the engine still keeps it.)
+  /// Returns the element; null once its page has been left. (It is there again if the history
+  /// returns to the page while it is in QtWebKit's page cache.)
   QWebElement element() const { return ifOnPage(m_element); }
 
-  /// `element`, or none where its page has been left. The engine keeps pages for going back to, and
-  /// would go on to answer for their elements.
+  /// Returns `element`, or a null element if its page has been left: the page may be in QtWebKit's
+  /// page cache, where its elements still answer.
   static QWebElement ifOnPage(const QWebElement& element);
 
-  /// Whether `element` is part of a page, and of what that shows; script may have taken it out.
+  /// Returns whether `element` is in the document of a page that hasn't been left; script may have
+  /// removed it.
   static bool isInPage(const QWebElement& element);
 
-  /// currentGeometry() of any element.
+  /// Returns the same rectangle as currentGeometry(), of any element.
   static QRect currentGeometry(QWebElement element);
+
+  // Kept for the contract; no element of a page uses it.
+
+  QRect mapToViewport(const QRect& rect) const { return mapTo(Viewport, rect); }
 
  private:
   QWebElement m_element;
 };
 
-/// From the first pixel to the last; modulo 2^32, as at a zoom of nearly nothing a page is endless.
+/// Returns the size from the first to the last pixel, modulo 2^32: at a tiny zoom the coordinates
+/// of a page reach the limits of an int.
 QSize extent(const QRect& rect);
 
 }  // namespace LARKA

@@ -16,15 +16,16 @@ namespace {
 const int kSaveAfterMilliseconds = 2000;
 const qint64 kSaveAtOnceAfterMilliseconds = 10000;
 
-// A full store of the largest cookies takes 12 MiB. What is beyond this counts as cut off.
+// load() reads no more than this. A full store of the largest cookies takes 12 MiB.
 const qint64 kLargestFile = 32 << 20;
 
 bool writeAt(QFile* file, qint64 offset, const QByteArray& bytes) {
   return file->seek(offset) && file->write(bytes) == bytes.size() && fsync(file->handle()) == 0;
 }
 
-/// Writes over a file that no new one can replace. Leaves it alone if there is no room. Until the
-/// end its header is blank, so that a part is never taken for a whole cookie file.
+/// Overwrites a file that can't be replaced by a new one; leaves it alone if there is no room. The
+/// header stays blank until the rest is written, so that a half-written file never reads as a whole
+/// one.
 void writeOver(const QString& fileName, const QByteArray& state) {
   const int kHeader = 8;
   QFile file(fileName);
@@ -67,19 +68,19 @@ CookieJar::~CookieJar() {
 
 void CookieJar::load() {
   QFile file(m_fileName);
-  if (!QFileInfo(file).isFile()) return;  // a pipe would be waited for
+  if (!QFileInfo(file).isFile()) return;  // opening a pipe would block
   if (file.open(QIODevice::ReadOnly)) restoreState(file.read(kLargestFile));
 }
 
 void CookieJar::save() {
   m_firstChange.invalidate();
   const QFileInfo info(m_fileName);
-  if (info.exists() && !info.isFile()) return;  // a device would be replaced by a file
+  if (info.exists() && !info.isFile()) return;  // don't replace a device
   const QByteArray state = saveState();
   QSaveFile file(m_fileName);
   if (file.open(QIODevice::WriteOnly)) {
     file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
-    // commit() alone takes a file that could only be written in part.
+    // commit() alone accepts a file of which only a part could be written.
     if (file.write(state) == state.size() && file.flush()) file.commit();
   }
   const bool replaceable =

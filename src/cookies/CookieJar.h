@@ -1,4 +1,4 @@
-// CookieJar.h: cookies that outlive the process.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QElapsedTimer>
@@ -11,8 +11,8 @@ class QTimer;
 
 namespace LARKA {
 
-/// A cookie store in a file: read when it is made, written 2 s after the last of a burst of changes
-/// (and about every 10 s while they go on), and once more, without session cookies, at its end.
+/// A cookie store in a file. It is read at construction and written 2 s after the last of a burst
+/// of changes, about every 10 s while changes go on, and, without session cookies, at destruction.
 class CookieJar : public NetworkCookieJar {
   Q_OBJECT
 
@@ -20,8 +20,8 @@ class CookieJar : public NetworkCookieJar {
   CookieJar(const QString& fileName, QObject* parent);
   ~CookieJar() override;
 
-  /// Writes every store that there is as at its end. For the end of a process, which may leave
-  /// stores undestroyed.
+  /// Writes every store as its destructor would. For the end of a process, which may not destroy
+  /// them.
   static void endAll();
 
   bool setCookiesFromUrl(const QList<QNetworkCookie>& cookies, const QUrl& url) override;
@@ -30,12 +30,13 @@ class CookieJar : public NetworkCookieJar {
   void changed();
 
  public slots:
-  /// Replaces the store by what the file holds. A file that is missing or no cookie file changes
-  /// nothing.
+  /// Replaces the store with the contents of the file. Does nothing if the file is missing or not a
+  /// cookie file.
   void load();
 
-  /// Writes the file, readable by its owner alone. At any time it is the old one or the new one,
-  /// except where it can only be written over: there it is no cookie file until it is complete.
+  /// Writes the file, readable by its owner alone. At any time it is either the old or the new
+  /// file, unless it can only be overwritten: then it is not a valid cookie file until it is
+  /// complete.
   void save();
 
   /// Removes every cookie.
@@ -46,7 +47,7 @@ class CookieJar : public NetworkCookieJar {
 
   static QList<CookieJar*> s_living;
 
-  QElapsedTimer m_firstChange;  // since the last save; invalid when there is none
+  QElapsedTimer m_firstChange;  // since the first change after a save; invalid if none
   QTimer* m_saveTimer;
   QString m_fileName;
 };

@@ -1,4 +1,4 @@
-// Trie.h: cookies by the labels of their domain.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QDataStream>
@@ -9,10 +9,11 @@
 
 namespace LARKA {
 
-/// A tree of values, found by paths. A path is walked from its last element to its first, so that
-/// for the labels of a host the top-level domain comes first.
+/// A tree of values with string paths, used for cookies by the labels of their domain. Paths are
+/// walked from their last element to their first, so the children of the root are the top-level
+/// domains.
 ///
-/// Trees may come from a damaged file: nothing here recurses, however deep they are.
+/// A tree from a damaged file may be very deep, so nothing here recurses.
 template <typename T>
 class Trie {
  public:
@@ -21,29 +22,30 @@ class Trie {
   Trie& operator=(const Trie&) = default;
   ~Trie() { clear(); }
 
-  /// Adds a value to those of the node at `path`.
+  /// Adds a value to the node at `path`, and creates the node if necessary.
   void insert(const QStringList& path, const T& value) { walkTo(path, true)->values.append(value); }
 
-  /// Removes one value that equals `value` from the node at `path`, and with the last one the nodes
-  /// that have become empty. False when there is none; the nodes of the path then exist all the
-  /// same.
+  /// Removes one value that equals `value` from the node at `path`, then every node of the path
+  /// that is empty. Returns false if there is no such value; the nodes of the path are then created
+  /// nevertheless.
   bool remove(const QStringList& path, const T& value);
 
-  /// The values of the node at exactly `path`.
+  /// Returns the values of the node at `path`, without those of its children.
   QList<T> find(const QStringList& path) const {
     const Trie* node = walkTo(path);
     return node ? node->values : QList<T>();
   }
 
-  /// Every value: those of a node before those of its children, children in the order of their
-  /// keys.
+  /// Returns every value: those of a node before those of its children, children in the order of
+  /// their keys.
   QList<T> all() const;
 
-  /// The node at `path`; null when there is none, or it is made.
+  /// Returns the node at `path`. If there is none, creates it with `create`, otherwise returns
+  /// null.
   const Trie* walkTo(const QStringList& path) const;
   Trie* walkTo(const QStringList& path, bool create);
 
-  /// Empties this node.
+  /// Removes all values and children.
   void clear();
 
   /// Calls `visit` with each node and the keys on the way to it, parents first, children in the
@@ -51,13 +53,13 @@ class Trie {
   template <typename Visit>
   void forEachNode(Visit visit) const;
 
-  /// Whether the keys of every node are sorted and unique and each has its child. All others of
-  /// these operations count on it.
+  /// Returns whether the keys of every node are sorted and unique, and each key has a child. All
+  /// other operations but clear() and forEachNode() rely on that.
   bool isConsistent() const;
 
   QList<T> values;           // in the order of insertion
   QStringList childrenKeys;  // sorted
-  QList<Trie<T>> children;   // children[i] is that of childrenKeys[i]
+  QList<Trie<T>> children;   // children[i] belongs to childrenKeys[i]
 
  private:
   static int indexOf(const QStringList& keys, const QString& key) {
@@ -144,7 +146,7 @@ QList<T> Trie<T>::all() const {
   return found;
 }
 
-// Children lose their own children before they go.
+// Destroying a node with children would recurse, so each one loses its children first.
 template <typename T>
 void Trie<T>::clear() {
   values.clear();
@@ -191,14 +193,14 @@ QDataStream& operator<<(QDataStream& stream, const Trie<T>& trie) {
   return stream;
 }
 
-/// Reads a list that may be cut off: it ends with the item with which the stream ends. The count is
-/// not believed: no memory is set aside for it.
+/// Reads a list, up to the end of the stream if that comes first. Doesn't trust the count, and so
+/// reserves no memory for it.
 template <typename Item>
 void readList(QDataStream& stream, QList<Item>* list) {
   quint32 count = 0;
   stream >> count;
   list->clear();
-  static const Item kBlank{};  // shared by all that can't be read
+  static const Item kBlank{};  // shared by all items that can't be read
   for (quint32 i = 0; i < count; ++i) {
     Item item = kBlank;
     stream >> item;

@@ -10,10 +10,10 @@
 #include "cookies/Trie.h"
 
 // Ends the text of a cookie whose name, value and path are percent-encoded. No other text ends like
-// this: a field with a ";" is always encoded.
+// this, because a field with a ";" is always encoded.
 static const char kEncoded[] = "; encoded";
 
-// Whether a field reads back as it is from a Set-Cookie text.
+// Returns whether a field survives being written to a Set-Cookie text and read back.
 static bool isPlain(const QByteArray& field) {
   return field.trimmed() == field && std::none_of(field.begin(), field.end(), [](char c) {
            return (c >= 0 && c < ' ') || c == 0x7f || c == ';';
@@ -30,12 +30,13 @@ QDataStream& operator<<(QDataStream& stream, const QNetworkCookie& cookie) {
     written.setValue(cookie.value().toPercentEncoding());
     written.setPath(QString::fromLatin1(path.toPercentEncoding("/")));
   }
-  // The zone of an IPv6 host may hold anything. Such a cookie is lost: its node can't name it.
+  // The zone of an IPv6 host may hold anything. Such a cookie is lost: the keys of its node don't
+  // give the domain either.
   if (!isPlain(cookie.domain().toUtf8())) written.setDomain(QString());
   return stream << written.toRawForm(QNetworkCookie::Full) + (plain ? "" : kEncoded);
 }
 
-// The toolkit writes the numeric domains of IPv6 hosts and can't read them.
+// Qt writes the numeric domains of IPv6 hosts, but can't read them.
 static QList<QNetworkCookie> parsed(QByteArray text) {
   const QList<QNetworkCookie> cookies = QNetworkCookie::parseCookies(text);
   const char kDomain[] = "; domain=[";
@@ -50,7 +51,7 @@ static QList<QNetworkCookie> parsed(QByteArray text) {
   return withoutDomain;
 }
 
-// One cookie is one line.
+// Only the first line counts.
 QDataStream& operator>>(QDataStream& stream, QNetworkCookie& cookie) {
   const int kLongestText = 1 << 20;
   QByteArray text;
@@ -82,7 +83,8 @@ const int kLargestCookie = 4096;  // name and value, in bytes
 const int kMostOfADomain = 180;
 const int kMostInAll = 3000;
 
-// Sorted; searched as it is.
+// Top-level labels under which domains are registered at the third level. Keep them sorted:
+// matchesBlacklist() does a binary search.
 const char* const kTwoLevelDomains[] = {
     "ao", "ar", "arpa", "bd", "bn", "br", "co", "cr", "cy", "do", "eg", "et", "fj",
     "fk", "gh", "gn",   "gu", "id", "il", "jm", "ke", "kh", "ki", "kw", "kz", "lb",
@@ -90,7 +92,7 @@ const char* const kTwoLevelDomains[] = {
     "om", "pa", "pe",   "pg", "pw", "py", "qa", "sa", "sb", "sv", "sy", "th", "tn",
     "tz", "uk", "uy",   "va", "ve", "ye", "yu", "za", "zm", "zw"};
 
-/// The labels of a host, without the empty ones at either end.
+/// Returns the labels of a host, without the empty ones at either end.
 QStringList splitHost(const QString& host) {
   QStringList labels = host.split(QLatin1Char('.'));
   while (!labels.isEmpty() && labels.last().isEmpty()) labels.removeLast();
@@ -120,26 +122,26 @@ bool isScheme(const QUrl& url, const char* scheme) {
   return url.scheme().toLower() == QLatin1String(scheme);
 }
 
-/// Whether a host is an IPv4 address: no top-level domain is a number.
+/// Returns whether a host is an IPv4 address: no top-level domain is a number.
 bool isAddress(const QStringList& labels) {
   bool isNumber = false;
   labels.last().toUInt(&isNumber);
   return isNumber;
 }
 
-/// A domain in the form in which it is read from a cookie; empty for what is none.
+/// Returns a domain in the form that Qt's cookie parser gives it; empty if it is not a domain.
 QString normalized(const QString& domain) { return QUrl::fromAce(QUrl::toAce(domain)); }
 
 bool shorterPaths(const QNetworkCookie& a, const QNetworkCookie& b) {
   return b.path().length() < a.path().length();
 }
 
-/// Whether a cookie that was read may be in the node at `keys`.
+/// Returns whether a cookie that was read may be in the node at `keys`.
 bool mayBeAt(const QNetworkCookie& cookie, const QStringList& keys) {
   const QStringList labels = splitHost(cookie.domain());
   if (labels.isEmpty() || cookie.domain().length() > kLongestDomain || isTooLarge(cookie))
     return false;
-  // A file may spell an international name in a way that this toolkit doesn't.
+  // The file may spell an international name differently from Qt.
   return labels == keys || labels == splitHost(normalized(keys.join(QLatin1Char('.'))));
 }
 
@@ -155,7 +157,7 @@ using Cookies = std::vector<const StoredCookie*>;
 
 bool isOlder(const StoredCookie* a, const StoredCookie* b) { return a->serial < b->serial; }
 
-/// Takes from `cookies` what has to go when there are more than `most`: all that have expired, then
+/// If there are more than `most` cookies, removes and returns the surplus: all expired ones, then
 /// the oldest.
 Cookies takeSurplus(Cookies* cookies, size_t most, const QDateTime& now) {
   if (cookies->size() <= most) return {};
@@ -181,7 +183,7 @@ class NetworkCookieJarPrivate {
   bool matchesBlacklist(const QString& label) const;
   bool complete(QNetworkCookie* cookie, const QUrl& url) const;
   QList<StoredCookie> cookiesAlong(QStringList labels) const;
-  /// How many labels a domain has that can be registered.
+  /// Returns how many labels a registered domain has.
   int registrableSize(const QStringList& labels) const {
     return matchesBlacklist(labels.last()) ? 3 : 2;
   }
@@ -194,7 +196,7 @@ class NetworkCookieJarPrivate {
   void checkRestored();
 
   Trie<StoredCookie> tree;
-  int count = 0;  // of the cookies in the tree
+  int count = 0;  // of cookies in the tree
   quint64 lastSerial = 0;
   mutable bool secondLevelDomainsLoaded = false;
   mutable QStringList secondLevelDomains;  // sorted
@@ -208,7 +210,7 @@ bool NetworkCookieJarPrivate::matchesBlacklist(const QString& label) const {
   return std::binary_search(secondLevelDomains.begin(), secondLevelDomains.end(), label);
 }
 
-/// Whether a response from `url` may set a cookie for the domain that the cookie names.
+/// Returns whether a response from `url` may set a cookie for the domain that the cookie names.
 bool NetworkCookieJarPrivate::matchingDomain(const QNetworkCookie& cookie, const QUrl& url) const {
   const QString domain = cookie.domain().simplified().toLower().remove(QLatin1Char(' '));
   const QStringList labels = splitHost(domain);
@@ -225,7 +227,7 @@ bool NetworkCookieJarPrivate::matchingDomain(const QNetworkCookie& cookie, const
   return std::equal(hostLabels.begin(), hostLabels.end(), labels.begin());
 }
 
-/// Gives a cookie of a response its default path and domain. False when it may not be set.
+/// Gives a cookie of a response its default path and domain. Returns false if it may not be set.
 bool NetworkCookieJarPrivate::complete(QNetworkCookie* cookie, const QUrl& url) const {
   if (cookie->path().isEmpty()) cookie->setPath(defaultPath(url));
   if (isTooLarge(*cookie) || cookie->path().length() > kLongestPath) return false;
@@ -234,7 +236,7 @@ bool NetworkCookieJarPrivate::complete(QNetworkCookie* cookie, const QUrl& url) 
   return !cookie->domain().isEmpty();
 }
 
-/// The cookies of a host and of the domains above it, up to where registrations happen.
+/// Returns the cookies of a host and of the domains above it, up to its registrable domain.
 QList<StoredCookie> NetworkCookieJarPrivate::cookiesAlong(QStringList labels) const {
   QList<StoredCookie> found = tree.find(labels);
   if (labels.size() <= 2) return found;
@@ -244,7 +246,7 @@ QList<StoredCookie> NetworkCookieJarPrivate::cookiesAlong(QStringList labels) co
   return found;
 }
 
-/// The labels of a host's registrable domain, or of the host itself if it is in none.
+/// Returns the labels of a host's registrable domain, or of the host itself if it is in none.
 QStringList NetworkCookieJarPrivate::family(const QStringList& labels) const {
   const int above = isAddress(labels) ? 0 : labels.size() - registrableSize(labels);
   return labels.mid(qMax(0, above));
@@ -269,7 +271,7 @@ void NetworkCookieJarPrivate::removeNamesake(const QNetworkCookie& cookie,
   if (old != neighbours.end() && tree.remove(labels, *old)) --count;
 }
 
-/// Removes what is beyond the limits since a cookie was added at `labels`.
+/// Removes what exceeds the limits after a cookie was added at `labels`.
 void NetworkCookieJarPrivate::makeRoom(const QStringList& labels, const QDateTime& now) {
   if (count <= kMostOfADomain) return;
   const QStringList shared = family(labels);
@@ -278,7 +280,8 @@ void NetworkCookieJarPrivate::makeRoom(const QStringList& labels, const QDateTim
   if (count > kMostInAll) cut(tree, true, kMostInAll, now);
 }
 
-/// Removes what is beyond `most` from the cookies of a node and, with `all`, from those below it.
+/// Removes what exceeds `most` from the cookies of a node or, with `all`, of the node and those
+/// below it together.
 void NetworkCookieJarPrivate::cut(const Trie<StoredCookie>& node, bool all, int most,
                                   const QDateTime& now) {
   Cookies cookies;
@@ -294,8 +297,8 @@ void NetworkCookieJarPrivate::cut(const Trie<StoredCookie>& node, bool all, int 
   for (const QNetworkCookie& cookie : surplus) remove(cookie);
 }
 
-/// Numbers the cookies of a tree that was read, in their order. If the tree is damaged or holds
-/// what it may not, rebuilds it from the cookies that may stay.
+/// Numbers the cookies of a tree that was read, in their order. If the tree is damaged, or holds
+/// cookies that it must not hold, rebuilds it from those that may stay.
 void NetworkCookieJarPrivate::checkRestored() {
   bool sound = tree.isConsistent();
   int total = 0;

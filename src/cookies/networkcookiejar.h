@@ -1,4 +1,4 @@
-// networkcookiejar.h: which cookies a response may set and which a request carries.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QDataStream>
@@ -9,8 +9,8 @@ namespace LARKA {
 
 class NetworkCookieJarPrivate;
 
-/// The cookies of one store, by domain, and the rules for them. It can be written into bytes and
-/// restored from them; the layout and the limits are in docs/cookie-file.md.
+/// A store of cookies by domain, with the rules for which cookies a response may set and which a
+/// request carries. docs/cookie-file.md describes the saved state and the limits.
 class NetworkCookieJar : public QNetworkCookieJar {
   Q_OBJECT
 
@@ -18,24 +18,24 @@ class NetworkCookieJar : public QNetworkCookieJar {
   explicit NetworkCookieJar(QObject* parent = nullptr);
   ~NetworkCookieJar() override;
 
-  /// The cookies for a request, those with longer paths first. Expired ones that it meets are
-  /// removed from the store.
+  /// Returns the cookies for a request, longest paths first. Removes the expired ones that it finds
+  /// on the way.
   QList<QNetworkCookie> cookiesForUrl(const QUrl& url) const override;
 
-  /// Stores the cookies of a response, and makes room for them. True when at least one was stored.
+  /// Stores the cookies of a response and makes room for them. Returns true if it stored any.
   bool setCookiesFromUrl(const QList<QNetworkCookie>& cookies, const QUrl& url) override;
 
-  /// Removes session cookies and expired ones.
+  /// Removes session cookies and expired cookies.
   void endSession();
 
   QByteArray saveState() const;
 
-  /// Replaces the store by what `state` holds, as far as it can be read. False, with the store as
-  /// it was, when that is no state.
+  /// Replaces the store with the contents of `state`, as far as these can be read. Returns false
+  /// and changes nothing if `state` has another format or version.
   bool restoreState(const QByteArray& state);
 
-  /// The top-level labels under which registrations happen at the third level, such as "uk"; they
-  /// replace the built-in ones.
+  /// Replaces the built-in list of top-level labels under which domains are registered at the third
+  /// level, such as "uk".
   void setSecondLevelDomains(const QStringList& labels);
 
  protected:
@@ -50,7 +50,8 @@ class NetworkCookieJar : public QNetworkCookieJar {
 
 }  // namespace LARKA
 
-/// A cookie as a byte array with the text of a Set-Cookie header, percent-encoded where that can't
-/// carry it as it is. Reading one that can't be parsed leaves `cookie` as it was.
+/// Write and read a cookie as a byte array with the text of a Set-Cookie header; name, value and
+/// path are percent-encoded if such a header can't carry them. Reading leaves `cookie` unchanged if
+/// the text can't be parsed.
 QDataStream& operator<<(QDataStream& stream, const QNetworkCookie& cookie);
 QDataStream& operator>>(QDataStream& stream, QNetworkCookie& cookie);

@@ -1,4 +1,4 @@
-// CacheWrapper.h: a browser's share in a disk cache.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QAbstractNetworkCache>
@@ -8,8 +8,8 @@ class QNetworkDiskCache;
 
 namespace LARKA {
 
-/// Stands in for a shared disk cache in one browser's network access manager, which owns what it is
-/// given. The cache outlives it.
+/// Represents a shared disk cache in one browser's network access manager, which deletes the cache
+/// that it is given. The shared cache must outlive the wrapper.
 class CacheWrapper : public QAbstractNetworkCache {
   Q_OBJECT
 
@@ -35,8 +35,8 @@ class CacheWrapper : public QAbstractNetworkCache {
 /// last of them.
 QSharedPointer<QNetworkDiskCache> diskCacheOf(const QString& directory);
 
-/// The size in bytes of a cache that a host limits to so many MiB; negative stands for 200. The
-/// multiplication wraps in 32 bits: hosts count on what becomes of sizes from 2048 on.
+/// Returns the size limit in bytes for one in MiB; negative stands for 200 MiB. The result wraps at
+/// 32 bits, from 2048 MiB on: hosts rely on it.
 qint64 cacheLimit(int sizeInMegabytes);
 
 }  // namespace LARKA

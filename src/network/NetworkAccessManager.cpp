@@ -28,8 +28,8 @@ NetworkAccessManager::NetworkAccessManager(QObject* parent) : QNetworkAccessMana
 QNetworkReply* NetworkAccessManager::createRequest(Operation op, const QNetworkRequest& request,
                                                    QIODevice* outgoingData) {
   QNetworkRequest sent(request);
-  // QtWebKit always sets the header. Qt sends one of its own in place of an empty one, but takes a
-  // blank, which goes out empty.
+  // QtWebKit always sets the header. Qt replaces an empty one by its own, but sends a blank as an
+  // empty one.
   if (sent.rawHeader(kUserAgent).isEmpty()) sent.setRawHeader(kUserAgent, " ");
   QNetworkReply* reply = QNetworkAccessManager::createRequest(op, sent, outgoingData);
   reply->setReadBufferSize(kReadBufferBytes);
@@ -65,7 +65,8 @@ void NetworkAccessManager::onReplyError(QNetworkReply::NetworkError code) {
           reply->url().toString().toLatin1().constData());
 }
 
-// Connected to nothing; a maintainer connects it to a reply to watch it.
+// Kept for the contract; nothing here is used.
+
 void NetworkAccessManager::onReplyProgress(qint64 bytesReceived, qint64 bytesTotal) {
   const QNetworkReply* reply = qobject_cast<QNetworkReply*>(sender());
   if (!reply) return;
@@ -75,7 +76,6 @@ void NetworkAccessManager::onReplyProgress(qint64 bytesReceived, qint64 bytesTot
           static_cast<unsigned long long>(bytesTotal), currentTime().constData());
 }
 
-// Connected to nothing; a maintainer connects it to a reply to watch it.
 void NetworkAccessManager::onReplyDone() {
   const QNetworkReply* reply = qobject_cast<QNetworkReply*>(sender());
   if (!reply) return;

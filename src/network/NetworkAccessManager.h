@@ -1,4 +1,4 @@
-// NetworkAccessManager.h: the requests of one browser.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QList>
@@ -9,8 +9,8 @@
 
 namespace LARKA {
 
-/// Watches every request of one browser: bounds what a reply may buffer, ignores certificate errors
-/// and logs failures to the standard error stream. Owned by the browser's page.
+/// Makes the requests of one browser: limits what a reply may buffer, ignores certificate errors
+/// and logs failures to the standard error stream. The browser's page owns it.
 class NetworkAccessManager : public QNetworkAccessManager {
   Q_OBJECT
 
@@ -19,14 +19,17 @@ class NetworkAccessManager : public QNetworkAccessManager {
 
   bool hasRunningReplies() const;
 
+  // The order of the signals and slots is part of the contract.
  signals:
   void creatingRequest(const QUrl& url);
-  void onRequestError();
+  void onRequestError();  // kept for the contract; never emitted
   void onSslErrors();
 
  public slots:
   void onSslErrors(QNetworkReply* reply, const QList<QSslError>& errors);
   void onReplyError(QNetworkReply::NetworkError code);
+
+  // Kept for the contract; nothing here is used. Connect them to a reply to watch it.
   void onReplyProgress(qint64 bytesReceived, qint64 bytesTotal);
   void onReplyDone();
 

@@ -25,12 +25,12 @@ namespace LARKA {
 namespace {
 
 const int kCheckAfterMilliseconds = 500;
-const int kEmptiedAfterMilliseconds = 2000;  // the engine writes after a second
-const int kMostShown = 50;   // origins; a page with frames of more could fill a disk in one second
-const int kCachesShare = 4;  // of what all may keep: one in so many
-const qint64 kSmallestCacheLimit = 4096;  // for none: the engine takes 0 for no limit
+const int kEmptiedAfterMilliseconds = 2000;  // QtWebKit writes after a second
+const int kMostShown = 50;   // origins; a page with frames of more could fill a disk in a second
+const int kCachesShare = 4;  // application caches get a quarter of the limit for all
+const qint64 kSmallestCacheLimit = 4096;  // stands for none: 0 means no limit to QtWebKit
 const char kLocalStorageSuffix[] = ".localstorage";
-const qint64 kEmptyFile = 16 << 10;  // bytes; a file of local storage that holds nothing has less
+const qint64 kEmptyFile = 16 << 10;  // bytes; a local storage file without items is smaller
 const char kNowhere[] = "/dev/null/databases";
 
 qint64 g_perOrigin = kDefaultStoragePerOrigin;
@@ -38,12 +38,12 @@ qint64 g_inAll = kDefaultStorageInAll;
 
 qint64 cachesLimit() { return std::max(g_inAll / kCachesShare, kSmallestCacheLimit); }
 
-/// For local storage and databases.
+/// Returns the limit for local storage and databases of all origins.
 qint64 limitInAll() { return g_inAll - g_inAll / kCachesShare; }
 
-/// Room is made from here on, so that new origins still find some ...
+/// From here on makeRoom() removes origins, so that new ones still find room ...
 qint64 nearlyFull() { return limitInAll() / 8 * 7; }
-/// ... down to here.
+/// ... and down to here.
 qint64 roomy() { return limitInAll() / 4 * 3; }
 
 QString nameOf(const QWebSecurityOrigin& origin) {
@@ -52,7 +52,7 @@ QString nameOf(const QWebSecurityOrigin& origin) {
 
 QString nameFromFile(const QString& file) { return QUrl::fromPercentEncoding(file.toUtf8()); }
 
-/// The address of an origin's root.
+/// Returns the address of an origin's root.
 QUrl addressOf(const QString& name) {
   const int host = name.indexOf('_') + 1, port = name.lastIndexOf('_') + 1;
   QUrl url;
@@ -78,8 +78,9 @@ void addFrames(QWebFrame* frame, QSet<QString>* origins) {
   for (QWebFrame* child : frame->childFrames()) addFrames(child, origins);
 }
 
-// The engine decides at the first use of an indexed database where all of them will be: in the
-// directory of the other databases, where nothing would limit them, or without one in memory.
+// At the first use of an indexed database, QtWebKit decides where all of them will be: in the
+// directory of the other databases, where nothing would limit them, or, if there is no directory,
+// in memory.
 void keepIndexedDatabasesInMemory() {
   QWebPage page;
   page.settings()->setAttribute(QWebSettings::OfflineStorageDatabaseEnabled, true);
@@ -87,8 +88,9 @@ void keepIndexedDatabasesInMemory() {
   page.mainFrame()->evaluateJavaScript(QStringLiteral("indexedDB.open('memory')"));
 }
 
-/// Gives the disk back what a file of the engine's no longer holds. With the engine's own SQLite,
-/// which keeps order among the users of a file in one process; if it is busy, nothing happens.
+/// Shrinks a database file of QtWebKit's to what it still holds, unless it is busy. Uses the SQLite
+/// library that QtWebKit uses: SQLite coordinates the users of a file in one process only if they
+/// share the library.
 void shrink(const QString& path) {
   static QLibrary sqlite(QStringLiteral("sqlite3"), 0);
   struct Database;
@@ -118,7 +120,7 @@ PageStorage::PageStorage(QObject* parent) : QObject(parent) {
   m_checkTimer.setSingleShot(true);
   m_checkTimer.setInterval(kCheckAfterMilliseconds);
   connect(&m_checkTimer, &QTimer::timeout, this, &PageStorage::check);
-  // The engine's journals come and go in the directory with whatever it writes.
+  // Whatever QtWebKit writes, a journal file comes and goes in the directory.
   connect(&m_watcher, &QFileSystemWatcher::directoryChanged, this, &PageStorage::checkSoon);
 }
 
@@ -128,7 +130,7 @@ void PageStorage::checkSoon() {
 
 // Directories.
 
-// The engine knows a directory by its text.
+// QtWebKit compares directories by their text, so each gets one spelling.
 QString PageStorage::prepare(const QString& directory) {
   const QString path = directory.isEmpty() ? QString() : QDir(directory).absolutePath();
   placeDatabases(path);
@@ -140,9 +142,9 @@ QString PageStorage::prepare(const QString& directory) {
   return path;
 }
 
-// The engine has one directory for the databases of all pages. Without any it would write into the
-// current one; from a place that can't be, it refuses databases as it should. What a host has set
-// itself stays.
+// QtWebKit has one directory for the databases of all pages. Without one it writes into the current
+// directory; with an impossible one it refuses databases, as it should. A directory that the host
+// has set itself stays.
 void PageStorage::placeDatabases(const QString& directory) {
   if (!m_databases.isEmpty()) return;
   const QString before = QWebSettings::offlineStoragePath();
@@ -158,7 +160,7 @@ void PageStorage::placeDatabases(const QString& directory) {
   QWebSettings::setOfflineStorageDefaultQuota(0);  // see grantDatabases
 }
 
-// Setting the limit empties the caches, so it has to come before the directory.
+// Setting the limit empties the caches, so set it before the directory.
 void PageStorage::placeApplicationCaches(const QString& directory) {
   if (!QWebSettings::offlineWebApplicationCachePath().isEmpty()) return;
   m_caches = directory + QStringLiteral("/applicationcaches");
@@ -169,7 +171,7 @@ void PageStorage::placeApplicationCaches(const QString& directory) {
     if (page.page && !page.stores) keepWithoutCaches(page.page);
 }
 
-// The caches would lie in another browser's directory.
+// The caches would be in another browser's directory.
 void PageStorage::keepWithoutCaches(QWebPage* page) {
   page->settings()->setAttribute(QWebSettings::OfflineWebApplicationCacheEnabled, false);
 }
@@ -195,7 +197,7 @@ void PageStorage::addPage(QWebPage* page, const QString& directory) {
     return;
   }
   page->settings()->setAttribute(QWebSettings::PrivateBrowsingEnabled, m_full);
-  // The first database of an origin waits for this.
+  // An origin can't create its first database before this.
   connect(page, &QWebPage::databaseQuotaExceeded, this,
           [this](QWebFrame* frame) { grantDatabases(frame->securityOrigin()); });
   connect(page, &QObject::destroyed, this, &PageStorage::checkSoon);
@@ -266,7 +268,7 @@ PageStorage::StoredByOrigin PageStorage::scan() {
   return all;
 }
 
-// Returns whether anything had to go.
+// Returns whether it removed anything.
 bool PageStorage::makeRoom(const StoredByOrigin& all, const QSet<QString>& shown) {
   qint64 bytes = grantedBut(QString());
   std::vector<QString> removable;
@@ -288,13 +290,13 @@ bool PageStorage::makeRoom(const StoredByOrigin& all, const QSet<QString>& shown
   return true;
 }
 
-// What the engine has in its memory has to go as well, or it would come back.
+// QtWebKit's copy in memory has to go as well, or it would be written again.
 void PageStorage::remove(const QString& origin, const Stored& stored) {
   for (const QString& file : stored.localStorage) {
     if (m_used.contains(origin)) {
       clearLocalStorage(origin, QFileInfo(file).path());
     } else {
-      QFile::remove(file + QStringLiteral("-journal"));  // never that of another file
+      QFile::remove(file + QStringLiteral("-journal"));  // never leave a journal for a later file
       QFile::remove(file);
     }
   }
@@ -306,8 +308,8 @@ void PageStorage::remove(const QString& origin, const Stored& stored) {
   for (const QString& directory : stored.databases) QDir(directory).removeRecursively();
 }
 
-// Through a page of that origin. The engine empties the file a second later, keeps it open and
-// doesn't make it smaller; scan() does.
+// Clears it through a page of that origin. QtWebKit empties the file a second later, but keeps it
+// open and at its size; scan() shrinks it.
 void PageStorage::clearLocalStorage(const QString& origin, const QString& directory) {
   QWebSettings* global = QWebSettings::globalSettings();
   const QString globalDirectory = global->localStoragePath();
@@ -322,7 +324,7 @@ void PageStorage::clearLocalStorage(const QString& origin, const QString& direct
                      &PageStorage::check);
 }
 
-// The engine's own way to store nothing: writing throws the error of an exceeded quota.
+// Private browsing is QtWebKit's way to store nothing: writing throws QuotaExceededError.
 void PageStorage::setFull(bool full) {
   if (full == m_full) return;
   m_full = full;
@@ -333,8 +335,9 @@ void PageStorage::setFull(bool full) {
 
 // Databases.
 
-// The quota of an origin that a page shows: all that it may have, and that there is room for.
-// Grants count as taken, so that all together never exceed the limit.
+// Raises the quota of an origin that a page shows to all that it may have and that there is room
+// for. What other origins have been granted counts as used, so that all together never exceed the
+// limit.
 void PageStorage::grantDatabases(QWebSecurityOrigin origin) {
   if (m_databases.isEmpty()) return;
   checkSoon();
@@ -344,7 +347,7 @@ void PageStorage::grantDatabases(QWebSecurityOrigin origin) {
   if (quota > origin.databaseQuota()) origin.setDatabaseQuota(quota);
 }
 
-/// What has been granted and isn't used, but to one origin.
+/// Returns how many bytes are granted but not used, by all origins except one.
 qint64 PageStorage::grantedBut(const QString& name) const {
   if (m_databases.isEmpty()) return 0;
   qint64 bytes = 0;
@@ -354,14 +357,15 @@ qint64 PageStorage::grantedBut(const QString& name) const {
   return bytes;
 }
 
-// Beforehand: of a transaction that has come to its quota, the engine has undone too much to go on.
+// Has to happen before a transaction reaches its quota: then it is too late for that transaction.
 void PageStorage::grantToKnown(const QSet<QString>& names) {
   if (m_databases.isEmpty()) return;
   for (const QWebSecurityOrigin& known : QWebSecurityOrigin::allOrigins())
     if (names.contains(nameOf(known))) grantDatabases(known);
 }
 
-// What an origin that no page shows was granted, and what has become too much.
+// Lowers the quotas of origins that no page shows to what they use, and those of all others to the
+// limit or, if that is more, to what they use.
 void PageStorage::takeBackGrants(const QSet<QString>& shown) {
   if (m_databases.isEmpty()) return;
   for (QWebSecurityOrigin origin : QWebSecurityOrigin::allOrigins()) {

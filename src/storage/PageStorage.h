@@ -1,4 +1,4 @@
-// PageStorage.h: what pages keep on disk, and its limits.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QDeadlineTimer>
@@ -20,28 +20,28 @@ class QWebPage;
 
 namespace LARKA {
 
-/// Tells the engine where pages keep their data, and holds that data to the limits of
-/// StorageLimits.h. There is one for the process: most of the engine's settings are for all pages.
+/// Decides where pages keep their data on disk, and enforces the limits of StorageLimits.h. There
+/// is one for the process, because most of QtWebKit's settings are for all pages.
 ///
-/// An origin is known by the name that the engine gives its files: scheme_host_port.
+/// Origins go by the names that QtWebKit gives their files: scheme_host_port.
 class PageStorage : public QObject {
   Q_OBJECT
 
  public:
-  /// Made on first use; ends with the application object.
+  /// Returns the one instance, which is created on first use and owned by the application object.
   static PageStorage* instance();
 
-  /// Holds a reply to the limit of an origin if it is the manifest of an application cache.
+  /// Watches a reply: if it is the manifest of an application cache, limits its origin's cache.
   static void watch(QNetworkReply* reply);
 
-  /// Readies a browser's storage directory, empty for none, and returns its full path. To be called
-  /// before the browser's page is made.
+  /// Prepares a browser's storage directory (empty for none) and returns its full path. Call it
+  /// before the browser's page is created.
   QString prepare(const QString& directory);
 
-  /// Watches the page of a browser whose storage directory is `directory`, empty for none.
+  /// Watches the page of a browser whose storage directory is `directory` (empty for none).
   void addPage(QWebPage* page, const QString& directory);
 
-  /// Applies limits that have changed.
+  /// Applies changed limits.
   void applyLimits();
 
  private:
@@ -81,11 +81,11 @@ class PageStorage : public QObject {
   void takeBackGrants(const QSet<QString>& shown);
 
   QStringList m_directories;      // with local storage
-  QString m_databases, m_caches;  // directories; empty while the engine has none from here
+  QString m_databases, m_caches;  // directories that this class gave to QtWebKit; empty for none
   std::vector<Page> m_pages;
   QSet<QString> m_used;          // origins that pages of this process have shown
-  QSet<QString> m_unstampedUse;  // those of them whose files don't tell it yet
-  // Origins whose local storage was cleared since, and when the engine has written that.
+  QSet<QString> m_unstampedUse;  // those whose files have not got a new modification time yet
+  // Origins whose local storage was cleared since, and when QtWebKit will have written that.
   QHash<QString, QDeadlineTimer> m_cleared;
   QFileSystemWatcher m_watcher;
   QTimer m_checkTimer;

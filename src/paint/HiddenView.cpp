@@ -11,7 +11,7 @@ namespace LARKA {
 
 namespace {
 
-/// Stands as a dialog's child while QtWebKit, which opened it, waits for its answer.
+/// A child of a dialog, for as long as QtWebKit waits on the stack for the dialog's answer.
 class DialogMark : public QObject {
   Q_OBJECT
 
@@ -30,8 +30,8 @@ HiddenView::HiddenView(QGraphicsScene* scene)
   m_dialogParent->installEventFilter(this);
 }
 
-// The engine makes its drags children of the scene's first view. A child that is being added is
-// still under construction; that it is a drag shows in the event loop of the drag itself.
+// QtWebKit makes its drags children of the scene's first view. While a child is added it is still
+// under construction, so the cast has to wait for the event loop that the drag runs.
 void HiddenView::childEvent(QChildEvent* event) {
   QGraphicsView::childEvent(event);
   if (!event->added() || event->child()->isWidgetType()) return;
@@ -41,7 +41,7 @@ void HiddenView::childEvent(QChildEvent* event) {
   QMetaObject::invokeMethod(this, cancel, Qt::QueuedConnection);
 }
 
-// A dialog is polished right before it is shown; the refusal then arrives in its own event loop.
+// A dialog is polished right before it is shown; its own event loop then handles the rejection.
 bool HiddenView::eventFilter(QObject* object, QEvent* event) {
   if (object == m_dialogParent && event->type() == QEvent::ChildAdded)
     static_cast<QChildEvent*>(event)->child()->installEventFilter(this);

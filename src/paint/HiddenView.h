@@ -1,21 +1,21 @@
-// HiddenView.h: the view that nobody sees.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QGraphicsView>
 
 namespace LARKA {
 
-/// The view of the hidden scene, over which the engine would open its dialogs and start its drags.
-/// Nobody could see them and each would wait for ever: dialogs are refused before they are shown,
-/// drags are cancelled.
+/// The view of the hidden scene. QtWebKit opens its dialogs and starts its drags over it, where
+/// nobody sees them and they would wait for ever. So this class rejects dialogs before they are
+/// shown and cancels drags.
 class HiddenView : public QGraphicsView {
   Q_OBJECT
 
  public:
   explicit HiddenView(QGraphicsScene* scene);
 
-  /// The parent for dialogs: a widget without a size, because a page takes over the size of the
-  /// widget that it is told of.
+  /// Returns the parent for dialogs, for QWebPage::setView. It has no size, because the page takes
+  /// over the size of that widget.
   QWidget* dialogParent() const { return m_dialogParent; }
 
   bool eventFilter(QObject* object, QEvent* event) override;

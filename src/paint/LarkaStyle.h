@@ -1,12 +1,13 @@
-// LarkaStyle.h: the widget style of scroll bars and form controls in pages.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QProxyStyle>
 
 namespace LARKA {
 
-/// The toolkit's "cleanlooks" style ("fusion" where that isn't installed) with scroll bars thin
-/// enough for a television screen. Owned by the application once installed.
+/// The style of scroll bars and form controls in pages: Qt's "cleanlooks", or "fusion" if that
+/// isn't installed, with scroll bars thin enough for a television screen. The application owns it
+/// once it is installed.
 class LarkaStyle : public QProxyStyle {
   Q_OBJECT
 

@@ -33,7 +33,7 @@ void countFrame() {
   frameRate.Frame();
 }
 
-/// The bounds of the pixels in which two images of one size differ.
+/// Returns the bounds of the pixels in which two images of the same size differ.
 QRect difference(const QImage& a, const QImage& b) {
   QRect bounds;
   const size_t lineBytes = size_t(a.width()) * sizeof(QRgb);
@@ -73,9 +73,8 @@ LarkaWebView::~LarkaWebView() {
   StopAnimation();
 }
 
-// The engine announces what changed through a queued connection, after it has told the item to
-// update: the paint may have come and gone when the rectangle arrives, so the rectangle asks for
-// another one.
+// QtWebKit schedules the item's update first and emits the changed rectangle later, through a
+// queued connection. The paint may be over by then, so schedule another one.
 void LarkaWebView::AddRect(const QRect& rect) {
   {
     QMutexLocker lock(&m_mutex);
@@ -96,7 +95,7 @@ QRegion LarkaWebView::takePendingRegion() {
 void LarkaWebView::paint(QPainter* painter, const QStyleOptionGraphicsItem* option,
                          QWidget* widget) {
   const QSize device(painter->device()->width(), painter->device()->height());
-  if (!hasPageImage() && imageSize(device).isEmpty()) return;  // until the view has a size
+  if (!hasPageImage() && imageSize(device).isEmpty()) return;  // the view has no size yet
   leaveFullScreenWithItsElement();
   QRegion region = takePendingRegion();
   if (region.isEmpty()) return;
@@ -104,7 +103,7 @@ void LarkaWebView::paint(QPainter* painter, const QStyleOptionGraphicsItem* opti
 
   if (!hasPageImage()) {
     createImages(imageSize(device));
-    region += pageImage()->rect();  // a new image holds nothing yet
+    region += pageImage()->rect();  // a new image has undefined pixels
   }
   paintPage(region, option, widget);
   if (!m_animating) m_flipRegion += region;
@@ -114,9 +113,9 @@ void LarkaWebView::paint(QPainter* painter, const QStyleOptionGraphicsItem* opti
   emit dirty(region.boundingRect());
 }
 
-// What QtWebKit announces doesn't always cover what it changes: at fractions of pixels, with
-// shadows, with glyphs larger than their lines. When the page has come to rest, the picture is
-// compared with one of the whole page, and what is stale replaced.
+// The rectangles that QtWebKit announces don't always cover what it changes: at fractions of
+// pixels, with shadows, with glyphs larger than their lines. So once the page has come to rest,
+// this compares the page image with a fresh one of the whole page and replaces what is stale.
 void LarkaWebView::repaintAtRest() {
   const qint64 left = kRestMilliseconds - m_lastPaint.elapsed();
   if (left > 0 || !engineUse().isIdle()) {
@@ -133,7 +132,7 @@ void LarkaWebView::repaintAtRest() {
   }
   const QRect stale = difference(*pageImage(), fresh);
   if (stale.isEmpty()) return;
-  QPainter painter(pageImage());  // in place: the host may have kept the address
+  QPainter painter(pageImage());  // in place, because the host may have kept the address
   painter.setCompositionMode(QPainter::CompositionMode_Source);
   painter.drawImage(stale, fresh, stale);
   painter.end();
@@ -155,8 +154,8 @@ void LarkaWebView::createImages(const QSize& size) {
   m_spareImage = std::make_unique<QImage>(size, kImageFormat);
 }
 
-// QtWebKit announces the boxes of changed text, and its glyphs reach beyond them. How far depends
-// on the size of the font, which is at most about the height of the box: no font of ten, upright or
+// QtWebKit announces the boxes of changed text, but glyphs reach beyond them. How far depends on
+// the font size, which is at most about the height of the box: none of ten fonts, upright or
 // italic, needed more than a fifth of it.
 int LarkaWebView::overhang(const QRegion& region) {
   const int kTallestLine = 240, kUsualLine = 100, kSharpEdges = 2;
@@ -177,8 +176,8 @@ void LarkaWebView::paintPage(const QRegion& region, const QStyleOptionGraphicsIt
   painter.setClipRect(painted, Qt::ReplaceClip);
   if (m_fullScreenElement.isNull()) {
     if (!hasOpaqueBase()) clear(&painter, painted);
-    // The option names what the hidden view exposed; QtWebKit would paint no more than that. It
-    // leaves out boxes beside the exposed rectangle, whose glyphs may reach into what is painted.
+    // QtWebKit paints only boxes that touch the exposed rectangle. The one in `option` is what the
+    // hidden view exposed. Boxes beside the clip are included: their glyphs may reach into it.
     QStyleOptionGraphicsItem pageOption(*option);
     pageOption.exposedRect = painted.adjusted(-margin, -margin, margin, margin);
     QGraphicsWebView::paint(&painter, &pageOption, widget);
@@ -187,8 +186,8 @@ void LarkaWebView::paintPage(const QRegion& region, const QStyleOptionGraphicsIt
   paintElement(&painter);
 }
 
-// An element need not cover what it painted before, so that is taken away first; and its image
-// becomes what the page image holds, through and through.
+// Clears the whole image first, because the element may not cover what it painted before, and
+// because copyElementImage() takes the image as it is.
 void LarkaWebView::paintElement(QPainter* painter) {
   if (m_renderFullScreenElement) painter->setClipping(false);
   m_flipRegion = pageImage()->rect();
@@ -204,12 +203,6 @@ void LarkaWebView::copyElementImage() {
   painter.drawImage(m_fullScreenImage->rect(), *pageImage(), source);
 }
 
-void LarkaWebView::BlitToScreen() {
-  if (!hasPageImage()) return;
-  m_flipRegion = QRegion();
-  m_imageIndex = 0;
-}
-
 QImage* LarkaWebView::hostImage() {
   leaveFullScreenWithItsElement();
   if (!m_fullScreenElement.isNull()) return m_fullScreenImage.get();
@@ -218,11 +211,9 @@ QImage* LarkaWebView::hostImage() {
 
 void LarkaWebView::Update() { update(QRectF()); }
 
-void LarkaWebView::LoadProgress(int) {}
-
 void LarkaWebView::Navigate(const QUrl& url) { load(url); }
 
-// Transparent from the start: without `render` nothing else is ever painted there.
+// The image starts transparent: without `render` nothing is ever painted into it.
 void LarkaWebView::SetFullScreenElement(const QWebElement& element, bool render) {
   if (!element.isNull()) {
     QSize size = WebElement::currentGeometry(element).size();
@@ -244,11 +235,27 @@ void LarkaWebView::SetFullScreenElement(const QWebElement& element, bool render)
   Update();
 }
 
-// Nobody could tell the host that it goes on looking at a page that is gone. An element that the
-// page doesn't show goes without a repaint, which is what the watch is for.
+// Otherwise the host would go on showing an element that is gone. If the page didn't show the
+// element, its removal causes no repaint; m_fullScreenWatch notices that.
 void LarkaWebView::leaveFullScreenWithItsElement() {
   if (!m_fullScreenElement.isNull() && !WebElement::isInPage(m_fullScreenElement))
     SetFullScreenElement(QWebElement(), m_renderFullScreenElement);
+}
+
+void LarkaWebView::keepPageFocused() {
+  QFocusEvent focusIn(QEvent::FocusIn, Qt::OtherFocusReason);
+  page()->event(&focusIn);
+}
+
+// The scene moves its focus from view to view. The pages must not notice, see keepPageFocused().
+void LarkaWebView::focusOutEvent(QFocusEvent*) {}
+
+// Kept for the contract; nothing here is used.
+
+void LarkaWebView::BlitToScreen() {
+  if (!hasPageImage()) return;
+  m_flipRegion = QRegion();
+  m_imageIndex = 0;
 }
 
 void LarkaWebView::StartAnimation() { StopAnimation(); }
@@ -265,12 +272,6 @@ void LarkaWebView::AnimationFinished() {
   Update();
 }
 
-void LarkaWebView::keepPageFocused() {
-  QFocusEvent focusIn(QEvent::FocusIn, Qt::OtherFocusReason);
-  page()->event(&focusIn);
-}
-
-// The scene moves its focus from view to view; the pages must not notice.
-void LarkaWebView::focusOutEvent(QFocusEvent*) {}
+void LarkaWebView::LoadProgress(int) {}
 
 }  // namespace LARKA

@@ -1,4 +1,4 @@
-// larkawebview.h: the view that paints a page into an image.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QElapsedTimer>
@@ -15,9 +15,9 @@
 
 namespace LARKA {
 
-/// A page's place in the hidden scene. Whenever the scene's view repaints it, it paints what the
-/// page asked to have repainted into an image of its own, which the host reads, and says so with
-/// dirty(). Nothing is ever painted into the scene's view itself.
+/// The item of a page in the hidden scene. Whenever the scene's view repaints the item, it paints
+/// what the page wants repainted into an image of its own, which the host reads, and emits dirty().
+/// It paints nothing into the scene's view itself. The browser owns it, and it owns its page.
 class LarkaWebView : public QGraphicsWebView {
   Q_OBJECT
   Q_PROPERTY(QRect flipRegion READ flipRegion WRITE setFlipRegion)
@@ -30,42 +30,28 @@ class LarkaWebView : public QGraphicsWebView {
   void paint(QPainter* painter, const QStyleOptionGraphicsItem* option,
              QWidget* widget = nullptr) override;
 
-  /// Adds to what the next paint repaints, in view pixels, and sees to it that there is one.
+  /// Adds to what the next paint repaints, in view pixels, and schedules a paint.
   void AddRect(const QRect& rect);
-
-  /// Notes that the host has copied the page image.
-  void BlitToScreen();
 
   void Navigate(const QUrl& url);
 
-  /// Shows one element in place of the page; a null element ends that, and so does the element's
-  /// leaving the page. With `render` the element is painted into an image of its own at every
-  /// paint.
+  /// Shows one element in place of the page, until this is called with a null element or the
+  /// element leaves the page. With `render`, every paint paints the element into an image of its
+  /// own.
   void SetFullScreenElement(const QWebElement& element, bool render);
-  void StartAnimation();
-  void StopAnimation();
 
-  /// The image that the host reads: that of the full-screen element while there is one, else that
-  /// of the page. Null before the first paint.
+  /// Returns the image that the host reads: that of the full-screen element if there is one,
+  /// otherwise that of the page. Null before the first paint.
   QImage* hostImage();
 
-  /// Tells the page that it has the keyboard focus, so that it draws it. In a scene with several
-  /// views only one has the focus, and under some window systems none; the host may show them all.
+  /// Makes the page believe that it has the keyboard focus, so that it draws the focus. In a scene
+  /// with several views only one has the focus, and under some window systems none; the host may
+  /// show them all.
   void keepPageFocused();
 
-  QRect flipRegion() const { return m_flipRegion.boundingRect(); }
-  void setFlipRegion(const QRect& rect) { m_flipRegion = rect; }
-  QRect animateRegion() const { return m_animateRegion.boundingRect(); }
-  void setAnimateRegion(const QRect& rect) { m_animateRegion = rect; }
-
  signals:
-  /// The page image was repainted within `rect`.
+  /// Emitted when the page image was repainted within `rect`.
   void dirty(const QRect& rect);
-
- protected slots:
-  void AnimationFinished();
-  void LoadProgress(int progress);
-  void Update();
 
  protected:
   void focusOutEvent(QFocusEvent* event) override;
@@ -84,24 +70,46 @@ class LarkaWebView : public QGraphicsWebView {
   bool hasPageImage() const { return !m_pageImages.empty(); }
   QImage* pageImage() const { return m_pageImages[m_imageIndex].get(); }
 
-  QPropertyAnimation m_firstAnimation;
-  QPropertyAnimation m_secondAnimation;
-  QParallelAnimationGroup m_animations;
   QWebElement m_fullScreenElement;
   bool m_renderFullScreenElement = false;
   std::vector<std::unique_ptr<QImage>> m_pageImages;  // empty until the first paint, then one
-  std::unique_ptr<QImage> m_spareImage;
   std::unique_ptr<QImage> m_fullScreenImage;
-  QTimer m_restTimer;  // runs from a paint on until the page has come to rest
+  QTimer m_restTimer;  // runs from a paint until the page has come to rest
   QElapsedTimer m_lastPaint;
   QTimer m_fullScreenWatch;  // runs while there is a full-screen element
-  size_t m_imageIndex = 0;
-  QRegion m_pendingRegion;  // guarded by m_mutex
-  QRegion m_flipRegion;
+  QRegion m_pendingRegion;   // guarded by m_mutex
+  QMutex m_mutex;
+
+  // Kept for the contract; nothing here is used. There is no animation, no second image, and nobody
+  // reads which part of the image has changed.
+
+ public:
+  /// Notes that the host has copied the page image.
+  void BlitToScreen();
+
+  void StartAnimation();
+  void StopAnimation();
+
+  QRect flipRegion() const { return m_flipRegion.boundingRect(); }
+  void setFlipRegion(const QRect& rect) { m_flipRegion = rect; }
+  QRect animateRegion() const { return m_animateRegion.boundingRect(); }
+  void setAnimateRegion(const QRect& rect) { m_animateRegion = rect; }
+
+ protected slots:
+  void AnimationFinished();
+  void LoadProgress(int progress);
+  void Update();  // used; stands here because the order of the slots is part of the contract
+
+ private:
+  QPropertyAnimation m_firstAnimation;
+  QPropertyAnimation m_secondAnimation;
+  QParallelAnimationGroup m_animations;
+  std::unique_ptr<QImage> m_spareImage;
+  size_t m_imageIndex = 0;  // always
+  QRegion m_flipRegion;     // what has been repainted since BlitToScreen
   QRegion m_animateRegion;
   std::unique_ptr<QObject> m_ownedObject;
-  bool m_animating = false;
-  QMutex m_mutex;
+  bool m_animating = false;  // always
 };
 
 }  // namespace LARKA

@@ -10,7 +10,8 @@
 
 namespace {
 
-// The path and the line numbers are part of the texts that hosts know.
+// Kept for the contract: hosts know the texts of the diagnostics, with this path and the line
+// numbers below.
 const char kSourcePath[] = "src/LarkaSystemInfoJavaScriptObject.cpp";
 
 int number(const char* text) {

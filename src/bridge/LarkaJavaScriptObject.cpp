@@ -4,7 +4,8 @@
 
 namespace {
 
-/// Describes what script can call. Never made: the calls go to PublishedLarkaObject::qt_metacall.
+/// Describes to QtWebKit what script can call. Never created: PublishedLarkaObject::qt_metacall
+/// receives the calls. Outside the namespace because script could see the class name.
 class Larka {
   Q_GADGET
 
@@ -25,7 +26,8 @@ QString LarkaJavaScriptObject::exec2(const QString& script) {
   return emit executeMediaAction(script);
 }
 
-// The text is made before the method is looked up: making it may run script that removes the frame.
+// Converts the argument before looking the method up: the conversion may run script that removes
+// the frame.
 void PublishedLarkaObject::publish(QWebFrame* frame) {
   frame->addToJavaScriptWindowObject(QStringLiteral("larka"), this);
   frame->evaluateJavaScript(
@@ -49,7 +51,7 @@ void PublishedLarkaObject::publish(QWebFrame* frame) {
 
 const QMetaObject* PublishedLarkaObject::metaObject() const { return &Larka::staticMetaObject; }
 
-// The first argument is where the result goes.
+// arguments[0] points to the result.
 int PublishedLarkaObject::qt_metacall(QMetaObject::Call call, int id, void** arguments) {
   if (call != QMetaObject::InvokeMetaMethod) return id;
   const auto* script = static_cast<const QString*>(arguments[1]);

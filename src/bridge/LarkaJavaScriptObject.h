@@ -1,4 +1,4 @@
-// LarkaJavaScriptObject.h: the object "larka" of page script.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QObject>
@@ -8,8 +8,8 @@ class QWebFrame;
 
 namespace LARKA {
 
-/// What page script sees as `window.larka`: hands texts to the browser, which hands them to the
-/// host. Its slots are the methods that script can call.
+/// Passes strings from page script to the browser, which passes them to the host. Its slots are the
+/// methods that script can call.
 class LarkaJavaScriptObject : public QObject {
   Q_OBJECT
 
@@ -23,24 +23,25 @@ class LarkaJavaScriptObject : public QObject {
  public slots:
   void exec(const QString& script);
 
-  /// Returns what the signal's slot answered; a null string without one.
+  /// Returns the answer of the slot that the signal is connected to; a null string without one.
   QString exec2(const QString& script);
 };
 
-/// The object as it is published: to script it has its two methods and nothing else.
+/// The same object as script sees it: `window.larka`, with its two methods and nothing else. One
+/// browser's frames share it.
 ///
-/// A method that script keeps would crash QtWebKit when it is called after its frame has been
-/// removed. So script gets functions of the frame's own that look the methods up at each call: of a
-/// removed frame there are none to be found, which is a ReferenceError.
+/// QtWebKit crashes when script calls a method of a published object that it has kept after the
+/// frame was removed. So script gets functions of the frame itself, which look the methods up at
+/// each call. In a removed frame the lookup fails with a ReferenceError.
 ///
-/// The engine offers script all that an object has. With the signals one page, or one frame, could
-/// listen to the commands of others, and with `destroyed` to the object's end, when there is no
-/// page any more to run script in.
+/// QtWebKit offers script everything that an object has. Through the signals a page or frame could
+/// listen to the commands of others, and through `destroyed` to the end of the object, when no page
+/// is left to run script in.
 class PublishedLarkaObject : public LarkaJavaScriptObject {
  public:
   using LarkaJavaScriptObject::LarkaJavaScriptObject;
 
-  /// Makes this the object "larka" of a frame's script.
+  /// Publishes the object to a frame's script as "larka".
   void publish(QWebFrame* frame);
 
   const QMetaObject* metaObject() const override;

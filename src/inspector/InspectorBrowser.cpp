@@ -10,15 +10,14 @@ InspectorBrowser::InspectorBrowser(QWebPage* page, bool show, QObject* parent)
     : QObject(parent), m_inspector(std::make_unique<QWebInspector>()) {
   page->settings()->setAttribute(QWebSettings::DeveloperExtrasEnabled, true);
   m_inspector->setPage(page);
-  // Closing it, as the last window that is shown, must not end the host's application.
+  // Closing the inspector as the last open window must not end the host's application.
   m_inspector->setAttribute(Qt::WA_QuitOnClose, false);
   if (show) m_inspector->setVisible(true);
 }
 
 InspectorBrowser::~InspectorBrowser() { InspectorBrowser::Shutdown(); }
 
-// The page is gone when its browser is, and has gone to another inspector when that was launched
-// later.
+// There is no page once its browser has been shut down, or once another inspector has taken it.
 void InspectorBrowser::Shutdown() {
   QWebPage* page = m_inspector ? m_inspector->page() : nullptr;
   if (page) page->settings()->setAttribute(QWebSettings::DeveloperExtrasEnabled, false);

@@ -1,4 +1,4 @@
-// InspectorBrowser.h: the web inspector of a browser, behind the interface of a browser.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QObject>
@@ -11,9 +11,8 @@ class QWebPage;
 
 namespace LARKA {
 
-/// Shows the engine's inspector on the page of a browser, in a widget of the inspector's own. It
-/// can be resized and shut down; everything else does nothing and returns nothing. It belongs to
-/// the browser that it inspects.
+/// QtWebKit's web inspector on the page of a browser, in a widget of its own. The browser that it
+/// inspects owns it.
 class InspectorBrowser : public QObject, public ILarkaBrowser {
   Q_OBJECT
 
@@ -22,11 +21,13 @@ class InspectorBrowser : public QObject, public ILarkaBrowser {
   InspectorBrowser(QWebPage* page, bool show, QObject* parent);
   ~InspectorBrowser() override;
 
-  /// The widget; null once it has been shut down.
+  /// Returns the widget; null once it has been shut down.
   QWebInspector* inspector() const { return m_inspector.get(); }
 
   void Shutdown() override;
   void Resize(int width, int height) override;
+
+  // Kept for the interface; nothing here does anything.
 
   void Initialize(int, int, const char*, const char*, bool, SystemInfoData*) override {}
   void AddListener(ILarkaCallbacks*) override {}
@@ -68,7 +69,7 @@ class InspectorBrowser : public QObject, public ILarkaBrowser {
   std::string GetTitle() override { return {}; }
   void SetZoomLevel(double) override {}
 
-  /// A factor, where LarkaBrowser returns a percentage: hosts know it so.
+  /// Returns a factor, unlike LarkaBrowser, which returns a percentage: hosts rely on it.
   double GetZoomLevel() override { return 1.0; }
 
   void ScrollToPoint(int, int) override {}

@@ -1,4 +1,4 @@
-// FrameRate.h: counts frames and logs how many there are a second.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <ctime>
@@ -6,14 +6,14 @@
 
 namespace LARKA {
 
-/// A frame counter that writes the frames per second to the standard error stream.
+/// Counts frames and writes the frames per second to the standard error stream.
 class FrameRate {
  public:
-  /// `strMeasuringLocation` is the label that is printed; `nPrintInterval` the seconds between two
-  /// reports, 0 for none.
+  /// Creates a counter that prints the label `strMeasuringLocation` with each report.
+  /// `nPrintInterval` is the time between two reports in seconds; 0 disables them.
   FrameRate(const std::string& strMeasuringLocation, int nPrintInterval);
 
-  /// Counts one frame, after reporting if a report is due.
+  /// Counts one frame. If a report is due, writes it first, without that frame.
   void Frame();
 
  private:

@@ -21,20 +21,22 @@ namespace {
 const int kUpdateMilliseconds = 30;
 const int kFirstDurationMilliseconds = 1000;  // of the time line, until a swipe sets its own
 const int kEndMilliseconds = 800;
-const double kTapDistance = 20;                 // pixels; less is a tap
-const double kStraightDistance = 150;           // pixels; more across than this is diagonal
-const double kLowestSpeed = 0.5;                // pixels per second; a swipe needs more
-const double kLowestStep = 0.35;                // pixels; a glide ends below
-const double kFriction = 1.4715;                // pixels per second, lost in each millisecond
+const double kTapDistance = 20;        // pixels; a shorter one is a tap
+const double kStraightDistance = 150;  // pixels; a swipe that leaves its axis by more is diagonal
+const double kLowestSpeed = 0.5;       // pixels per second; a swipe needs more
+const double kLowestStep = 0.35;       // pixels; a glide ends below this
+const double kFriction = 1.4715;       // pixels per second, lost in each millisecond
 const double kGlideMilliseconds = 9.81 / 0.15;  // for each pixel per second
 
-/// A tap that is being handed on. Everything under it gets it already.
+/// A tap that a view hands on. It goes to every item under it, so a view that receives one must not
+/// hand it on again.
 class HandedOnEvent : public QGraphicsSceneMouseEvent {
  public:
   using QGraphicsSceneMouseEvent::QGraphicsSceneMouseEvent;
 };
 
-/// The nearest position at which `content` pixels cover `view` pixels; `begin` where they can't.
+/// Returns the nearest position at which `content` pixels cover `view` pixels, or `begin` if they
+/// are too few.
 qreal nearestCovering(qreal position, qreal content, qreal view, int begin) {
   if (content <= view || position > begin) return begin;
   return position + content < view ? -static_cast<int>(content - view) : position;
@@ -42,7 +44,7 @@ qreal nearestCovering(qreal position, qreal content, qreal view, int begin) {
 
 }  // namespace
 
-/// Gives one widget all of its room. That widget's own hints are never written to.
+/// Gives one widget all of the space. Never changes that widget's own size hints.
 class ContentLayout : public QGraphicsLinearLayout {
  public:
   explicit ContentLayout(QGraphicsWidget* content) : QGraphicsLinearLayout(Qt::Vertical) {
@@ -53,8 +55,8 @@ class ContentLayout : public QGraphicsLinearLayout {
 
   bool holds(const QGraphicsWidget* widget) const { return widget && content() == widget; }
 
-  /// Notes the content's size if the host has changed it. One that equals what the content prefers
-  /// is no wish of the host's: the content may come to prefer less.
+  /// Notes the content's size if the host has changed it. A size that equals the preferred one
+  /// doesn't count as the host's: the content may prefer less later.
   void noteHostSize() {
     if (!content() || content()->size() == m_given) return;
     const QSizeF size = content()->size();
@@ -77,13 +79,13 @@ class ContentLayout : public QGraphicsLinearLayout {
   }
 
  private:
-  // The content leaves the layout when it is deleted.
+  // Null once the content is deleted: it then leaves the layout.
   QGraphicsWidget* content() const {
     return count() > 0 ? static_cast<QGraphicsWidget*>(itemAt(0)) : nullptr;
   }
 
-  QSizeF m_hostSize = QSizeF(0, 0);  // that the host gave the content; empty for none
-  QSizeF m_given;                    // that this layout gave it last
+  QSizeF m_hostSize = QSizeF(0, 0);  // what the host gave the content; empty for none
+  QSizeF m_given;                    // what this layout last gave it
 };
 
 // PannableWidget.
@@ -93,7 +95,7 @@ PannableWidget::PannableWidget(QGraphicsItem* parent) : QGraphicsWidget(parent) 
   setFlag(ItemClipsChildrenToShape);
 }
 
-// Behind its parent, so that the view gets the pointer's events before the content does.
+// Stacks behind its parent, so that the view gets pointer events before the content does.
 void PannableWidget::setWidget(QGraphicsWidget* widget) {
   if (m_contentLayout && m_contentLayout->holds(widget) && widget->parentItem() == this) return;
   if (widget != m_content) handBackContent();
@@ -103,7 +105,7 @@ void PannableWidget::setWidget(QGraphicsWidget* widget) {
   setLayout(m_contentLayout);
 }
 
-// The host may have put it elsewhere meanwhile.
+// The host may have moved the content to another parent.
 void PannableWidget::handBackContent() {
   if (!m_content || m_content->parentItem() != this) return;
   m_content->setParentItem(nullptr);
@@ -139,7 +141,7 @@ PannableViewPrivate::PannableViewPrivate(PannableView* view, Qt::Orientations or
   connect(&m_timeLine, &QTimeLine::finished, this, [this] { endReached(); });
 }
 
-// Other content begins at its beginning, whatever was going on before.
+// Other content begins at its start, so this ends glides and animations.
 void PannableViewPrivate::setWidget(QGraphicsWidget* widget) {
   QGraphicsWidget* content = inner->content();
   if (!widget || widget != content) {
@@ -202,7 +204,7 @@ void PannableViewPrivate::storeSwipeStyle(const QPointF& start, const QPointF& e
     m_swipeStyle = Diagonal;
 }
 
-// The direction that decides how long the glide lasts is the horizontal one, where it is enabled.
+// The horizontal speed, if that direction is enabled, decides how long the glide lasts.
 bool PannableViewPrivate::swipe(const QPointF& start, const QPointF& end) {
   m_pressedWhileScrolling = false;
   const qint64 elapsed = m_pressTime.isValid() ? std::max<qint64>(m_pressTime.elapsed(), 1) : 1;
@@ -230,7 +232,8 @@ bool PannableViewPrivate::movesVertically() const {
   return both ? m_swipeStyle != MostlyHorizontal : bool(orientation & Qt::Vertical);
 }
 
-// Half of what the position moves at one update. The speed may pass zero: the glide ends then.
+// Returns half of what the position moves at one update. The speed may pass zero; the next step is
+// then small enough to end the glide.
 qreal PannableViewPrivate::nextStep(double* velocity) {
   const int halfInterval = m_timeLine.updateInterval() / 2;
   const qreal step = halfInterval * *velocity / 1000;
@@ -245,13 +248,13 @@ void PannableViewPrivate::scroll(qreal) {
   const unsigned placed = m_timesPlaced;
   const qreal stepX = movesHorizontally() ? nextStep(&m_velocityX) : 0;
   const qreal stepY = movesVertically() ? nextStep(&m_velocityY) : 0;
-  if (m_timesPlaced != placed) return;  // by the host, when it heard that the glide had ended
+  if (m_timesPlaced != placed) return;  // a slot of the host's placed the content
   inner->setPos(inner->pos() + 2 * QPointF(stepX, stepY));
   emitPositionChanged();
   if (!isScrolling()) endReached();
 }
 
-// Setting the time line back must not count as one of its updates.
+// Resetting the time line must not count as an update.
 void PannableViewPrivate::startScrolling(double milliseconds) {
   {
     const QSignalBlocker noUpdate(m_timeLine);
@@ -277,7 +280,7 @@ void PannableViewPrivate::emitPositionChanged() {
   emit m_view->posChanged(QRectF(-inner->pos(), m_view->size()));
 }
 
-// Whichever way it moves, it springs back to the edge that it left.
+// The content springs back to the edge that it left, whichever way it moves.
 bool PannableViewPrivate::endReached() {
   const QPointF position = inner->pos();
   const QSizeF content = inner->size(), view = m_view->size();
@@ -289,7 +292,8 @@ bool PannableViewPrivate::endReached() {
   return true;
 }
 
-// Starts before the host hears that a glide has ended: it may place the content, or show another.
+// Call it before the signal for the end of a glide: the host's slot may place the content, or show
+// other content, and that must stop this animation.
 void PannableViewPrivate::animateEnd(const QList<QPointF>& points, int milliseconds) {
   if (points.isEmpty()) return;
   auto* animation = new QPropertyAnimation(inner, "pos", this);
@@ -325,7 +329,7 @@ void PannableViewPrivate::moveToItem(QGraphicsItem* item) {
                  item->y() - 0.5 * (m_view->size().height() - size.height())));
 }
 
-// What is hit may delete other items, or the view.
+// An item that is hit may delete other items, or the view.
 bool PannableViewPrivate::tap(QGraphicsSceneMouseEvent* event) {
   const QPointer<PannableViewPrivate> self(this);
   endReached();

@@ -1,4 +1,4 @@
-// pannableview.h: what PannableView is made of.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QElapsedTimer>
@@ -17,15 +17,15 @@ namespace LARKA {
 
 class ContentLayout;
 
-/// What is moved, and holds the content.
+/// The child of a PannableView that holds the content and is moved.
 class PannableWidget : public QGraphicsWidget {
  public:
   explicit PannableWidget(QGraphicsItem* parent);
 
   void setWidget(QGraphicsWidget* widget);
-  /// Null without content, and once the host has deleted it.
+  /// Returns the content; null if there is none, or if the host has deleted it.
   QGraphicsWidget* content() const { return m_content; }
-  /// Takes the size that the content wants now.
+  /// Resizes itself to what the content wants now.
   void fitContent();
   QPainterPath shape() const override;
 
@@ -33,10 +33,10 @@ class PannableWidget : public QGraphicsWidget {
   void handBackContent();
 
   QPointer<QGraphicsWidget> m_content;
-  ContentLayout* m_contentLayout = nullptr;  // the layout, where there is one
+  ContentLayout* m_contentLayout = nullptr;  // the layout; null without content
 };
 
-/// The state of a PannableView and the way it moves.
+/// The state of a PannableView, and how it moves.
 class PannableViewPrivate : public QObject {
   Q_OBJECT
 
@@ -57,11 +57,13 @@ class PannableViewPrivate : public QObject {
   Qt::Orientations orientation;
   int beginX = 0, beginY = 0;          // where the content begins
   int endExtentX = 0, endExtentY = 0;  // how much larger it is than the view
+
+  // Kept for the contract; nothing here is used.
   bool scrollIndicatorEnabled = true;
   bool continuousScrollingEnabled = false;
 
  signals:
-  /// Ends what animates the position.
+  /// Stops the animation of the position, if one runs.
   void stopAnimation();
 
  public slots:
@@ -86,7 +88,7 @@ class PannableViewPrivate : public QObject {
 
   PannableView* m_view;
   double m_velocityX = 0, m_velocityY = 0;  // pixels per second
-  unsigned m_timesPlaced = 0;               // by moveAtOnce
+  unsigned m_timesPlaced = 0;               // calls of moveAtOnce
   QElapsedTimer m_pressTime;
   QTimeLine m_timeLine;
   bool m_pressedWhileScrolling = false;

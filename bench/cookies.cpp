@@ -1,4 +1,4 @@
-// What the cookie store costs when it is full, with the toolkit's own beside it.
+// Measures what the cookie store costs when it is full, and compares it with Qt's own store.
 #include <benchmark/benchmark.h>
 
 #include <QDateTime>
@@ -20,7 +20,7 @@ class Jar : public LARKA::NetworkCookieJar {
   using NetworkCookieJar::setAllCookies;
 };
 
-class ToolkitJar : public QNetworkCookieJar {
+class QtJar : public QNetworkCookieJar {
  public:
   using QNetworkCookieJar::setAllCookies;
 };
@@ -43,12 +43,12 @@ void cookiesForUrl(benchmark::State& state) {
   jar.setAllCookies(cookies(static_cast<int>(state.range(0))));
   for (auto _ : state) {
     const QList<QNetworkCookie> found = jar.cookiesForUrl(kUrl);
-    if (found.size() != kPerDomain) state.SkipWithError("not what was stored");
+    if (found.size() != kPerDomain) state.SkipWithError("found other cookies than those stored");
     benchmark::DoNotOptimize(found);
   }
 }
 BENCHMARK_TEMPLATE(cookiesForUrl, Jar)->Arg(10)->Arg(kMostInAll);
-BENCHMARK_TEMPLATE(cookiesForUrl, ToolkitJar)->Arg(10)->Arg(kMostInAll);
+BENCHMARK_TEMPLATE(cookiesForUrl, QtJar)->Arg(10)->Arg(kMostInAll);
 
 template <typename AnyJar>
 void setOneCookie(benchmark::State& state) {
@@ -58,9 +58,9 @@ void setOneCookie(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(jar.setCookiesFromUrl(one, kUrl));
 }
 BENCHMARK_TEMPLATE(setOneCookie, Jar)->Arg(10)->Arg(kMostInAll);
-BENCHMARK_TEMPLATE(setOneCookie, ToolkitJar)->Arg(10)->Arg(kMostInAll);
+BENCHMARK_TEMPLATE(setOneCookie, QtJar)->Arg(10)->Arg(kMostInAll);
 
-// Every cookie is another one, so that the oldest of its domain or of the store has to go.
+// Each cookie has a new name, so the oldest of its domain or of the store has to go.
 void setNewCookie(benchmark::State& state, const char* host) {
   Jar jar;
   jar.setAllCookies(cookies(kMostInAll));

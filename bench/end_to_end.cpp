@@ -1,4 +1,6 @@
-// end_to_end.cpp: the library beside the bare engine, each measurement in a process of its own, in
+// SPDX-License-Identifier: MIT
+//
+// Compares the library with QtWebKit alone: each measurement in a process of its own, in
 // alternating pairs. Prints the medians and their ratios as a table.
 //
 //   larka-end-to-end [PAIRS [run|pump]]    (default: 5 pairs, both loops; about two minutes a pair)
@@ -34,7 +36,7 @@ const Scenario kScenarios[] = {
 
 using Values = std::map<std::string, std::vector<double>>;
 
-/// Runs one probe and adds the `name=value` pairs that it prints.
+/// Runs one probe and adds the `name=value` pairs that it prints to `values`.
 void measure(const std::string& probe, const std::string& side, const std::string& loop,
              const Scenario& scenario, Values* values) {
   timespec now;
@@ -81,7 +83,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   const std::string probe = probePath();
-  printf("| loop | what | measure | bare engine | library | ratio | difference |\n");
+  printf("| loop | what | measure | QtWebKit alone | library | ratio | difference |\n");
   printf("|---|---|---|---|---|---|---|\n");
   for (const char* loop : {"run", "pump"}) {
     if (!only.empty() && only != loop) continue;

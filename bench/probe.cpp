@@ -1,5 +1,7 @@
-// probe.cpp: one measurement of one scenario, by the bare engine or by the library, in a process of
-// its own. Prints one line of `name=value` pairs; end_to_end.cpp runs it in pairs and compares.
+// SPDX-License-Identifier: MIT
+//
+// Measures one scenario once, with QtWebKit alone ("bare") or with the library. Prints one line of
+// `name=value` pairs. end_to_end.cpp runs it in pairs and compares.
 //
 //   probe bare|larka run|pump SCENARIO PAGE [STARTED_MILLISECONDS]
 
@@ -53,7 +55,7 @@ double residentMebibytes() {
   return resident * static_cast<double>(sysconf(_SC_PAGESIZE)) / (1024 * 1024);
 }
 
-/// What both sides can do: a page that is loaded, scripted, and painted into an image.
+/// A page on either side: it can be loaded, scripted, and is painted into an image.
 class Subject {
  public:
   virtual ~Subject() = default;
@@ -61,7 +63,7 @@ class Subject {
   virtual void script(const std::string& code) = 0;
   virtual const unsigned char* image() = 0;
 
-  /// The last pixel of the image as 0xAARRGGBB; 0 before there is one.
+  /// Returns the last pixel of the image as 0xAARRGGBB; 0 if there is no image yet.
   unsigned cornerColour() {
     const unsigned char* pixels = image();
     unsigned colour = 0;
@@ -71,7 +73,7 @@ class Subject {
 
   int notices = 0;
   bool finished = false;
-  std::function<void()> changed;  // called after each notice and when the load has finished
+  std::function<void()> changed;  // called after each notice, and when the page has loaded
 
  protected:
   void tell() {
@@ -79,8 +81,8 @@ class Subject {
   }
 };
 
-/// The bare engine: a page without a scene, rendered into an image when the event loop next turns
-/// after it asked for a repaint.
+/// QtWebKit alone: a page without a scene. When it asks for a repaint, the next turn of the event
+/// loop renders it into an image.
 class BarePage : public Subject {
  public:
   BarePage() : m_image(kWidth, kHeight, QImage::Format_ARGB32_Premultiplied) {
@@ -152,8 +154,8 @@ class LarkaPage : public Subject, private LARKA::CallbacksAdapter {
   LARKA::ILarkaBrowser* m_browser;
 };
 
-/// What one side does under one kind of loop: a list of steps, each begun when the one before it is
-/// done.
+/// Runs a list of steps on one side, under one kind of loop. Each step begins when the one before
+/// it is done.
 class Runner {
  public:
   struct Step {
@@ -190,8 +192,7 @@ class Runner {
          [=] { return nowMilliseconds() >= *end; });
   }
 
-  /// Loads a page, and marks its last corner once it has loaded: the image is complete when the
-  /// mark is in it.
+  /// Loads a page, then marks its bottom right corner: the image is complete when it has the mark.
   void thenLoad(Subject* subject, const std::string& url) {
     then([=] { subject->load(url); }, [=] { return subject->finished; });
     then(
@@ -211,12 +212,12 @@ class Runner {
     else if (m_manager)
       runLibraryLoop();
     else
-      runToolkitLoop();
+      runQtLoop();
     m_subjects.clear();
   }
 
  private:
-  // A host with a loop of its own that calls in every 2 ms.
+  // A host with a loop of its own, which pumps every 2 ms.
   void runPumping() {
     while (!finished()) {
       if (m_manager)
@@ -237,7 +238,7 @@ class Runner {
     m_manager->RunEventLoop();
   }
 
-  void runToolkitLoop() {
+  void runQtLoop() {
     QTimer poll;
     QObject::connect(&poll, &QTimer::timeout, [this] { advance(); });
     poll.start(20);
@@ -282,7 +283,7 @@ void addStart(Runner* runner, const std::string& url, double started) {
   runner->then([=] { printf("first_image_ms=%.2f\n", nowMilliseconds() - started); }, nullptr);
 }
 
-// From before the script to the notice that follows the paint, with the new colour in the image.
+// Measures from before the script to the notice after the paint, with the new colour in the image.
 void addScript(Runner* runner, const std::string& url) {
   Subject* subject = runner->add();
   runner->thenLoad(subject, url);
@@ -362,7 +363,7 @@ int main(int argc, char** argv) {
             "usage: probe bare|larka run|pump start|script|steady|memory URL [STARTED_MS]\n");
     return 2;
   }
-  alarm(60);  // a scenario that gets stuck ends here
+  alarm(60);  // ends a scenario that gets stuck
   const std::string side = argv[1], loop = argv[2], scenario = argv[3], url = argv[4];
   const double started = argc > 5 ? atof(argv[5]) : nowMilliseconds();
   char name[] = "probe", platform[] = "-platform", offscreen[] = "offscreen";

@@ -1,8 +1,17 @@
-// real-pages.cpp: a page of the real world, as larka-shot has drawn it, as the library shows it at
-// rest, and as QtWebKit renders it in one go. Prints a line for each verdict, with the bounds of
-// what differs: "same", "empty" (there is nothing to see), "failed", "blank" (although there is
-// something to see), "stale" (the library), "different" (larka-shot), "moving" (it never rests), or
-// "random" (loaded again, it is another).
+// SPDX-License-Identifier: MIT
+//
+// Compares three pictures of a page of the real world: the one that larka-shot made, the library's
+// at rest, and one that QtWebKit renders in one go. Prints a verdict, with the bounds of the
+// difference:
+//
+//   failed     there is no picture to compare
+//   empty      QtWebKit renders nothing, and the other two are equal
+//   blank      QtWebKit renders something, larka-shot or the library nothing
+//   moving     the page never comes to rest
+//   stale      the library differs from QtWebKit; one of the following comes after it
+//   same       larka-shot and the library are equal
+//   different  larka-shot differs from the library
+//   random     so it does, but the page looks different when it is loaded again
 //
 //   larka-real-pages URL PICTURE
 
@@ -27,12 +36,13 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-// Generous, so that what larka-shot does in less time is compared with what the page comes to.
+// Longer than larka-shot waits, so that its picture is compared with the final one.
 const milliseconds kLoadsWithin(10000);
 const milliseconds kRestsAfter(1800);
 const milliseconds kQuietFor(500);
 const milliseconds kMovesFor(6000);
-const milliseconds kLookAgainAfter[] = {milliseconds(500), milliseconds(300)};  // at carets, too
+// Different intervals, so that they also catch a blinking caret.
+const milliseconds kLookAgainAfter[] = {milliseconds(500), milliseconds(300)};
 const int kMoreLoads = 3;
 
 bool isBlank(const QImage& image) {
@@ -42,7 +52,7 @@ bool isBlank(const QImage& image) {
   return true;
 }
 
-/// The bounds of the pixels in which two images differ.
+/// Returns the bounds of the pixels in which two images differ.
 QRect difference(const QImage& a, const QImage& b) {
   if (a.size() != b.size()) return a.rect() | b.rect();
   QRect bounds;
@@ -52,10 +62,10 @@ QRect difference(const QImage& a, const QImage& b) {
   return bounds;
 }
 
-/// A page in the library that has come to rest.
+/// A page that the library shows and that has come to rest.
 class Page : private LARKA::CallbacksAdapter {
  public:
-  /// Loads the page, waits for its rest and looks at it again later.
+  /// Loads the page, waits until it rests, and checks later whether it still does.
   Page(LARKA::BrowserManager* manager, const std::string& url)
       : m_manager(manager), m_browser(manager->CreateBrowser()) {
     m_browser->AddListener(this);
@@ -84,8 +94,9 @@ class Page : private LARKA::CallbacksAdapter {
 
   bool failed() const { return m_fresh.isNull(); }
   bool moves() const { return m_moves; }
-  /// The library's image, and one that QtWebKit rendered at the same moment.
+  /// Returns the library's image.
   const QImage& picture() const { return m_picture; }
+  /// Returns what QtWebKit rendered at the same moment.
   const QImage& fresh() const { return m_fresh; }
 
  private:
@@ -130,7 +141,7 @@ void say(const char* verdict, const std::string& url, const QRect& bounds = QRec
   printf("\n");
 }
 
-/// Whether the page is another one when it is loaded again.
+/// Returns whether the page looks different when it is loaded again.
 bool isRandom(LARKA::BrowserManager* manager, const std::string& url, const Page& page) {
   for (int i = 0; i < kMoreLoads; ++i)
     if (Page(manager, url).fresh() != page.fresh()) return true;

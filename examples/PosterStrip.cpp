@@ -22,7 +22,7 @@ void Poster::paint(QPainter* painter, const QStyleOptionGraphicsItem*, QWidget*)
   painter->drawText(rect(), Qt::AlignCenter, QString::number(m_number + 1));
 }
 
-// The view hands a tap on as a press and a release; it never lets a drag get here.
+// A tap arrives as a press and a release. Drags never arrive: the view keeps them.
 void Poster::mousePressEvent(QGraphicsSceneMouseEvent* event) {
   m_lastPress = event->pos();
   m_pressed = true;

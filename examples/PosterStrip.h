@@ -1,10 +1,10 @@
-// PosterStrip.h: a row of film posters.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QGraphicsWidget>
 #include <QVector>
 
-/// One poster; it lights up while it is chosen.
+/// A film poster. It has a white frame while it is chosen; a tap toggles that.
 class Poster : public QGraphicsWidget {
  public:
   Poster(int number, QGraphicsItem* parent);
@@ -27,7 +27,7 @@ class Poster : public QGraphicsWidget {
   bool m_chosen = false;
 };
 
-/// The row, as wide as its posters.
+/// A row of film posters.
 class PosterStrip : public QGraphicsWidget {
  public:
   static const int kPosterWidth = 160, kPosterHeight = 240, kGap = 20;

@@ -1,4 +1,4 @@
-// A strip of posters to drag, fling and tap: PannableView in a graphics scene of the host's own.
+// A strip of posters to drag, fling and tap: a PannableView in a graphics scene of the host's own.
 //
 //   posters                 shows it in a window
 //   posters --picture FILE  flings the strip and writes a picture of it gliding
@@ -19,7 +19,7 @@ namespace {
 
 const int kPosters = 30;
 
-/// What a hand would do: press, pull to the left, let go.
+/// Presses, drags to the left and releases, as a hand would.
 void fling(QGraphicsView* view) {
   const auto send = [view](QEvent::Type type, int x, Qt::MouseButtons buttons) {
     const Qt::MouseButton button = type == QEvent::MouseMove ? Qt::NoButton : Qt::LeftButton;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "BrowserManagerQt.h"
 
 #include <QAbstractEventDispatcher>
@@ -42,15 +43,15 @@ const int kPixmapCacheKilobytes = 51200;
 
 std::atomic<bool> g_running{false};
 
-// Set when the process ends with a manager still there, such as a global one: the toolkit may be
-// gone.
+// Set when the process ends while a manager is still there, such as a global one. Qt may be gone by
+// then.
 bool g_processEnding = false;
 
-// What could not be destroyed any more: kept in sight of tools that look for leaks.
+// A manager that could no longer be destroyed: reachable, so that leak checkers accept it.
 BrowserManagerPrivate* volatile g_leftToTheProcess = nullptr;
 
-// In an application or an event loop of the host's own, its objects are its own business: it may be
-// pumping from one of its event handlers.
+// In a host's own application or event loop its objects are its own business: it may be pumping
+// from one of its event handlers.
 bool g_applicationIsOurs = false;
 
 bool pumpsDestroyEverything() {
@@ -58,7 +59,7 @@ bool pumpsDestroyEverything() {
 }
 
 void destroyWhenEngineIsIdle(BrowserManagerPrivate* manager) {
-  whenIdle(engineUse(), nullptr,
+  whenIdle(webKitUse(), nullptr,
            [manager = QPointer<BrowserManagerPrivate>(manager)] { delete manager; });
 }
 
@@ -91,7 +92,8 @@ BrowserManagerPrivate::~BrowserManagerPrivate() {
   fprintf(stderr, "---quitting app\n");
 }
 
-// The scene would take their views along, and their requests would go on to use the shared jar.
+// Otherwise the scene would delete their views, and their requests would go on using the shared
+// jar.
 void BrowserManagerPrivate::releaseLivingBrowsers() {
   if (scene) {
     for (QGraphicsItem* item : scene->items())
@@ -104,7 +106,7 @@ void BrowserManagerPrivate::releaseLivingBrowsers() {
 
 void BrowserManagerPrivate::shareCookieJar(QNetworkAccessManager* manager) {
   manager->setCookieJar(cookieJar);
-  // The network manager takes the jar; it must not die with the first browser.
+  // The network manager became its owner; it must not die with the first browser.
   cookieJar->setParent(this);
   diskCache->setParent(this);
   jarUsers.removeAll(QPointer<QNetworkAccessManager>());
@@ -133,9 +135,9 @@ void BrowserManagerPrivate::createView() {
   spareTheView();
 }
 
-// Nobody ever sees the view, and nothing is painted into it: no background is drawn, the few items
-// are found without an index, which costs more to keep than it saves, and a host's application must
-// not end because its last window seems to be this one.
+// Nobody sees the view, and nothing is painted into it. So it draws no background, and the scene
+// keeps no index of its few items, which would cost more than it saves. A host's application must
+// not end because this seems to be its last window.
 void BrowserManagerPrivate::spareTheView() {
   for (QWidget* widget : {static_cast<QWidget*>(view), view->viewport()}) {
     widget->setAttribute(Qt::WA_OpaquePaintEvent);
@@ -148,8 +150,8 @@ void BrowserManagerPrivate::spareTheView() {
 
 BrowserManager::BrowserManager() : d(new BrowserManagerPrivate) {}
 
-// Without the toolkit the view and the scene can't be destroyed any more; the process is ending, or
-// the host's application has taken the widgets along.
+// Without Qt's application the view and the scene can't be destroyed: the process is ending, or the
+// host's application has deleted the widgets.
 BrowserManager::~BrowserManager() {
   if (d) g_running = false;
   const bool toolkitGone = g_processEnding || !QCoreApplication::instance();
@@ -190,7 +192,7 @@ void BrowserManager::Initialize(int argc, char** argv) {
 
 void BrowserManager::Shutdown(bool immediate) {
   fprintf(stderr, "browser manager shutdown (immediate %d)\n", immediate);
-  whenIdle(engineUse(), nullptr, [] { QWebSettings::clearMemoryCaches(); });
+  whenIdle(webKitUse(), nullptr, [] { QWebSettings::clearMemoryCaches(); });
   if (immediate)
     destroyWhenEngineIsIdle(d);
   else if (d)
@@ -251,7 +253,7 @@ void BrowserManager::PumpEvents() {
   if (leaveQuestionUse().isIdle()) pumpOnce(QEventLoop::AllEvents);
 }
 
-// Any event ends the wait, which keeps an animation at its full rate, and so does Shutdown.
+// Any event ends the wait, so that animations run at their full rate. Shutdown ends it too.
 void BrowserManager::RunEventLoop() {
   if (d && d->view) d->view->setVisible(true);
   while (g_running) pumpOnce(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QList>
@@ -16,8 +17,8 @@ namespace LARKA {
 
 class CookieJar;
 
-/// What all browsers share: the cookie jar and the disk cache (children of this object), and the
-/// hidden scene with the view that paints it.
+/// Owns what all browsers share: the cookie jar and the disk cache (its children), and the hidden
+/// scene with the view that paints it.
 class BrowserManagerPrivate : public QObject {
   Q_OBJECT
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "browser/LarkaBrowserQt.h"
 
 #include <QApplication>
@@ -96,7 +97,7 @@ bool LarkaBrowser::event(QEvent* event) {
   return postponesDestruction(event, this, m_listeners.calls()) || QObject::event(event);
 }
 
-// The view deletes only pages that are its children.
+// As the view's child the page is deleted with it.
 void LarkaBrowser::installPage(QNetworkAccessManager* manager) {
   auto* page = new WebPage(this);
   m_webView->setPage(page);
@@ -106,7 +107,7 @@ void LarkaBrowser::installPage(QNetworkAccessManager* manager) {
   m_webView->keepPageFocused();
 }
 
-// What the engine would ask a person is refused there.
+// Dialogs that QtWebKit would open for a person are refused there.
 void LarkaBrowser::setDialogParent() {
   const QGraphicsScene* scene = m_webView->scene();
   auto* view = scene ? qobject_cast<HiddenView*>(scene->views().value(0)) : nullptr;
@@ -120,7 +121,7 @@ void LarkaBrowser::Initialize(int width, int height, const char* cookiePath,
                               const char* localStoragePath, bool createScriptObject,
                               SystemInfoData*) {
   if (!m_webView || m_frameTimer) return;
-  const EngineCall call(m_pageUse);
+  const WebKitCall call(m_pageUse);
   if (createScriptObject) makeScriptObject();
   if (cookiePath)
     page()->networkAccessManager()->setCookieJar(
@@ -156,9 +157,8 @@ void LarkaBrowser::makeScriptObject() {
           &LarkaBrowser::executeMediaAction);
 }
 
-// A page takes the directory of its local storage once, while it is constructed, and from the
-// global settings; setting it on a page's own settings has no effect. So the browser makes a new
-// page.
+// A page takes the directory of its local storage from the global settings, once, when it is
+// constructed; setting it on a page's own settings has no effect. So the browser makes a new page.
 void LarkaBrowser::useLocalStorage(const QString& directory) {
   if (!directory.isEmpty()) {
     WebPage* oldPage = page();
@@ -200,11 +200,11 @@ void LarkaBrowser::frameCreated(QWebFrame* frame) {
           SLOT(javaScriptWindowObjectCleared()));
 }
 
-// Cleared first: what the page still reports while it goes away must not reach a view half
-// destroyed.
+// m_webView is cleared first: what the page still reports while it is being destroyed must not
+// reach a view half destroyed.
 void LarkaBrowser::Shutdown() {
   whenIdle(m_pageUse, nullptr, [webView = std::exchange(m_webView, nullptr)] {
-    const OnStack unloadsThePage(engineUse());
+    const OnStack unloadsThePage(webKitUse());
     delete webView;
   });
 }
@@ -227,7 +227,7 @@ void LarkaBrowser::RemoveListener(ILarkaCallbacks* listener) { m_listeners.remov
 
 // Page events.
 
-// A child frame that loads leaves the plug-ins of the others.
+// A child frame that loads doesn't end the plug-ins of the others.
 void LarkaBrowser::loadStarted() {
   m_pageLoads = !m_webView || page()->mainFrameNavigates();
   m_loadWatch.begin();
@@ -244,7 +244,7 @@ void LarkaBrowser::loadStarted() {
 
 bool LarkaBrowser::isBusyLoading() const {
   // While a page waits for the host, the loads of all pages rest.
-  if (!m_webView || !engineUse().isIdle()) return true;
+  if (!m_webView || !webKitUse().isIdle()) return true;
   if (m_pageLoads && !m_pageArrived) return true;
   const auto* manager = qobject_cast<NetworkAccessManager*>(page()->networkAccessManager());
   return manager && manager->hasRunningReplies();
@@ -255,12 +255,12 @@ void LarkaBrowser::loadProgress(int percent) {
 }
 
 // A child frame that fails, such as an advertisement, doesn't fail its page. A load that LoadWatch
-// has ended may end once more.
+// has ended may end again.
 void LarkaBrowser::loadFinished(bool ok) {
   if (m_loadWatch.end()) endLoad(ok || !m_pageLoads);
 }
 
-// A host that hears that the page is there lists its plug-ins, so they come first.
+// Hosts list the plug-ins in OnLoadFinished, so these are announced first.
 void LarkaBrowser::endLoad(bool ok) {
   postHostEvent(this, m_pageUse, [this, ok, load = m_loads] {
     const QPointer<LarkaBrowser> self(this);
@@ -349,8 +349,7 @@ void LarkaBrowser::executeInLarka(const QString& script) {
   });
 }
 
-// The command goes out as UTF-8, the answer is read as Latin-1, up to its first NUL: pages rely on
-// both.
+// The command is UTF-8; the answer is read as Latin-1, up to its first NUL. Pages rely on both.
 QString LarkaBrowser::executeMediaAction(const QString& script) {
   const std::string command = toHost(script);
   std::string reply;
@@ -474,7 +473,7 @@ void LarkaBrowser::SetCacheParameters(const char* directory, int sizeInMegabytes
   page()->networkAccessManager()->setCache(new CacheWrapper(m_diskCache.data()));
 }
 
-// They may be writing into it.
+// The replies may be writing into the cache.
 void LarkaBrowser::keepCacheForRunningReplies() {
   if (!m_diskCache) return;
   for (QNetworkReply* reply : page()->networkAccessManager()->findChildren<QNetworkReply*>())
@@ -482,8 +481,8 @@ void LarkaBrowser::keepCacheForRunningReplies() {
 }
 
 void LarkaBrowser::ClearCache() {
-  // Of pages that are on the stack one may be on its way out of the memory caches.
-  whenIdle(engineUse(), nullptr, [] { QWebSettings::clearMemoryCaches(); });
+  // A page on the stack may just be leaving the memory caches.
+  whenIdle(webKitUse(), nullptr, [] { QWebSettings::clearMemoryCaches(); });
   QAbstractNetworkCache* cache = m_webView ? page()->networkAccessManager()->cache() : nullptr;
   if (cache) cache->clear();
 }
@@ -529,7 +528,7 @@ std::vector<std::pair<std::string, std::string>> LarkaBrowser::ReadCookies() {
   return cookies;
 }
 
-// The cookies are stored again as they are: hosts rely on it that nothing is deleted.
+// Nothing is deleted, which hosts rely on: the cookies are stored again as they are.
 bool LarkaBrowser::ClearCookie(const char* name) {
   const QList<QNetworkCookie> cookies = pageCookies();
   const auto isNamed = [wanted = QByteArray(name)](const QNetworkCookie& cookie) {
@@ -548,8 +547,8 @@ void LarkaBrowser::navigate(std::function<void(LarkaWebView*)> operation) {
   });
 }
 
-// A host that tries again whenever a load has failed means that load, not the one that has replaced
-// it; and if it ended that one, it would try again for ever.
+// A host that tries again whenever a load fails means that load, not the one that has replaced it.
+// If trying again ended the new load, it would go on for ever.
 void LarkaBrowser::Navigate(const char* url) {
   const QUrl address = QUrl::fromEncoded(url);
   if (m_endOfReplacedLoad && address == m_requested) return;
@@ -599,10 +598,10 @@ std::string LarkaBrowser::GetTitle() {
   return m_webView ? toHost(m_webView->title()) : std::string();
 }
 
-// Only single quotes are escaped; hosts rely on what becomes of the rest.
+// Only single quotes are escaped; hosts rely on that.
 std::string LarkaBrowser::ExecuteJavascript(const char* script) {
   if (!m_webView) return std::string();
-  const EngineCall call(m_pageUse);
+  const WebKitCall call(m_pageUse);
   QString escaped = fromHost(script);
   escaped.replace(QLatin1Char('\''), QLatin1String("\\'"));
   const QString code = QLatin1String("eval('") + escaped + QLatin1String("').toString();");
@@ -620,12 +619,12 @@ std::string LarkaBrowser::GetMetaTagValue(const char* name) {
 
 // Zoom and scrolling.
 
-// The engine would lay the page out in a space without a size, or of an endless one.
+// With other factors QtWebKit would lay the page out in no space, or in an endless one.
 void LarkaBrowser::SetZoomLevel(double percent) {
-  using Factor = std::numeric_limits<float>;  // the engine's own
+  using Factor = std::numeric_limits<float>;  // QtWebKit's type
   const double factor = percent / 100;
   if (!m_webView || !(factor >= Factor::min() && factor <= Factor::max())) return;
-  const EngineCall call(m_pageUse);
+  const WebKitCall call(m_pageUse);
   m_webView->setZoomFactor(factor);
 }
 
@@ -650,13 +649,13 @@ void LarkaBrowser::Scroll(int dx, int dy) { scrollBy(dx, dy); }
 
 void LarkaBrowser::scrollBy(qint64 dx, qint64 dy) {
   if (!m_webView) return;
-  const EngineCall call(m_pageUse);
+  const WebKitCall call(m_pageUse);
   mainFrame()->scroll(inReach(dx), inReach(dy));
 }
 
 void LarkaBrowser::ScrollToPoint(int x, int y) {
   if (!m_webView) return;
-  const EngineCall call(m_pageUse);
+  const WebKitCall call(m_pageUse);
   const QPoint point(inReach(x), inReach(y));
   const double zoom = m_webView->zoomFactor();
   const QPointF target =
@@ -694,11 +693,11 @@ int LarkaBrowser::GetHeight() {
 
 // Input.
 
-// A browser that has been taken out of the scene, to be destroyed or by its manager's end, gets no
-// input any more.
+// A browser that was taken out of the scene, to be destroyed or at its manager's end, gets no
+// input.
 void LarkaBrowser::send(QEvent&& event) {
   if (!m_webView || !m_webView->scene()) return;
-  const EngineCall call(m_pageUse);
+  const WebKitCall call(m_pageUse);
   page()->event(&event);
 }
 
@@ -708,14 +707,14 @@ void LarkaBrowser::MouseDown(int x, int y, int) { send(m_input.press(QPoint(x, y
 
 void LarkaBrowser::MouseUp(int x, int y, int) { send(m_input.release(QPoint(x, y))); }
 
-// Tested first: the control is what was there before the click.
+// The hit test comes first: listeners get the control that was there before the click.
 void LarkaBrowser::MouseClick(int x, int y, int reserved) {
   LarkaHTMLControl control = HitTest(x, y);
   const QPointer<LarkaBrowser> self(this);
   MouseDown(x, y, reserved);
   if (self) MouseUp(x, y, reserved);
   if (!self) return;
-  const EngineCall deliversIt(m_pageUse);
+  const WebKitCall deliversIt(m_pageUse);
   m_listeners.post(
       [control](ILarkaCallbacks* listener) mutable { listener->OnMouseClick(control); });
 }
@@ -733,11 +732,11 @@ void LarkaBrowser::MouseWheel(int dx, int dy, int) {
   if (self) send(m_input.wheel(dx, Qt::Horizontal));
 }
 
-// As on a keyboard, Escape ends the full screen of an element, and is nothing else then.
+// As on a keyboard, Escape ends the full screen of an element; the page gets no key then.
 void LarkaBrowser::KeyDown(int key, int modifiers) {
   const QPointer<LarkaBrowser> self(this);
   if (key == KEYCODE_ESCAPE && m_webView) {
-    const EngineCall call(m_pageUse);
+    const WebKitCall call(m_pageUse);
     if (page()->leaveFullScreen()) return;
   }
   if (self) send(m_input.key(QEvent::KeyPress, key, modifiers));
@@ -749,9 +748,9 @@ void LarkaBrowser::KeyUp(int key, int modifiers) {
 
 // Controls.
 
-// Where nothing is hit, as while a page begins to arrive, the engine leaves the pointer to the
-// element uninitialised, and the result can be neither read nor copied nor destroyed; only the
-// frame tells.
+// Where nothing is hit, as while a page begins to arrive, QtWebKit leaves the pointer to the
+// element uninitialised: the result can't be read, copied or destroyed then. Only its frame says
+// so.
 LarkaHTMLControl LarkaBrowser::HitTest(int x, int y) {
   if (!m_webView || mainFrame()->documentElement().isNull()) return LarkaHTMLControl();
   auto* hit = new QWebHitTestResult(mainFrame()->hitTestContent(QPoint(x, y)));
@@ -760,7 +759,7 @@ LarkaHTMLControl LarkaBrowser::HitTest(int x, int y) {
   return LarkaHTMLControl(new LarkaHTMLControlPrivate(*hit), true);
 }
 
-// The type attribute doesn't count: hosts filter by LarkaHTMLControl::GetControlType.
+// The type attribute is ignored: hosts filter by LarkaHTMLControl::GetControlType.
 std::vector<LarkaHTMLControl*> LarkaBrowser::GetControls(ControlType type) {
   std::vector<LarkaHTMLControl*> controls;
   std::string tag, inputType;
@@ -781,7 +780,7 @@ bool LarkaBrowser::FocusPrev() { return stepFocus(false); }
 
 bool LarkaBrowser::stepFocus(bool next) {
   if (!m_webView) return false;
-  const EngineCall call(m_pageUse);
+  const WebKitCall call(m_pageUse);
   return page()->focusNextPrevChild(next);
 }
 
@@ -789,7 +788,7 @@ bool LarkaBrowser::stepFocus(bool next) {
 
 void LarkaBrowser::Resize(int width, int height) {
   if (!m_webView) return;
-  const EngineCall call(m_pageUse);
+  const WebKitCall call(m_pageUse);
   m_webView->resize(QSizeF(width, height));
   if (m_webView && m_frameTimer) correctScreenSize(mainFrame(), m_webView->size().toSize());
 }
@@ -815,7 +814,7 @@ unsigned char* LarkaBrowser::GetBrowserImage() {
 
 void LarkaBrowser::SaveBrowserImage(const char* path, int width, int height) {
   if (!m_webView) return;
-  const EngineCall call(m_pageUse);
+  const WebKitCall call(m_pageUse);
   QImage image(page()->viewportSize(), QImage::Format_ARGB32);
   image.fill(Qt::white);
   {
@@ -831,7 +830,7 @@ void LarkaBrowser::addRect(const QRect& rect) {
   if (m_webView) m_webView->AddRect(rect);
 }
 
-// A scroll repaints everything, whatever it moved.
+// A scroll repaints everything, whatever has moved.
 void LarkaBrowser::scrollRequested(int, int, const QRect&) {
   if (!m_webView) return;
   m_webView->AddRect(QRect(QPoint(0, 0), m_webView->size().toSize()));
@@ -842,7 +841,7 @@ void LarkaBrowser::repaintRequested(const QRect& rect) { notifyOnDirty(rect); }
 
 void LarkaBrowser::notifyOnDirty(const QRect& rect) {
   if (!m_webView) return;
-  // The event loop is turning anyway: the tick counts anew, so that an animation isn't woken for
+  // The event loop is turning anyway. The timer starts again, so that an animation isn't woken for
   // it.
   if (m_frameTimer) m_frameTimer->start();
   const QPointer<LarkaBrowser> self(this);
@@ -882,7 +881,7 @@ void LarkaBrowser::tester() {
   frameRate.Frame();
 }
 
-// Operations that do nothing, on purpose.
+// Kept for the contract: these do nothing.
 
 void LarkaBrowser::Focus() {}
 void LarkaBrowser::Invalidate() {}
@@ -890,10 +889,10 @@ void LarkaBrowser::SetConfig(const char*, const char*) {}
 void LarkaBrowser::SetConfig(const char*, int) {}
 void LarkaBrowser::SetConfig(const char*, bool) {}
 
-// The inspector is the browser's child: it needs no pointer to it.
+// The inspector is the browser's child.
 ILarkaBrowser* LarkaBrowser::LaunchInspector(bool show) {
   if (!m_webView) return nullptr;
-  const EngineCall call(m_pageUse);
+  const WebKitCall call(m_pageUse);
   return new InspectorBrowser(page(), show, this);
 }
 

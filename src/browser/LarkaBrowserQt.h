@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QElapsedTimer>
@@ -225,7 +226,7 @@ class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
 
   LarkaWebView* m_webView = nullptr;
   QTimer* m_frameTimer = nullptr;
-  StackUse m_pageUse = StackUse::partOf(engineUse());
+  StackUse m_pageUse = StackUse::partOf(webKitUse());
   Listeners m_listeners{this, m_pageUse};
   Navigation m_navigation{this, m_pageUse};
   bool m_pageLoads = false;    // whether the load under way is that of the page, or a frame's

@@ -1,4 +1,4 @@
-// LoadWatch.h: ends the loads that QtWebKit forgets to end.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QTimer>
@@ -6,20 +6,19 @@
 
 namespace LARKA {
 
-/// Watches a load from its beginning to its end. QtWebKit now and then loses the end of one, as
-/// when a page goes elsewhere by a refresh while a font of its can't be reached; the page is there,
-/// and nothing is left to come. The load then counts as ended when nothing has gone on for some
-/// seconds.
+/// Ends the loads that QtWebKit forgets to end. That happens now and then, as when a page goes
+/// elsewhere by a refresh while one of its fonts can't be reached: the page is there, and nothing
+/// is left to come. Such a load ends here when nothing has happened for some seconds.
 class LoadWatch {
  public:
-  /// `isBusy` says whether a request is running or script is waiting for its host. `ended` is
-  /// called when a load has ended here.
+  /// `isBusy` returns whether a request is running or script waits for the host. `ended` is called
+  /// when LoadWatch ends a load.
   LoadWatch(std::function<bool()> isBusy, std::function<void()> ended,
             int quietMilliseconds = 4000);
 
   void begin();
 
-  /// Notes the end that QtWebKit announces. False when the load had already ended here.
+  /// Called when QtWebKit ends the load. Returns false if LoadWatch has already ended it.
   bool end();
 
  private:

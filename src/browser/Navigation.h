@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QObject>
@@ -23,7 +24,7 @@ class Navigation {
     if (isWaiting) return;
     whenIdle(m_page, m_browser, [this] {
       const auto navigation = std::exchange(m_waiting, nullptr);
-      const EngineCall call(m_page);
+      const WebKitCall call(m_page);
       navigation();
     });
   }

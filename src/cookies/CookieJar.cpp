@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "cookies/CookieJar.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "cookies/networkcookiejar.h"
 
 #include <QDateTime>

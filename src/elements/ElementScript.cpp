@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "elements/ElementScript.h"
 
 #include <QJsonArray>
@@ -37,18 +38,18 @@ bool canBeEvaluated(QWebElement element, const QString& script) {
 }  // namespace
 
 void runOn(QWebElement element, const QString& statement) {
-  const EngineCall call;
+  const WebKitCall call;
   element.evaluateJavaScript(statement + QLatin1String("; void 0"));
 }
 
 QVariant valueOn(QWebElement element, const QString& expression) {
-  const EngineCall call;
+  const WebKitCall call;
   return element.evaluateJavaScript(QLatin1String(kWithoutObjects) + QLatin1Char('(') + expression +
                                     QLatin1Char(')'));
 }
 
 QString resultOn(QWebElement element, const QString& script) {
-  const EngineCall call;
+  const WebKitCall call;
   const QVariant result =
       canBeEvaluated(element, script)
           ? valueOn(element, QLatin1String("eval(") + quoted(script) + QLatin1Char(')'))

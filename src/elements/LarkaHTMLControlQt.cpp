@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "elements/LarkaHTMLControlQt.h"
 
 #include <QUrl>
@@ -158,7 +159,7 @@ bool LarkaHTMLControl::IsControlSelected() {
 
 // QWebElement::setFocus doesn't move the caret, or the focus between frames; focus() does.
 void LarkaHTMLControl::Focus() {
-  const EngineCall call;
+  const WebKitCall call;
   runOn(d->element(), QStringLiteral("this.focus()"));
   d->element().setFocus();
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "elements/LarkaPluginWidgetQt.h"
 
 #include <QStringList>
@@ -97,7 +98,7 @@ void* LarkaPluginWidget::GetUserData() { return d->userData; }
 // Script first, because it also moves the focus between frames. If the main frame didn't take the
 // focus, the element would keep the focus within its document.
 void LarkaPluginWidget::SetFocus(bool focus) {
-  const EngineCall call;
+  const WebKitCall call;
   QWebElement element = d->element();
   if (focus) {
     runOn(element, QStringLiteral("this.focus()"));

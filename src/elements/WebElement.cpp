@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "elements/WebElement.h"
 
 #include <QTransform>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/Destruction.h"
 
 #include <QCoreApplication>
@@ -41,7 +42,7 @@ class DestructionFilter : public QObject {
     if (m_used) return;
     m_used = true;
     QCoreApplication::instance()->installEventFilter(this);
-    whenIdle(engineUse(), this, [this] {
+    whenIdle(webKitUse(), this, [this] {
       m_used = false;
       QCoreApplication::instance()->removeEventFilter(this);
       for (const QPointer<QObject>& object : std::exchange(m_waiting, {}))
@@ -62,7 +63,7 @@ void destroyLater(QObject* object) {
 
 bool postponesDestruction(QEvent* event, QObject* object, const StackUse& calls) {
   if (event->type() != QEvent::DeferredDelete) return false;
-  for (const StackUse& use : {calls, engineUse(), pumpUse()}) {
+  for (const StackUse& use : {calls, webKitUse(), pumpUse()}) {
     if (use.isIdle()) continue;
     whenIdle(use, object, [object] { destroyLater(object); });
     return true;
@@ -72,7 +73,7 @@ bool postponesDestruction(QEvent* event, QObject* object, const StackUse& calls)
 
 void pump(QEventLoop::ProcessEventsFlags flags, bool everything) {
   if (!QCoreApplication::instance()) return;
-  if (!engineUse().isIdle()) DestructionFilter::install();
+  if (!webKitUse().isIdle()) DestructionFilter::install();
   {
     const OnStack pumping(pumpUse());
     QCoreApplication::processEvents(flags);
@@ -83,7 +84,7 @@ void pump(QEventLoop::ProcessEventsFlags flags, bool everything) {
 void carryOutDestructions(bool everything) {
   if (!QCoreApplication::instance() || !pumpUse().isIdle()) return;
   runIdleOperations();
-  if (!hostCodeUse().isIdle() || !engineUse().isIdle()) return;
+  if (!hostCodeUse().isIdle() || !webKitUse().isIdle()) return;
   for (const QPointer<QObject>& object : std::exchange(pendingDestructions(), {}))
     if (object) QCoreApplication::sendPostedEvents(object, QEvent::DeferredDelete);
   if (everything) QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);

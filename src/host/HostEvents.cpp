@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/HostEvents.h"
 
 #include <QCoreApplication>
@@ -137,20 +138,20 @@ class HostEventQueue : public QObject {
 
 }  // namespace
 
-EngineCall::EngineCall(const StackUse& page) : m_engine(page) {}
+WebKitCall::WebKitCall(const StackUse& page) : m_webKit(page) {}
 
 // Listeners that call QtWebKit get what that causes after the event that they are handling, not
 // inside it.
-EngineCall::~EngineCall() {
-  m_engine.reset();
-  if (!engineUse().isIdle()) return;
+WebKitCall::~WebKitCall() {
+  m_webKit.reset();
+  if (!webKitUse().isIdle()) return;
   auto* queue = HostEventQueue::instance();
   if (!queue) return;
   queue->runOperations();
   if (!queue->isDelivering()) queue->deliver();
 }
 
-ScriptWait::ScriptWait(const StackUse& page) : m_engine(page) {
+ScriptWait::ScriptWait(const StackUse& page) : m_webKit(page) {
   if (auto* queue = HostEventQueue::instance()) queue->deliver();
 }
 

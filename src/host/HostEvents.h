@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <functional>
@@ -13,7 +14,7 @@ namespace LARKA {
 // script or pumps there pulls the ground from under it. So no listener is called while QtWebKit is
 // on the stack: events wait in one queue, in order, and are delivered
 //
-//  - at the end of the host's call that caused them (EngineCall),
+//  - at the end of the host's call that caused them (WebKitCall),
 //  - else from the event loop,
 //  - and before an event whose answer page script waits for (ScriptWait). That event, and those
 //    delivered before it, are the only ones below which QtWebKit is running. What its page would
@@ -23,13 +24,13 @@ namespace LARKA {
 
 /// Stands around a call into a page, or into one that isn't known. At the end of the outermost one
 /// the events that it caused are delivered.
-class EngineCall {
+class WebKitCall {
  public:
-  explicit EngineCall(const StackUse& page = engineUse());
-  ~EngineCall();
+  explicit WebKitCall(const StackUse& page = webKitUse());
+  ~WebKitCall();
 
  private:
-  std::optional<OnStack> m_engine;
+  std::optional<OnStack> m_webKit;
 };
 
 /// Stands around an event that a page waits for. The events before it are delivered first.
@@ -38,7 +39,7 @@ class ScriptWait {
   explicit ScriptWait(const StackUse& page);
 
  private:
-  OnStack m_engine;
+  OnStack m_webKit;
 };
 
 /// Queues `event`, of a page or of one that isn't known, for delivery. It is dropped if `receiver`

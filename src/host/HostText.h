@@ -1,4 +1,4 @@
-// HostText.h: text between the host (8-bit) and the toolkit (UTF-16).
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QByteArray>
@@ -8,21 +8,21 @@
 
 namespace LARKA {
 
-/// Text from the host, read as Latin-1. Null stays a null string.
+/// Converts text from the host, which is Latin-1. Null becomes a null string.
 inline QString fromHost(const char* text) { return QString::fromLatin1(text); }
 
-/// Text that a listener returned, read as UTF-8 over its full length.
+/// Converts text that a listener returned, which is UTF-8 and may contain NUL.
 inline QString fromListener(const std::string& text) {
   return QString::fromUtf8(text.data(), static_cast<int>(text.size()));
 }
 
-/// A result for the host, as UTF-8.
+/// Converts a result for the host to UTF-8.
 inline std::string toHost(const QString& text) {
   const QByteArray utf8 = text.toUtf8();
   return std::string(utf8.constData(), static_cast<size_t>(utf8.size()));
 }
 
-/// An address for the host, in its readable form.
+/// Converts a URL for the host to its readable form.
 inline std::string toHost(const QUrl& url) { return toHost(url.toString()); }
 
 }  // namespace LARKA

@@ -1,9 +1,10 @@
+// SPDX-License-Identifier: MIT
 #include "larka/ILarkaCallbacks.h"
 
 namespace LARKA {
 
-// Here and not in the header, so that the interface is described in the library and recorded with
-// the rest of the binary interface.
+// Not in the header: so the library describes the interface, and it is recorded with the rest of
+// the binary interface.
 ILarkaCallbacks::~ILarkaCallbacks() = default;
 
 }  // namespace LARKA

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/StackUse.h"
 
 namespace LARKA {
@@ -18,7 +19,7 @@ OnStack::~OnStack() {
 
 // Never destroyed: a manager may be the last thing that the process destroys.
 
-const StackUse& engineUse() {
+const StackUse& webKitUse() {
   static const auto* use = new StackUse;
   return *use;
 }

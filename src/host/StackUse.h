@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <memory>
@@ -41,7 +42,7 @@ class OnStack {
 };
 
 /// QtWebKit, with any page. Each page's use is part of it.
-const StackUse& engineUse();
+const StackUse& webKitUse();
 
 /// The host's code, called by any listener or timer. Each caller's use is part of it.
 const StackUse& hostCodeUse();

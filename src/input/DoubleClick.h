@@ -1,4 +1,4 @@
-// DoubleClick.h: which press is the second of a double click.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QEvent>
@@ -6,12 +6,12 @@
 
 namespace LARKA {
 
-/// Follows the pointer's button, as Qt does for a mouse. Times are milliseconds of any clock that
-/// never goes back.
+/// Finds out which press is the second of a double click, as Qt does for a mouse. Times are
+/// milliseconds of any clock that never goes back.
 class DoubleClick {
  public:
-  /// Returns what a press is: QEvent::MouseButtonDblClick when it follows a click soon enough and
-  /// at the same place, else QEvent::MouseButtonPress.
+  /// Returns QEvent::MouseButtonDblClick if the press follows a click soon enough and at the same
+  /// place, else QEvent::MouseButtonPress.
   QEvent::Type press(const QPoint& point, qint64 now);
   void release(const QPoint& point);
   void move(const QPoint& point);

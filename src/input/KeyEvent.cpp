@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "input/KeyEvent.h"
 
 #include <QKeyEvent>
@@ -67,7 +68,7 @@ Key keyForCode(int code) {
   return key != std::end(kKeys) ? *key : Key{code, 0, kMainKey};
 }
 
-/// A key as plug-ins see it: `text` is the character that comes with it.
+/// Returns the key that a plug-in gets, with its character in `text`.
 Key pluginKeyForCode(int code, int* text) {
   switch (code) {
     case KEYCODE_LEFT:

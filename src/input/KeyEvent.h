@@ -1,4 +1,4 @@
-// KeyEvent.h: from the host's key codes to the toolkit's key events.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QEvent>
@@ -7,9 +7,9 @@ class QKeyEvent;
 
 namespace LARKA {
 
-/// A new key event, which the caller owns, for a key and modifiers in the host's numbering; see
-/// larka/KeyCodes.h. Plug-ins get the arrow keys as the characters 37 (left), 38 (up), 39 (right)
-/// and 40 (down).
+/// Returns a new key event, owned by the caller, for a key and modifiers in the host's numbering;
+/// see larka/KeyCodes.h. Plug-ins get the arrow keys as the characters 37 (left), 38 (up), 39
+/// (right) and 40 (down).
 QKeyEvent* createKeyEventFromVirtualKeyCode(int key, int modifiers, QEvent::Type type,
                                             bool forPlugin);
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "input/PageKeys.h"
 
 #include <cstring>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "inspector/InspectorBrowser.h"
 
 #include <QWebInspector>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "network/CacheWrapper.h"
 
 #include <QMap>

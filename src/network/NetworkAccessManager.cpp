@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "network/NetworkAccessManager.h"
 
 #include <QTime>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "page/WebPage.h"
 
 #include <QPointer>
@@ -29,7 +30,7 @@ void WebPage::answerFullScreenRequest(QWebFullScreenRequest request) {
   request.accept();
 }
 
-// A page that was left takes its element along without a word.
+// Without notice: the page with the element may have been left.
 bool WebPage::leaveFullScreen() {
   if (!m_showsFullScreenElement) return false;
   const QString isShown = QStringLiteral("!!document.webkitFullscreenElement");
@@ -40,7 +41,7 @@ bool WebPage::leaveFullScreen() {
   return true;
 }
 
-// Nobody is there to be asked for the place or for notifications.
+// Nobody can be asked about geolocation or notifications.
 void WebPage::refuseFeature(QWebFrame* frame, Feature feature) {
   setFeaturePermission(frame, feature, PermissionDeniedByUser);
 }
@@ -49,8 +50,8 @@ bool WebPage::supportsExtension(Extension extension) const {
   return extension == ErrorPageExtension;
 }
 
-// Without an address of its own the page could not be reloaded. A child frame gets none: QtWebKit
-// would add it to the history, which Back then never leaves.
+// Without a URL the error page could not be reloaded. A child frame gets no error page: QtWebKit
+// would add it to the history, and Back would never get past it.
 bool WebPage::extension(Extension, const ExtensionOption* option, ExtensionReturn* output) {
   const auto* failed = static_cast<const ErrorPageExtensionOption*>(option);
   if (failed && failed->frame != mainFrame()) return false;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QString>
@@ -9,29 +10,30 @@ namespace LARKA {
 class PageHost;
 class PluginFactory;
 
-/// The page of one browser. Turns the page's questions and notices into calls of the browser, which
-/// asks its listeners; nothing here ever waits for a person at a dialog.
+/// The page of one browser. It passes QtWebKit's questions and notices to the browser, which asks
+/// the host's listeners. No dialog is ever shown.
 class WebPage : public QWebPage {
   Q_OBJECT
 
  public:
   explicit WebPage(PageHost* browser);
 
-  /// The user agent of every request; a null string stands for QtWebKit's own.
+  /// Sets the user agent of every request; a null string stands for QtWebKit's own.
   void setUserAgent(const QString& userAgent) { m_userAgent = userAgent; }
   QString userAgent() const { return m_userAgent; }
 
   /// The plug-ins of this page.
   PluginFactory* plugins() const { return m_plugins; }
 
-  /// Ends the full screen of an element that script asked for. False when there is none.
+  /// Ends the full screen that script asked for. Returns false if there is none.
   bool leaveFullScreen();
 
-  /// Whether a load is just beginning: a page that confirms something now asks whether to be left.
+  /// Returns whether a load is just beginning: a page that confirms something now asks whether it
+  /// may be left.
   bool isAboutToNavigate() const { return m_isAboutToNavigate; }
 
-  /// Whether it was the main frame that was last asked to go elsewhere. Right when the page begins
-  /// to load, this tells a load of the page from that of a child frame.
+  /// Returns whether the last navigation was that of the main frame. Right when a load begins, this
+  /// distinguishes a load of the page from that of a child frame.
   bool mainFrameNavigates() const { return m_mainFrameNavigates; }
 
   bool extension(Extension extension, const ExtensionOption* option,

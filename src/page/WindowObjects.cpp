@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "page/WindowObjects.h"
 
 #include <QPointer>
@@ -10,7 +11,7 @@ namespace LARKA {
 
 namespace {
 
-// QtWebKit's screen is that of the display, or 800 by 600 without one.
+// For QtWebKit the screen is that of the display, or 800 by 600 without one.
 QString screenScript(const QSize& viewSize) {
   QString script;
   const std::pair<const char*, int> sides[] = {{"width", viewSize.width()},
@@ -33,8 +34,8 @@ void appendFrames(QWebFrame* frame, std::vector<QPointer<QWebFrame>>* frames) {
 
 }  // namespace
 
-// QtWebKit is built with touch events, which no operation sends: pages that find them wait for them
-// alone.
+// QtWebKit is built with touch events, but no operation of a browser sends them. Pages that find
+// them would wait for touches and ignore the mouse.
 void correctWindowObject(QWebFrame* frame, const QSize& viewSize) {
   static const QString withoutTouch = QStringLiteral(
       "['ontouchstart', 'ontouchmove', 'ontouchend', 'ontouchcancel'].forEach(function(name) {"
@@ -45,8 +46,7 @@ void correctWindowObject(QWebFrame* frame, const QSize& viewSize) {
   frame->evaluateJavaScript(withoutTouch + screenScript(viewSize));
 }
 
-// A page may have put functions of its own in the place of those that are called here, and remove
-// frames.
+// The script may call functions that the page has replaced, and those may remove frames.
 void correctScreenSize(QWebFrame* frame, const QSize& viewSize) {
   std::vector<QPointer<QWebFrame>> frames;
   appendFrames(frame, &frames);

@@ -1,4 +1,4 @@
-// WindowObjects.h: what Larka changes about the window objects of page script.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 class QSize;
@@ -6,11 +6,11 @@ class QWebFrame;
 
 namespace LARKA {
 
-/// Corrects what QtWebKit tells the script of a new document about the device: there is no touch
-/// screen, and the screen is as large as the view.
+/// Corrects what script in a new document finds out about the device: there is no touch screen, and
+/// the screen is as large as the view. Call it before the document's own script runs.
 void correctWindowObject(QWebFrame* frame, const QSize& viewSize);
 
-/// Tells the script of a frame, and of those in it, that the view has another size.
+/// Sets the size of the screen for script in `frame` and in the frames inside it.
 void correctScreenSize(QWebFrame* frame, const QSize& viewSize);
 
 }  // namespace LARKA

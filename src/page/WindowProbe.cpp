@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "page/WindowProbe.h"
 
 #include <QNetworkRequest>
@@ -9,7 +10,7 @@ namespace LARKA {
 WindowProbe::WindowProbe(std::function<void(const QUrl&)> found) : m_found(std::move(found)) {
   settings()->setAttribute(QWebSettings::JavascriptEnabled, false);
   const auto nowhere = [this] { finish(QUrl()); };
-  connect(mainFrame(), &QWebFrame::provisionalLoad, this, nowhere);  // of the empty address
+  connect(mainFrame(), &QWebFrame::provisionalLoad, this, nowhere);  // of the empty URL
   QMetaObject::invokeMethod(this, nowhere, Qt::QueuedConnection);
 }
 
@@ -19,8 +20,8 @@ bool WindowProbe::acceptNavigationRequest(QWebFrame*, const QNetworkRequest& req
   return false;
 }
 
-// The engine is prepared for a page that goes away here: it asks a page whether it still has its
-// frame after each of these two notices.
+// QtWebKit survives that: after each of these two notices it checks whether the page still has its
+// frame.
 void WindowProbe::finish(const QUrl& url) {
   const auto report = [found = std::move(m_found), url] { found(url); };
   delete this;

@@ -1,4 +1,4 @@
-// WindowProbe.h: learns where a new window would go.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QUrl>
@@ -7,18 +7,17 @@
 
 namespace LARKA {
 
-/// The page of a window that a page asks for, until its address is known. The engine tells the
-/// address to the window's page as its first navigation, before the opener goes on. The page then
-/// deletes itself, and to the opener it is as if there had never been one.
+/// Finds out the URL of a window that page script opens. QtWebKit gives the new window a page and
+/// makes it navigate to the URL before the opener goes on. This page then deletes itself, and to
+/// the opener the window never existed.
 ///
-/// An address that is script itself ("javascript:"), or that the engine keeps the opener from, is
-/// neither told nor loaded. The page then lives until the event loop turns, and the script has a
-/// window in which nothing works.
+/// A `javascript:` URL, or one that QtWebKit blocks, causes no navigation. The page then lives
+/// until the event loop turns, and script has a window in which nothing works.
 class WindowProbe : public QWebPage {
   Q_OBJECT
 
  public:
-  /// Calls `found` once with the address, which is empty where there is none, and is gone.
+  /// Calls `found` once with the URL, which is empty if there is none, after deleting itself.
   explicit WindowProbe(std::function<void(const QUrl&)> found);
 
   bool supportsExtension(Extension) const override { return false; }

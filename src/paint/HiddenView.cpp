@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "paint/HiddenView.h"
 
 #include <QChildEvent>
@@ -19,7 +20,7 @@ class DialogMark : public QObject {
   using QObject::QObject;
 
  private:
-  OnStack m_engine{engineUse()};
+  OnStack m_webKit{webKitUse()};
 };
 
 }  // namespace

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "larka/LarkaWidget.h"
 
 namespace LARKA {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "larka/RepaintCollector.h"
 
 RepaintCollector::RepaintCollector(QObject* parent) : QObject(parent) {}

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "paint/larkawebview.h"
 
 #include <QFocusEvent>
@@ -118,7 +119,7 @@ void LarkaWebView::paint(QPainter* painter, const QStyleOptionGraphicsItem* opti
 // this compares the page image with a fresh one of the whole page and replaces what is stale.
 void LarkaWebView::repaintAtRest() {
   const qint64 left = kRestMilliseconds - m_lastPaint.elapsed();
-  if (left > 0 || !engineUse().isIdle()) {
+  if (left > 0 || !webKitUse().isIdle()) {
     m_restTimer.start(static_cast<int>(std::max<qint64>(left, 1)));
     return;
   }

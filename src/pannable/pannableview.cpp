@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pannable/pannableview.h"
 
 #include <QEasingCurve>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "plugins/PluginFactory.h"
 
 #include <QStringList>
@@ -16,7 +17,7 @@ namespace LARKA {
 namespace {
 
 /// A type whose `object` elements are plug-ins, and the file name extensions that stand for it
-/// where an element names no type. Lower case; the engine compares without regard to case.
+/// where an element names no type. Lower case; QtWebKit ignores case.
 struct ObjectType {
   const char* name;
   const char* extensions;
@@ -129,10 +130,10 @@ QList<QWebPluginFactory::Plugin> PluginFactory::plugins() const {
 
 QObject* PluginFactory::create(const QString&, const QUrl&, const QStringList&,
                                const QStringList&) const {
-  auto* self = const_cast<PluginFactory*>(this);  // the toolkit's signature; nothing here is const
+  auto* self = const_cast<PluginFactory*>(this);  // the signature is Qt's; nothing here is const
   auto* placeholder = new PluginPlaceholder;
   self->m_created.emplace_back(placeholder);
-  postHostEvent(self, engineUse(), [self] { self->announce(); });
+  postHostEvent(self, webKitUse(), [self] { self->announce(); });
   return placeholder;
 }
 
@@ -141,7 +142,7 @@ void PluginFactory::forget() {
   m_found.clear();
 }
 
-// What listens may change the page, leave it, or turn the event loop and get here again.
+// A listener may change the page, leave it, or pump and so get here again.
 void PluginFactory::announce() {
   const QPointer<PluginFactory> self(this);
   findElements();

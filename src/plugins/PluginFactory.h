@@ -1,4 +1,4 @@
-// PluginFactory.h: makes the plug-ins of a page, and finds out which elements they belong to.
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QPointer>
@@ -13,33 +13,33 @@ namespace LARKA {
 
 class PluginPlaceholder;
 
-/// The plug-ins of one page: every `embed`, and each `object` of the media and television types. To
-/// the engine a plug-in is a placeholder; its content is the host's.
+/// Makes the plug-ins of one page: every `embed`, and each `object` of the media and television
+/// types. To QtWebKit a plug-in is a placeholder; the host shows its content.
 ///
-/// The engine asks for a plug-in while it lays the page out, without naming the element. What it
-/// created is therefore announced from the event loop, when the page is laid out and may be looked
-/// at, in the order of creation. It asks again whenever an element is laid out anew (shown after it
-/// was hidden, moved to another place in the page), and for elements that are gone by then; those
-/// are not announced.
+/// QtWebKit asks for a plug-in while it lays the page out, and doesn't name the element. So
+/// plug-ins are announced from the event loop, when the layout is complete, in the order in which
+/// they were made. QtWebKit asks again whenever it lays an element out again (shown after it was
+/// hidden, moved in the page), and also for elements that are gone by then; those are not
+/// announced.
 class PluginFactory : public QWebPluginFactory {
   Q_OBJECT
 
  public:
-  /// The plug-ins of `page`, which owns the factory.
+  /// Makes plug-ins for `page`, which owns the factory.
   explicit PluginFactory(QWebPage* page);
 
   QList<Plugin> plugins() const override;
   QObject* create(const QString& mimeType, const QUrl& url, const QStringList& argumentNames,
                   const QStringList& argumentValues) const override;
 
-  /// Announces what was created, which otherwise happens when the event loop turns next.
+  /// Announces the plug-ins made so far, without waiting for the event loop.
   void announce();
 
-  /// Announces nothing of what was created so far: its page is being left.
+  /// Drops the plug-ins made so far without announcing them: their page is being left.
   void forget();
 
  signals:
-  /// The engine created a plug-in for `element`, perhaps not for the first time.
+  /// Emitted when QtWebKit made a plug-in for `element`, perhaps not for the first time.
   void pluginCreated(const QWebElement& element, void* handle);
 
  private:

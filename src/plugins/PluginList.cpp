@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "plugins/PluginList.h"
 
 #include <QWebElement>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "plugins/PluginPlaceholder.h"
 
 #include <QRandomGenerator>
@@ -8,7 +9,7 @@ namespace LARKA {
 
 namespace {
 
-/// Its meta-object has no members and no base.
+/// Has a meta-object without members and without a base.
 class NoMembers {
   Q_GADGET
 };
@@ -30,7 +31,7 @@ int PluginPlaceholder::markOf(QWebElement& element, const QByteArray& name) {
   return marked ? mark : -1;
 }
 
-// The engine asks what kind of object it was given before it puts it into the scene.
+// QtWebKit asks for the kind of its object before it puts it into the scene.
 const QMetaObject* PluginPlaceholder::metaObject() const {
   return m_handedOver ? &NoMembers::staticMetaObject : QGraphicsWidget::metaObject();
 }

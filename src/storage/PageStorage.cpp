@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "storage/PageStorage.h"
 
 #include <sys/time.h>

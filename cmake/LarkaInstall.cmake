@@ -39,9 +39,6 @@ if(LARKA_BUILD_TOOLS)
   if(LARKA_INSTALL_RPATH)
     set_target_properties(larka-shot PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
   endif()
-  configure_file(${PROJECT_SOURCE_DIR}/docs/larka-shot.1.in ${PROJECT_BINARY_DIR}/larka-shot.1 @ONLY)
-  execute_process(COMMAND gzip -9nkf larka-shot.1 WORKING_DIRECTORY ${PROJECT_BINARY_DIR}
-    COMMAND_ERROR_IS_FATAL ANY)
   install(FILES ${PROJECT_BINARY_DIR}/larka-shot.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
     COMPONENT tools)
 endif()

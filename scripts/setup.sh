@@ -1,6 +1,6 @@
 # Installs what the project needs on Debian 12. Sourced by the other scripts.
 
-build_packages="g++ cmake ninja-build qtbase5-dev libqt5webkit5-dev qt5-style-plugins
+build_packages="g++ cmake ninja-build help2man qtbase5-dev libqt5webkit5-dev qt5-style-plugins
   fonts-dejavu-core fonts-dejavu-extra gstreamer1.0-plugins-base gstreamer1.0-plugins-good"
 test_packages="libgtest-dev libbenchmark-dev xvfb xauth nginx-light openssl tinyproxy microsocks
   abigail-tools doxygen pkgconf gstreamer1.0-tools"

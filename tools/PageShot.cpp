@@ -127,7 +127,7 @@ PageShot::~PageShot() {
 }
 
 void PageShot::setUpNetwork() {
-  if (m_options.hasUserAgent) m_browser->SetUserAgent(m_options.userAgent.c_str());
+  if (m_options.userAgent) m_browser->SetUserAgent(m_options.userAgent->c_str());
   if (!m_options.cache.empty()) m_browser->SetCacheParameters(m_options.cache.c_str(), -1);
   const ShotProxy& proxy = m_options.proxy;
   if (!proxy.host.empty())
@@ -268,11 +268,11 @@ bool PageShot::advance(Clock::duration turn) {
 void PageShot::goOn() {
   if (m_keysPressed < m_options.keys.size()) {
     pressNextKey();
-  } else if (m_options.hasScript && !m_scriptDone) {
+  } else if (m_options.script && !m_scriptDone) {
     m_scriptDone = true;
     m_asked = Clock::now();
     act();
-    m_scriptValue = m_browser->ExecuteJavascript(escaped(m_options.script).c_str());
+    m_scriptValue = m_browser->ExecuteJavascript(escaped(*m_options.script).c_str());
   } else {
     finish(write());
   }

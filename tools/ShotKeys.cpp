@@ -67,20 +67,23 @@ bool findKey(const QString& word, int* code) {
 
 }  // namespace
 
-std::string parseKeys(const std::string& text, std::vector<ShotKey>* keys) {
+bool parseKeys(std::string& text, std::vector<ShotKey>* keys) {
   QString list = QString::fromStdString(text);
   list.replace(',', ' ');
   for (const QString& word : list.split(' ', Qt::SkipEmptyParts)) {
     QStringList parts = word.split('+');
     ShotKey key;
-    const bool known = findKey(parts.takeLast(), &key.code);
-    int modifier = 0;
+    bool known = findKey(parts.takeLast(), &key.code);
     for (const QString& part : parts) {
-      if (!find(kModifiers, part, &modifier)) return word.toStdString();
+      int modifier = 0;
+      known = known && find(kModifiers, part, &modifier);
       key.modifiers |= modifier;
     }
-    if (!known) return word.toStdString();
+    if (!known) {
+      text = word.toStdString();
+      return false;
+    }
     keys->push_back(key);
   }
-  return "";
+  return !keys->empty();
 }

@@ -10,6 +10,6 @@ struct ShotKey {
   int modifiers = 0;
 };
 
-/// Appends the keys that `text` lists, separated by commas or blanks: "tab,shift+a,é,273". Returns
-/// an empty text, or the word that is no key.
-std::string parseKeys(const std::string& text, std::vector<ShotKey>* keys);
+/// Appends the keys that `text` lists, separated by commas or blanks: "tab,shift+a,é,273". Where a
+/// word is no key, or there is none, it returns false and leaves that of `text`.
+bool parseKeys(std::string& text, std::vector<ShotKey>* keys);

@@ -1,93 +1,45 @@
 #include "ShotOptions.h"
 
-#include <getopt.h>
-
+#include <QCommandLineParser>
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QUrl>
 #include <algorithm>
 #include <climits>
-#include <cstdlib>
 #include <fstream>
+#include <functional>
+
+#include "larka/Version.h"
 
 namespace {
 
 const Size kLargestView{1280, 720};
-const int kLargestThumbnail = 8192;
+const Size kLargestThumbnail{8192, 8192};
 const int kMostJobs = 64;
 
-const char kHelp[] =
-    R"(Usage: larka-shot [options] URL... [-o OUT]
-
-Renders web pages without a display, as a television would show them, into PNG or JPEG files.
-A URL may also be a local file, or a host name without a scheme.
-
-  -o, --output OUT      the image file; .png, .jpg or .jpeg decides the format. With several pages
-                        their numbers go before the extension; a folder (one that exists, or a name
-                        that ends in /) is filled with 001.png, 002.png, ...
-                        (default: larka-shot.png)
-      --size WxH        the size of the view in pixels, at most 1280x720 (default: 1280x720)
-      --thumbnail WxH   scale the image to fit into this size, keeping its proportions
-      --zoom PERCENT    the zoom, from 10 to 1000 (default: 100)
-      --wait MS         wait this long after a page has loaded, and again after --keys and --script
-                        (default: 0)
-      --keys LIST       press keys in the loaded page, separated by commas or blanks: characters
-                        ("h,i"), the names tab, return, escape, space, backspace, delete, insert, up,
-                        down, left, right, home, end, page-up, page-down, comma and plus, or key codes
-                        of two or more digits; with shift+, ctrl+, alt+ or meta+ before it where wanted
-      --script JS       then run script in the page and print its value, as text, on standard output;
-                        an empty line for undefined, null and script that fails
-      --timeout S       stop waiting for a load that takes longer than S seconds, and for a page that
-                        goes on loading for twice that time, and render what there is (default: 30)
-      --user-agent TEXT the user agent to ask with
-      --cookie NAME=VALUE
-                        send this cookie to the host of each page, for a page from the
-                        network; may be given several times
-      --cookie-jar FILE keep cookies in this file instead of the library's own; the pages are then
-                        rendered one after the other
-      --cache DIR       keep what is loaded in this folder, and take it from there next time
-      --proxy URL       load through a proxy: http://HOST:PORT or socks5://HOST:PORT, with
-                        USER:PASSWORD@ before the host where it wants them
-      --jobs N          how many pages to render at once, at most 64 (default: 4)
-      --list FILE       read more addresses from a file, one a line ("-": standard input);
-                        empty lines and lines that begin with # are skipped
-      --quiet           say nothing but errors
-      --verbose         show the engine's own diagnostics
-  -h, --help            show this text
-      --version         show the version
-
-Exit status: 0 when every page was rendered, 1 when one or more failed, 3 when every page was rendered
-but one or more hadn't loaded completely (each with a line on standard error; the others are
-rendered), 2 when the command line makes no sense.
-
-Examples:
-  larka-shot example.org
-  larka-shot menu.html -o menu.jpg --size 960x540
-  larka-shot search.html --keys "l,a,r,k,tab,return" --wait 500
-  larka-shot menu.html --script "document.links.length"
-  larka-shot --list portals.txt --jobs 8 --thumbnail 320x180 -o thumbs/
-)";
-
-bool parseNumber(const char* text, int least, int most, int* number) {
-  char* end = nullptr;
-  const long value = strtol(text, &end, 10);
-  if (end == text || *end != '\0' || value < least || value > most) return false;
-  *number = static_cast<int>(value);
+bool parseText(const std::string& text, std::optional<std::string>* copy) {
+  *copy = text;
   return true;
 }
 
-bool parsePercent(const char* text, double* percent) {
-  char* end = nullptr;
-  *percent = strtod(text, &end);
-  return end != text && *end == '\0' && *percent >= 10 && *percent <= 1000;
+bool parseNumber(const std::string& text, int least, int most, int* number) {
+  bool isNumber = false;
+  *number = QByteArray(text.c_str()).toInt(&isNumber);
+  return isNumber && *number >= least && *number <= most;
+}
+
+bool parsePercent(const std::string& text, double* percent) {
+  bool isNumber = false;
+  *percent = QByteArray(text.c_str()).toDouble(&isNumber);
+  return isNumber && *percent >= 10 && *percent <= 1000;
 }
 
 bool parseSize(const std::string& text, const Size& most, Size* size) {
   const size_t x = text.find('x');
-  return x != std::string::npos &&
-         parseNumber(text.substr(0, x).c_str(), 1, most.width, &size->width) &&
-         parseNumber(text.substr(x + 1).c_str(), 1, most.height, &size->height);
+  return x != std::string::npos && parseNumber(text.substr(0, x), 1, most.width, &size->width) &&
+         parseNumber(text.substr(x + 1), 1, most.height, &size->height);
 }
 
 bool parseCookie(const std::string& text,
@@ -102,14 +54,14 @@ bool parseCookie(const std::string& text,
 }
 
 /// The library takes the folder's name as Latin-1.
-bool parseCache(const char* text, std::string* directory) {
-  const QString name = QString::fromLocal8Bit(text);
+bool parseCache(const std::string& text, std::string* directory) {
+  const QString name = QString::fromLocal8Bit(text.c_str());
   *directory = name.toLatin1().toStdString();
   return !name.isEmpty() && QString::fromLatin1(directory->c_str()) == name && QDir().mkpath(name);
 }
 
-bool parseProxy(const char* text, ShotProxy* proxy) {
-  const QUrl url(QString::fromLocal8Bit(text), QUrl::StrictMode);
+bool parseProxy(const std::string& text, ShotProxy* proxy) {
+  const QUrl url(QString::fromLocal8Bit(text.c_str()), QUrl::StrictMode);
   if (url.scheme() != "http" && url.scheme() != "socks5") return false;
   if (url.host().isEmpty() || url.port() <= 0 || url.path().size() > 1) return false;
   proxy->type = url.scheme() == "http" ? LARKA::PROXY_HTTP : LARKA::PROXY_SOCKS5;
@@ -120,14 +72,20 @@ bool parseProxy(const char* text, ShotProxy* proxy) {
   return true;
 }
 
-/// Whether there is such a cookie file, or a folder to make it in. The library would write over a
+/// A cookie file, or a name for one in a folder that can be written. The library would write over a
 /// file of another kind.
-bool canKeepCookies(const char* path) {
-  const QFileInfo info(QString::fromLocal8Bit(path));
-  if (!info.exists()) return *path && QFileInfo(info.absolutePath()).isWritable();
+bool parseCookieJar(const std::string& path, std::string* jar) {
+  *jar = path;
+  const QFileInfo info(QString::fromLocal8Bit(path.c_str()));
+  if (!info.exists()) return !path.empty() && QFileInfo(info.absolutePath()).isWritable();
   QFile file(info.filePath());
   if (!info.isFile() || !info.isWritable() || !file.open(QIODevice::ReadOnly)) return false;
   return file.size() == 0 || file.read(4) == QByteArray::fromHex("000000ae");
+}
+
+bool parseOutput(const std::string& name, QString* output) {
+  *output = QString::fromLocal8Bit(name.c_str());
+  return !name.empty();
 }
 
 bool readList(const std::string& path, std::vector<std::string>* addresses) {
@@ -163,127 +121,87 @@ QString outputFor(const QString& output, int index, int count) {
   return output.left(output.size() - suffix.size()) + '-' + number + suffix;
 }
 
-enum LongOption {
-  kSize = 256,
-  kThumbnail,
-  kZoom,
-  kScript,
-  kKeys,
-  kWait,
-  kTimeout,
-  kUserAgent,
-  kCookie,
-  kCookieJar,
-  kCache,
-  kProxy,
-  kJobs,
-  kList,
-  kQuiet,
-  kVerbose,
-  kVersionOption
-};
-
-const option kLongOptions[] = {{"output", required_argument, nullptr, 'o'},
-                               {"help", no_argument, nullptr, 'h'},
-                               {"size", required_argument, nullptr, kSize},
-                               {"thumbnail", required_argument, nullptr, kThumbnail},
-                               {"zoom", required_argument, nullptr, kZoom},
-                               {"script", required_argument, nullptr, kScript},
-                               {"keys", required_argument, nullptr, kKeys},
-                               {"wait", required_argument, nullptr, kWait},
-                               {"timeout", required_argument, nullptr, kTimeout},
-                               {"user-agent", required_argument, nullptr, kUserAgent},
-                               {"cookie", required_argument, nullptr, kCookie},
-                               {"cookie-jar", required_argument, nullptr, kCookieJar},
-                               {"cache", required_argument, nullptr, kCache},
-                               {"proxy", required_argument, nullptr, kProxy},
-                               {"jobs", required_argument, nullptr, kJobs},
-                               {"list", required_argument, nullptr, kList},
-                               {"quiet", no_argument, nullptr, kQuiet},
-                               {"verbose", no_argument, nullptr, kVerbose},
-                               {"version", no_argument, nullptr, kVersionOption},
-                               {nullptr, 0, nullptr, 0}};
-
 /// What the options collect before they are made into shots.
 struct Asked {
   std::vector<std::string> addresses;
   QString output = QStringLiteral("larka-shot.png");
 };
 
-std::string applyOption(int option, const char* given, ShotOptions* options, Asked* asked) {
-  const char* value = given ? given : "";
-  const std::string quoted = "'" + std::string(value) + "'";
-  switch (option) {
-    case 'o':
-      asked->output = QString::fromLocal8Bit(value);
-      return asked->output.isEmpty() ? "--output needs a file name" : "";
-    case 'h':
-      options->action = ShotOptions::kHelp;
-      return "";
-    case kVersionOption:
-      options->action = ShotOptions::kVersion;
-      return "";
-    case kSize:
-      return parseSize(value, kLargestView, &options->size)
-                 ? ""
-                 : "--size takes WxH, from 1x1 to 1280x720, not " + quoted;
-    case kThumbnail:
-      return parseSize(value, {kLargestThumbnail, kLargestThumbnail}, &options->thumbnail)
-                 ? ""
-                 : "--thumbnail takes WxH, from 1x1 to 8192x8192, not " + quoted;
-    case kZoom:
-      return parsePercent(value, &options->zoomPercent)
-                 ? ""
-                 : "--zoom takes a percentage from 10 to 1000, not " + quoted;
-    case kScript:
-      options->script = value;
-      options->hasScript = true;
-      return "";
-    case kKeys: {
-      const std::string word = parseKeys(value, &options->keys);
-      if (!word.empty()) return "--keys: no such key: '" + word + "'; see --help";
-      return options->keys.empty() ? "--keys names no key" : "";
-    }
-    case kWait:
-      return parseNumber(value, 0, INT_MAX / 2, &options->waitMilliseconds)
-                 ? ""
-                 : "--wait takes milliseconds, not " + quoted;
-    case kTimeout:
-      return parseNumber(value, 1, INT_MAX / 2000, &options->timeoutSeconds)
-                 ? ""
-                 : "--timeout takes whole seconds from 1, not " + quoted;
-    case kJobs:
-      return parseNumber(value, 1, kMostJobs, &options->jobs)
-                 ? ""
-                 : "--jobs takes a number from 1 to 64, not " + quoted;
-    case kCookie:
-      return parseCookie(value, &options->cookies)
-                 ? ""
-                 : "--cookie takes NAME=VALUE without semicolons, not " + quoted;
-    case kCookieJar:
-      options->cookieJar = value;
-      return canKeepCookies(value) ? "" : "--cookie-jar: can't keep cookies in " + quoted;
-    case kCache:
-      return parseCache(value, &options->cache) ? "" : "--cache: can't use the folder " + quoted;
-    case kProxy:
-      return parseProxy(value, &options->proxy)
-                 ? ""
-                 : "--proxy takes http://HOST:PORT or socks5://HOST:PORT, not " + quoted;
-    case kUserAgent:
-      options->userAgent = value;
-      options->hasUserAgent = true;
-      return "";
-    case kList:
-      return readList(value, &asked->addresses) ? "" : "can't read the list " + quoted;
-    case kQuiet:
-      options->quiet = true;
-      return "";
-    case kVerbose:
-      options->verbose = true;
-      return "";
-    default:
-      return "unknown option, or one without its value; see --help";
-  }
+using namespace std::placeholders;
+
+/// An option with a value. `read` takes the value, or returns false and leaves what is wrong of it.
+struct Option {
+  QCommandLineOption option;
+  std::string complaint;  // before the wrong value
+  std::function<bool(std::string& value)> read;
+};
+
+std::vector<Option> optionsWithValues(ShotOptions* options, Asked* asked) {
+  std::vector<Option> all;
+  const auto add = [&all](const QStringList& names, const char* value, const char* description,
+                          const char* complaint, std::function<bool(std::string&)> read) {
+    all.push_back({{names, description, value}, complaint, std::move(read)});
+  };
+  add({"o", "output"}, "OUT",
+      "the image file; .png, .jpg or .jpeg decides the format. With several pages their numbers go "
+      "before the extension; a folder (one that exists, or a name that ends in /) is filled with "
+      "001.png, 002.png, ... (default: larka-shot.png)",
+      "--output takes a file name, not", std::bind(parseOutput, _1, &asked->output));
+  add({"size"}, "WxH", "the size of the view in pixels, at most 1280x720 (default: 1280x720)",
+      "--size takes WxH, from 1x1 to 1280x720, not",
+      std::bind(parseSize, _1, kLargestView, &options->size));
+  add({"thumbnail"}, "WxH", "scale the image to fit into this size, keeping its proportions",
+      "--thumbnail takes WxH, from 1x1 to 8192x8192, not",
+      std::bind(parseSize, _1, kLargestThumbnail, &options->thumbnail));
+  add({"zoom"}, "PERCENT", "the zoom, from 10 to 1000 (default: 100)",
+      "--zoom takes a percentage from 10 to 1000, not",
+      std::bind(parsePercent, _1, &options->zoomPercent));
+  add({"wait"}, "MS",
+      "wait this many milliseconds after a page has loaded, and again after --keys and --script "
+      "(default: 0)",
+      "--wait takes milliseconds, not",
+      std::bind(parseNumber, _1, 0, INT_MAX / 2, &options->waitMilliseconds));
+  add({"keys"}, "LIST",
+      "press keys in the loaded page, separated by commas or blanks: characters (h,i), the names "
+      "tab, return, escape, space, backspace, delete, insert, up, down, left, right, home, end, "
+      "page-up, page-down, comma and plus, or key codes of two or more digits; with shift+, ctrl+, "
+      "alt+ or meta+ before it where wanted",
+      "--keys: no such key:", std::bind(parseKeys, _1, &options->keys));
+  add({"script"}, "JS",
+      "then run script in the page and print its value, as text, on standard output; an empty line "
+      "for undefined, null and script that fails",
+      "", std::bind(parseText, _1, &options->script));
+  add({"timeout"}, "S",
+      "stop waiting for a load that takes longer than this many seconds, and for a page that goes "
+      "on loading for twice that time, and render what there is (default: 30)",
+      "--timeout takes whole seconds from 1, not",
+      std::bind(parseNumber, _1, 1, INT_MAX / 2000, &options->timeoutSeconds));
+  add({"user-agent"}, "TEXT", "the user agent to ask with", "",
+      std::bind(parseText, _1, &options->userAgent));
+  add({"cookie"}, "NAME=VALUE",
+      "send this cookie to the host of each page, for a page from the network; may be given "
+      "several times",
+      "--cookie takes NAME=VALUE without semicolons, not",
+      std::bind(parseCookie, _1, &options->cookies));
+  add({"cookie-jar"}, "FILE",
+      "keep cookies in this file instead of the library's own; the pages are then rendered one "
+      "after the other",
+      "--cookie-jar: can't keep cookies in", std::bind(parseCookieJar, _1, &options->cookieJar));
+  add({"cache"}, "DIR", "keep what is loaded in this folder, and take it from there next time",
+      "--cache: can't use the folder", std::bind(parseCache, _1, &options->cache));
+  add({"proxy"}, "URL",
+      "load through a proxy: http://HOST:PORT or socks5://HOST:PORT, with USER:PASSWORD@ before "
+      "the host where it wants them",
+      "--proxy takes http://HOST:PORT or socks5://HOST:PORT, not",
+      std::bind(parseProxy, _1, &options->proxy));
+  add({"jobs"}, "N", "how many pages to render at once, at most 64 (default: 4)",
+      "--jobs takes a number from 1 to 64, not",
+      std::bind(parseNumber, _1, 1, kMostJobs, &options->jobs));
+  add({"list"}, "FILE",
+      "read more addresses from a file, one a line (\"-\": standard input); empty lines and lines "
+      "that begin with # are skipped",
+      "can't read the list", std::bind(readList, _1, &asked->addresses));
+  return all;
 }
 
 std::string makeShots(const Asked& asked, ShotOptions* options) {
@@ -301,18 +219,55 @@ std::string makeShots(const Asked& asked, ShotOptions* options) {
   return "";
 }
 
+/// QCommandLineParser asks the application object for the program's name.
+std::string helpText(const QCommandLineParser& parser) {
+  char name[] = "larka-shot";
+  char* arguments[] = {name, nullptr};
+  int count = 1;
+  const QCoreApplication application(count, arguments);
+  return parser.helpText().toStdString();
+}
+
+/// "Unknown option 'x'." as the end of a line.
+std::string whatIsWrong(const QCommandLineParser& parser) {
+  std::string text = parser.errorText().chopped(1).toLatin1().toStdString();
+  text[0] = static_cast<char>(tolower(text[0]));
+  return text + "; see --help";
+}
+
 }  // namespace
 
-const char* helpText() { return kHelp; }
-
 std::string parseOptions(int argc, char** argv, ShotOptions* options) {
+  QCommandLineParser parser;
+  parser.setApplicationDescription(
+      "Renders web pages without a display, as a television would show them, into PNG or JPEG "
+      "files.");
+  parser.addPositionalArgument(
+      "URL", "a page: its address, a local file, or a host name without a scheme", "URL...");
   Asked asked;
-  opterr = 0;
-  for (int option; (option = getopt_long(argc, argv, "o:h", kLongOptions, nullptr)) != -1;) {
-    std::string wrong = applyOption(option, optarg, options, &asked);
-    if (!wrong.empty()) return wrong;
+  const std::vector<Option> withValues = optionsWithValues(options, &asked);
+  for (const Option& option : withValues) parser.addOption(option.option);
+  parser.addOptions({{"quiet", "say nothing but errors"},
+                     {"verbose", "show the engine's own diagnostics"},
+                     {{"h", "help"}, "show this text"},
+                     {"version", "show the version"}});
+
+  QStringList arguments;
+  for (int i = 0; i < argc; ++i) arguments << QString::fromLatin1(argv[i]);  // keeps all bytes
+  if (!parser.parse(arguments)) return whatIsWrong(parser);
+  if (parser.isSet("help")) options->answer = helpText(parser);
+  if (parser.isSet("version")) options->answer = "larka-shot " LARKA_VERSION_STRING "\n";
+  if (!options->answer.empty()) return "";
+
+  options->quiet = parser.isSet("quiet");
+  options->verbose = parser.isSet("verbose");
+  for (const QString& address : parser.positionalArguments())
+    asked.addresses.push_back(address.toLatin1().toStdString());
+  for (const Option& option : withValues) {
+    for (const QString& given : parser.values(option.option)) {
+      std::string value = given.toLatin1().toStdString();
+      if (!option.read(value)) return option.complaint + (" '" + value + "'");
+    }
   }
-  if (options->action != ShotOptions::kRender) return "";
-  asked.addresses.insert(asked.addresses.begin(), argv + optind, argv + argc);
   return makeShots(asked, options);
 }

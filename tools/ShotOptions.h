@@ -1,6 +1,7 @@
 // ShotOptions.h: the command line of larka-shot.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -28,24 +29,19 @@ struct ShotProxy {
 };
 
 struct ShotOptions {
-  enum Action { kRender, kHelp, kVersion };
-
-  Action action = kRender;
+  std::string answer;  // to --help or --version, instead of rendering
   std::vector<Shot> shots;
   Size size{1280, 720};
   Size thumbnail;  // empty for the full size
   int waitMilliseconds = 0;
   int timeoutSeconds = 30;
   int jobs = 4;
-  std::string userAgent;
-  bool hasUserAgent = false;
+  std::optional<std::string> userAgent, script;
   std::vector<std::pair<std::string, std::string>> cookies;
   std::string cookieJar;  // empty for the library's own
   std::string cache;      // empty for none
   ShotProxy proxy;
   double zoomPercent = 100;
-  std::string script;
-  bool hasScript = false;
   std::vector<ShotKey> keys;
   bool quiet = false;
   bool verbose = false;
@@ -53,6 +49,3 @@ struct ShotOptions {
 
 /// Reads the command line. Returns an empty text, or what is wrong with it in one line.
 std::string parseOptions(int argc, char** argv, ShotOptions* options);
-
-/// The text of --help.
-const char* helpText();

@@ -95,7 +95,7 @@ Status report(const PageShot& page, const ShotOptions& options, Console* console
   const bool complete = page.doubt().empty();
   if (!complete) console->error(page.shot(), page.doubt() + "; the image has what was there");
   const std::string whose = options.shots.size() > 1 ? page.shot().asked + ": " : "";
-  if (options.hasScript) console->done(whose + page.scriptValue());
+  if (options.script) console->done(whose + page.scriptValue());
   char seconds[32];
   snprintf(seconds, sizeof(seconds), " (%.2f s)", page.seconds());
   if (!options.quiet) console->done(page.shot().output + seconds);
@@ -140,12 +140,8 @@ int main(int argc, char** argv) {
     fprintf(stderr, "larka-shot: %s\n", wrong.c_str());
     return kWrongUsage;
   }
-  if (options.action == ShotOptions::kHelp) {
-    fputs(helpText(), stdout);
-    return exitStatus(kRendered, stderr);
-  }
-  if (options.action == ShotOptions::kVersion) {
-    puts("larka-shot " LARKA_VERSION_STRING);
+  if (!options.answer.empty()) {
+    fputs(options.answer.c_str(), stdout);
     return exitStatus(kRendered, stderr);
   }
 

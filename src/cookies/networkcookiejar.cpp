@@ -167,7 +167,7 @@ Cookies takeSurplus(Cookies* cookies, size_t most, const QDateTime& now) {
       std::partition(first, last, [&](auto* cookie) { return isExpired(*cookie, now); });
   const auto kept = std::max(live, last - static_cast<std::ptrdiff_t>(most));
   if (kept > live) std::nth_element(live, kept, last, isOlder);
-  const Cookies surplus(first, kept);
+  Cookies surplus(first, kept);
   cookies->erase(first, kept);
   return surplus;
 }

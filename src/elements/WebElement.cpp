@@ -31,7 +31,7 @@ bool WebElement::isInPage(const QWebElement& element) {
 
 // Reading the computed width makes QtWebKit lay the page out. Page script can't notice that, unlike
 // script that reads an element's size; but the roots of plain XML have no computed style.
-QRect WebElement::currentGeometry(QWebElement element) {
+QRect WebElement::currentGeometry(const QWebElement& element) {
   const QString width = QStringLiteral("width");
   if (element.document().styleProperty(width, QWebElement::ComputedStyle).isNull())
     runOn(element, QStringLiteral("this.offsetWidth"));

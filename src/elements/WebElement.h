@@ -44,7 +44,7 @@ class WebElement {
   static bool isInPage(const QWebElement& element);
 
   /// Returns the same rectangle as currentGeometry(), of any element.
-  static QRect currentGeometry(QWebElement element);
+  static QRect currentGeometry(const QWebElement& element);
 
   // Kept for the contract; no element of a page uses it.
 

@@ -133,7 +133,7 @@ void PageStorage::checkSoon() {
 
 // QtWebKit compares directories by their text, so each gets one spelling.
 QString PageStorage::prepare(const QString& directory) {
-  const QString path = directory.isEmpty() ? QString() : QDir(directory).absolutePath();
+  QString path = directory.isEmpty() ? QString() : QDir(directory).absolutePath();
   placeDatabases(path);
   if (path.isEmpty() || m_directories.contains(path)) return path;
   m_directories.append(path);

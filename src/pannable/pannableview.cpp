@@ -66,7 +66,8 @@ class ContentLayout : public QGraphicsLinearLayout {
 
   void setGeometry(const QRectF& rect) override {
     noteHostSize();
-    QGraphicsLayout::setGeometry(rect);
+    // The linear layout's own would lay the content out.
+    QGraphicsLayout::setGeometry(rect);  // NOLINT(bugprone-parent-virtual-call)
     if (!content()) return;
     content()->setGeometry(rect);
     m_given = content()->size();

@@ -26,7 +26,7 @@ describe() {
   # Wherever it was compiled.
   sed -i "s|\(<abi-instr .* path='\)[^']*/\([^/']*/[^/']*'\)|\1\2|" "$1" || fail "can't write $1"
   for interface in ILarkaBrowser ILarkaCallbacks ITimer; do
-    [ -n "$(operations "$1" | grep "^$interface ")" ] ||
+    operations "$1" | grep -q "^$interface " ||
       fail "$library doesn't tell its interface: it is built without debug information"
   done
 }

@@ -21,8 +21,8 @@ rooms="
   network storage
   paint elements host
   plugins elements host
-  page browser plugins
-  inspector browser paint
+  page plugins
+  inspector
   browser bridge cookies elements host input inspector network page paint plugins storage
 "
 # The subjects of the commits after this one are checked.

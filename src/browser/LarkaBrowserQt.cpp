@@ -90,7 +90,7 @@ LarkaBrowser::LarkaBrowser(QNetworkAccessManager* manager, QObject* parent)
 
 LarkaBrowser::~LarkaBrowser() {
   fprintf(stderr, "----browser quitting\n");
-  Shutdown();
+  LarkaBrowser::Shutdown();
 }
 
 bool LarkaBrowser::event(QEvent* event) {
@@ -262,8 +262,7 @@ void LarkaBrowser::loadFinished(bool ok) {
 
 // Hosts list the plug-ins in OnLoadFinished, so these are announced first.
 void LarkaBrowser::endLoad(bool ok) {
-  postHostEvent(this, m_pageUse, [this, ok, load = m_loads] {
-    const QPointer<LarkaBrowser> self(this);
+  postHostEvent(this, m_pageUse, [this, self = QPointer<LarkaBrowser>(this), ok, load = m_loads] {
     if (m_webView) page()->plugins()->announce();
     if (!self) return;
     m_plugins.forgetGone();

@@ -5,12 +5,14 @@
 #include <stdlib.h>
 #include <unistd.h>
 
+#include <QTemporaryDir>
 #include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -21,26 +23,17 @@ namespace test {
 /// A directory that is removed with everything in it.
 class TemporaryDirectory {
  public:
-  TemporaryDirectory() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "larka-test-XXXXXX").string();
-    if (!mkdtemp(pattern.data())) abort();
-    m_path = pattern;
-  }
-  ~TemporaryDirectory() {
-    std::error_code ignored;
-    std::filesystem::remove_all(m_path, ignored);
-  }
-  std::string file(const std::string& name) const { return (m_path / name).string(); }
-  std::string path() const { return m_path.string(); }
+  std::string path() const { return m_directory.path().toStdString(); }
+  std::string file(const std::string& name) const { return path() + "/" + name; }
 
   /// Writes a file and returns its address.
   std::string write(const std::string& name, const std::string& content) const {
-    std::ofstream(m_path / name, std::ios::binary) << content;
+    std::ofstream(file(name), std::ios::binary) << content;
     return "file://" + file(name);
   }
 
  private:
-  std::filesystem::path m_path;
+  QTemporaryDir m_directory;
 };
 
 inline std::string readFile(const std::string& path) {
@@ -73,78 +66,67 @@ class Recorder : public LARKA::CallbacksAdapter {
   void OnLoadFinished(bool loaded) override {
     finished = true;
     ok = loaded;
-    add(loaded ? "OnLoadFinished true" : "OnLoadFinished false");
+    add("OnLoadFinished ", loaded);
   }
-  void OnLoadProgress(int percent) override { add("OnLoadProgress " + std::to_string(percent)); }
+  void OnLoadProgress(int percent) override { add("OnLoadProgress ", percent); }
   void OnPrintRequested() override { add("OnPrintRequested"); }
-  bool OnDownloadRequested() override {
-    add("OnDownloadRequested");
-    return allowsDownload;
-  }
-  void OnTitleChanged(const char* title) override { add(std::string("OnTitleChanged ") + title); }
-  void OnStatusBarMessage(const char* text) override {
-    add(std::string("OnStatusBarMessage ") + text);
-  }
+  bool OnDownloadRequested() override { return add("OnDownloadRequested"), allowsDownload; }
+  void OnTitleChanged(const char* title) override { add("OnTitleChanged ", title); }
+  void OnStatusBarMessage(const char* text) override { add("OnStatusBarMessage ", text); }
   void OnGeometryChangeRequested(int width, int height) override {
-    add("OnGeometryChangeRequested " + std::to_string(width) + "x" + std::to_string(height));
+    add("OnGeometryChangeRequested ", width, "x", height);
   }
-  void OnCreatingRequest(const char* url) override { add(std::string("OnCreatingRequest ") + url); }
-  void OnUrlChanged(const char* url) override { add(std::string("OnUrlChanged ") + url); }
+  void OnCreatingRequest(const char* url) override { add("OnCreatingRequest ", url); }
+  void OnUrlChanged(const char* url) override { add("OnUrlChanged ", url); }
   void OnPluginCreated(LARKA::LarkaPluginWidget* plugin) override {
     plugins.push_back(*plugin);
-    add("OnPluginCreated " + plugin->GetID());
+    add("OnPluginCreated ", plugin->GetID());
   }
   void OnPluginDirty(LARKA::LarkaPluginWidget* plugin) override {
-    add("OnPluginDirty " + plugin->GetID());
+    add("OnPluginDirty ", plugin->GetID());
   }
   std::string OnExecuteInLarka(const char* command) override {
-    add(std::string("OnExecuteInLarka ") + command);
-    return larkaAnswer;
+    return add("OnExecuteInLarka ", command), larkaAnswer;
   }
   void OnDirty(LARKA::ILarkaBrowser* browser) override {
     ++dirty;
     dirtyBrowser = browser;
     add("OnDirty");
   }
-  void OnJavaScriptAlert(const char* message) override {
-    add(std::string("OnJavaScriptAlert ") + message);
-  }
+  void OnJavaScriptAlert(const char* message) override { add("OnJavaScriptAlert ", message); }
   bool OnJavaScriptConfirm(const char* message) override {
-    add(std::string("OnJavaScriptConfirm ") + message);
-    return confirms;
+    return add("OnJavaScriptConfirm ", message), confirms;
   }
-  std::string OnJavaScriptPrompt(const char* message, const char* defaultValue,
-                                 bool* handled) override {
-    add(std::string("OnJavaScriptPrompt ") + message + "|" + defaultValue);
+  std::string OnJavaScriptPrompt(const char* message, const char* value, bool* handled) override {
+    add("OnJavaScriptPrompt ", message, "|", value);
     *handled = answersPrompt;
     return promptAnswer;
   }
-  void OnLinkHovered(bool hovering) override {
-    add(hovering ? "OnLinkHovered true" : "OnLinkHovered false");
-  }
+  void OnLinkHovered(bool hovering) override { add("OnLinkHovered ", hovering); }
   void OnRequestError() override { add("OnRequestError"); }
   void OnAcceptNavigationRequest() override { add("OnAcceptNavigationRequest"); }
   void OnMouseClick(LARKA::LarkaHTMLControl& control) override {
-    add("OnMouseClick " + control.GetControlId());
+    add("OnMouseClick ", control.GetControlId());
   }
   void OnCreateWindow(bool modal, const char* url) override {
-    add(std::string(modal ? "OnCreateWindow modal " : "OnCreateWindow ") + url);
+    add(modal ? "OnCreateWindow modal " : "OnCreateWindow ", url);
   }
   std::string OnChooseFile(const char* suggested) override {
-    add(std::string("OnChooseFile ") + suggested);
-    return chosenFile;
+    return add("OnChooseFile ", suggested), chosenFile;
   }
   void OnJavaScriptConsoleMessage(const char* message, int line, const char* source) override {
     const std::string file = source;
-    add(std::string("OnJavaScriptConsoleMessage ") + message + "|" + std::to_string(line) + "|" +
-        file.substr(file.rfind('/') + 1));
+    add("OnJavaScriptConsoleMessage ", message, "|", line, "|", file.substr(file.rfind('/') + 1));
   }
 
  private:
-  void add(const std::string& event) {
-    events.push_back(event);
-    if (sharedEvents) sharedEvents->push_back(name + " " + event);
-    if (onEvent) onEvent(event);
+  template <typename... Parts>
+  void add(const Parts&... parts) {
+    std::ostringstream text;
+    (text << std::boolalpha << ... << parts);
+    events.push_back(text.str());
+    if (sharedEvents) sharedEvents->push_back(name + " " + text.str());
+    if (onEvent) onEvent(text.str());
   }
 };
 
@@ -162,19 +144,18 @@ class Host {
 
   void initialize() {
     // The toolkit keeps these until the process ends.
-    static char program[] = "test", option[] = "-platform", offscreen[] = "offscreen";
-    static char xcb[] = "xcb";
-    static char* arguments[] = {program, option, getenv("LARKA_TEST_XCB") ? xcb : offscreen,
-                                nullptr};
+    static char* arguments[] = {strdup("test"), strdup("-platform"),
+                                strdup(getenv("LARKA_TEST_XCB") ? "xcb" : "offscreen"), nullptr};
     manager->Initialize(3, arguments);
   }
 
   LARKA::ILarkaBrowser* createBrowser(LARKA::ILarkaCallbacks* listener, int width = 640,
-                                      int height = 360, bool scriptObject = false) {
+                                      int height = 360, bool scriptObject = false,
+                                      const char* storage = nullptr, const char* jar = nullptr) {
     LARKA::ILarkaBrowser* browser = manager->CreateBrowser();
     if (!browser) return nullptr;
     if (listener) browser->AddListener(listener);
-    browser->Initialize(width, height, nullptr, nullptr, scriptObject, nullptr);
+    browser->Initialize(width, height, jar, storage, scriptObject, nullptr);
     return browser;
   }
 
@@ -206,8 +187,8 @@ class Host {
   /// Loads a page from a file and waits until it has been painted.
   bool load(LARKA::ILarkaBrowser* browser, Recorder* recorder, const std::string& html) {
     static int pages = 0;
-    return visit(browser, recorder,
-                 directory.write("page" + std::to_string(++pages) + ".html", html));
+    const std::string name = "page" + std::to_string(++pages) + ".html";
+    return visit(browser, recorder, directory.write(name, html));
   }
 
   /// Loads an address and waits until it has been painted.
@@ -226,8 +207,7 @@ class Host {
 /// The pixel of a browser's page image as 0xAARRGGBB.
 inline unsigned pixel(LARKA::ILarkaBrowser* browser, int x, int y) {
   unsigned value;
-  memcpy(&value, browser->GetBrowserImage() + y * browser->GetBrowserStride() + x * 4,
-         sizeof(value));
+  memcpy(&value, browser->GetBrowserImage() + y * browser->GetBrowserStride() + x * 4, 4);
   return value;
 }
 

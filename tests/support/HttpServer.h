@@ -1,51 +1,40 @@
-// HttpServer.h: a web server on a free port of the loopback interface, inside the test process.
+// HttpServer.h: a web server on a free port of the loopback interface, in a thread of its own.
 #pragma once
 
-#include <arpa/inet.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
+#include <QNetworkProxy>
+#include <QSemaphore>
+#include <QSslKey>
+#include <QSslSocket>
+#include <QTcpServer>
+#include <QThread>
+#include <atomic>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace test {
 
 /// Answers each path as it was told to beforehand, one request a connection, and keeps what came
-/// in.
+/// in. With a file of a certificate and its key, through TLS.
 class HttpServer {
  public:
   struct Request {
     std::string method, path, query, headers, body;
   };
 
-  explicit HttpServer(int port = 0) : m_socket(socket(AF_INET, SOCK_STREAM, 0)) {
-    const int yes = 1;
-    setsockopt(m_socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof(yes));
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(static_cast<uint16_t>(port));
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof(address);
-    if (bind(m_socket, reinterpret_cast<sockaddr*>(&address), size) || listen(m_socket, 64) ||
-        getsockname(m_socket, reinterpret_cast<sockaddr*>(&address), &size))
-      abort();
-    m_port = ntohs(address.sin_port);
-    m_thread = std::thread([this] { serve(); });
+  explicit HttpServer(int port = 0, const std::string& certificate = "") {
+    m_thread.reset(QThread::create([this, port, certificate] { serve(port, certificate); }));
+    m_thread->start();
+    m_listens.acquire();
   }
   ~HttpServer() { stop(); }
-  HttpServer(const HttpServer&) = delete;
-  HttpServer& operator=(const HttpServer&) = delete;
 
   /// Refuses every connection from now on.
   void stop() {
-    if (!m_thread.joinable()) return;
-    shutdown(m_socket, SHUT_RDWR);
-    m_thread.join();
-    for (int client : m_unanswered) close(client);
-    close(m_socket);
+    m_stopped = true;
+    m_thread->wait();
   }
 
   /// What to answer `path` with, to the byte; nothing at all, and never, for the empty text. After
@@ -54,15 +43,16 @@ class HttpServer {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_answers[path] = {response, pauseAfter};
   }
-  void page(const std::string& path, const std::string& body) {
-    answer(path,
-           "HTTP/1.1 200 OK\r\nContent-Type: text/html\r\nConnection: close\r\nContent-Length: " +
-               std::to_string(body.size()) + "\r\n\r\n" + body);
+  void page(const std::string& path, const std::string& body, const std::string& headers = "") {
+    const bool typed = headers.find("Content-Type") != std::string::npos;
+    answer(path, "HTTP/1.1 200 OK\r\nConnection: close\r\n" + headers +
+                     (typed ? "" : "Content-Type: text/html\r\n") +
+                     "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body);
   }
 
   int port() const { return m_port; }
-  std::string url(const std::string& path) const {
-    return "http://127.0.0.1:" + std::to_string(m_port) + path;
+  std::string url(const std::string& path, const std::string& scheme = "http") const {
+    return scheme + "://127.0.0.1:" + std::to_string(m_port) + path;
   }
 
   /// The requests for `path` so far.
@@ -75,62 +65,80 @@ class HttpServer {
   }
 
  private:
-  void serve() {
-    for (int client; (client = accept(m_socket, nullptr, nullptr)) >= 0; close(client)) {
-      std::string text;
-      size_t end = std::string::npos, length = 0;
-      char buffer[4096];
-      while (end == std::string::npos || text.size() < end + length) {
-        const ssize_t got = recv(client, buffer, sizeof(buffer), 0);
-        if (got <= 0) break;
-        text.append(buffer, static_cast<size_t>(got));
-        if (end != std::string::npos || (end = text.find("\r\n\r\n")) == std::string::npos)
-          continue;
-        end += 4;
-        const size_t header = text.find("Content-Length: ");
-        if (header < end) length = std::stoul(text.substr(header + 16));
-      }
-      if (end == std::string::npos) continue;
-      const Answer given = take(text, end);
-      if (given.response.empty()) {
-        m_unanswered.push_back(dup(client));
-        continue;
-      }
-      send(client, given.response.data(), given.pauseAfter, MSG_NOSIGNAL);
-      if (given.pauseAfter > 0) usleep(kPauseMicroseconds);
-      send(client, given.response.data() + given.pauseAfter,
-           given.response.size() - given.pauseAfter, MSG_NOSIGNAL);
-    }
-  }
-
   struct Answer {
     std::string response;
     size_t pauseAfter = 0;
   };
+  struct Listener : QTcpServer {
+    std::string certificate;
+    void incomingConnection(qintptr descriptor) override {
+      auto* socket = new QSslSocket(this);
+      socket->setSocketDescriptor(descriptor);
+      if (!certificate.empty()) {
+        socket->setLocalCertificate(QString::fromStdString(certificate));
+        socket->setPrivateKey(QString::fromStdString(certificate));
+        socket->startServerEncryption();
+        socket->waitForEncrypted();
+      }
+      addPendingConnection(socket);
+    }
+  };
+
+  void serve(int port, const std::string& certificate) {
+    Listener listener;
+    listener.certificate = certificate;
+    listener.setProxy(QNetworkProxy::NoProxy);
+    if (!listener.listen(QHostAddress::LocalHost, static_cast<quint16>(port))) abort();
+    m_port = listener.serverPort();
+    m_listens.release();
+    while (!m_stopped)
+      if (listener.hasPendingConnections() || listener.waitForNewConnection(10))
+        reply(listener.nextPendingConnection());
+  }
+
+  void reply(QTcpSocket* client) {
+    std::string text;
+    size_t end = 0, length = 0;
+    while (end == 0 || text.size() < end + length) {
+      if (!client->bytesAvailable() && !client->waitForReadyRead(5000)) return;
+      text += client->readAll().toStdString();
+      if (text.find("\r\n\r\n") != std::string::npos) end = text.find("\r\n\r\n") + 4;
+      const size_t header = text.find("Content-Length: ");
+      if (header < end) length = std::stoul(text.substr(header + 16));
+    }
+    const Answer answer = take(text, end);
+    if (answer.response.empty()) return;
+    client->write(answer.response.data(), static_cast<qint64>(answer.pauseAfter));
+    client->flush();
+    if (answer.pauseAfter > 0) QThread::msleep(400);
+    client->write(answer.response.substr(answer.pauseAfter).c_str());
+    client->disconnectFromHost();
+    if (client->state() != QAbstractSocket::UnconnectedState) client->waitForDisconnected(2000);
+  }
 
   Answer take(const std::string& text, size_t end) {
     const size_t space = text.find(' '), stop = text.find(' ', space + 1);
     const std::string target = text.substr(space + 1, stop - space - 1);
-    const size_t mark = target.find('?');
+    const std::string path = target.substr(0, target.find('?'));
     std::lock_guard<std::mutex> lock(m_mutex);
-    m_requests.push_back({text.substr(0, space), target.substr(0, mark),
-                          mark == std::string::npos ? "" : target.substr(mark + 1),
-                          text.substr(0, end), text.substr(end)});
-    const auto found = m_answers.find(m_requests.back().path);
-    return found != m_answers.end()
-               ? found->second
-               : Answer{"HTTP/1.1 404 Not Found\r\nConnection: close\r\nContent-Length: 0\r\n\r\n"};
+    m_requests.push_back({text.substr(0, space), path,
+                          path == target ? "" : target.substr(path.size() + 1), text.substr(0, end),
+                          text.substr(end)});
+    const auto found = m_answers.find(path);
+    if (found != m_answers.end()) return found->second;
+    return {"HTTP/1.1 404 Not Found\r\nConnection: close\r\nContent-Length: 0\r\n\r\n"};
   }
 
-  static constexpr int kPauseMicroseconds = 400000;
-
-  int m_socket;
+  std::unique_ptr<QThread> m_thread;
+  QSemaphore m_listens;
+  std::atomic<bool> m_stopped{false};
   int m_port = 0;
-  std::thread m_thread;
-  std::vector<int> m_unanswered;  // by the thread; connections left open
   std::mutex m_mutex;
   std::map<std::string, Answer> m_answers;
   std::vector<Request> m_requests;
 };
+
+/// A port that nobody listens on.
+inline int freePort() { return HttpServer().port(); }
 
 }  // namespace test

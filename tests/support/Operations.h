@@ -10,79 +10,14 @@
 
 namespace test {
 
-using Cookies = std::vector<std::pair<std::string, std::string>>;
-
-// clang-format off
-// One operation a row, in the order of the slots: result, name, parameters, arguments of the call.
-
-#define BROWSER_OPERATIONS(ROW) \
-  ROW(void, Initialize, (int, int, const char*, const char*, bool, SystemInfoData*), (1, 2, "c", "s", true, nullptr)) \
-  ROW(void, Shutdown, (), ()) \
-  ROW(void, AddListener, (ILarkaCallbacks*), (nullptr)) \
-  ROW(void, RemoveListener, (ILarkaCallbacks*), (nullptr)) \
-  ROW(void, SetProxy, (const char*, int, ProxyType, const char*, const char*), ("h", 1, PROXY_HTTP, "u", "p")) \
-  ROW(void, SetGlobalSurface, (char*), (nullptr)) \
-  ROW(void, SetUserAgent, (const char*), ("a")) \
-  ROW(void, Resize, (int, int), (1, 2)) \
-  ROW(void, SetCacheParameters, (const char*, int), ("d", 1)) \
-  ROW(void, ClearCache, (), ()) \
-  ROW(int, InjectCookie, (const char*, const char*, const char*, int), ("d", "n", "v", 1)) \
-  ROW(bool, ClearCookie, (const char*), ("n")) \
-  ROW(void, ClearAllCookies, (), ()) \
-  ROW(std::string, ReadCookie, (const char*), ("n")) \
-  ROW(test::Cookies, ReadCookies, (), ()) \
-  ROW(void, Navigate, (const char*), ("u")) \
-  ROW(void, MouseMove, (int, int, int), (1, 2, 3)) \
-  ROW(void, MouseDown, (int, int, int), (1, 2, 3)) \
-  ROW(void, MouseUp, (int, int, int), (1, 2, 3)) \
-  ROW(void, MouseClick, (int, int, int), (1, 2, 3)) \
-  ROW(void, MouseWheel, (Directions, int, int), (DIRECTION_UP, 1, 2)) \
-  ROW(void, MouseWheel, (int, int, int), (1, 2, 3)) \
-  ROW(void, KeyDown, (int, int), (1, 2)) \
-  ROW(void, KeyUp, (int, int), (1, 2)) \
-  ROW(void, Scroll, (Directions, int), (DIRECTION_UP, 1)) \
-  ROW(void, Scroll, (int, int), (1, 2)) \
-  ROW(void, Reload, (), ()) \
-  ROW(bool, FocusNext, (), ()) \
-  ROW(bool, FocusPrev, (), ()) \
-  ROW(int, GetHistoryLength, (), ()) \
-  ROW(std::string, GetPrevLocation, (), ()) \
-  ROW(std::string, GetNextLocation, (), ()) \
-  ROW(void, Back, (), ()) \
-  ROW(void, Forward, (), ()) \
-  ROW(void, Stop, (), ()) \
-  ROW(void, Focus, (), ()) \
-  ROW(void, Invalidate, (), ()) \
-  ROW(std::string, ExecuteJavascript, (const char*), ("s")) \
-  ROW(std::string, GetCurrentLocation, (), ()) \
-  ROW(std::string, GetTitle, (), ()) \
-  ROW(void, SetZoomLevel, (double), (1.5)) \
-  ROW(double, GetZoomLevel, (), ()) \
-  ROW(void, ScrollToPoint, (int, int), (1, 2)) \
-  ROW(void, GetViewPort, (int*, int*, int*, int*), (nullptr, nullptr, nullptr, nullptr)) \
-  ROW(std::string, GetMetaTagValue, (const char*), ("n")) \
-  ROW(int, GetBrowserStride, (), ()) \
-  ROW(unsigned char*, GetBrowserImage, (), ()) \
-  ROW(void, SaveBrowserImage, (const char*, int, int), ("p", 1, 2)) \
-  ROW(void*, GetBrowserNativeHandle, (), ()) \
-  ROW(std::vector<LarkaPluginWidget>, GetPluginWidgets, (), ()) \
-  ROW(LarkaHTMLControl, HitTest, (int, int), (1, 2)) \
-  ROW(std::vector<LarkaHTMLControl*>, GetControls, (ControlType), (CONTROL_TEXT)) \
-  ROW(ILarkaBrowser*, LaunchInspector, (bool), (true)) \
-  ROW(void, SetConfig, (const char*, const char*), ("k", "v")) \
-  ROW(void, SetConfig, (const char*, int), ("k", 1)) \
-  ROW(void, SetConfig, (const char*, bool), ("k", true)) \
-  ROW(int, GetWidth, (), ()) \
-  ROW(int, GetHeight, (), ()) \
-  ROW(void, GetFrameContentSize, (int&, int&), (width, height))
-// clang-format on
-
 template <typename Type>
 bool isNothing(const Type& answer) {
   return answer == Type();
 }
 template <typename Type>
 bool isNothing(const std::vector<Type>& answer) {
+  if constexpr (std::is_same_v<Type, LARKA::LarkaHTMLControl*>)
+    for (LARKA::LarkaHTMLControl* control : answer) delete control;
   return answer.empty();
 }
 inline bool isNothing(LARKA::LarkaHTMLControl answer) {
@@ -90,28 +25,61 @@ inline bool isNothing(LARKA::LarkaHTMLControl answer) {
 }
 
 template <typename Call>
-bool answersNothing(Call call) {
-  if constexpr (std::is_void_v<decltype(call())>) {
-    call();
-    return true;
-  } else {
+bool givesNothing(Call call) {
+  if constexpr (std::is_void_v<decltype(call())>)
+    return call(), true;
+  else
     return isNothing(call());
-  }
+}
+
+/// A call of an operation. Answers whether it gave nothing: zero, false, null or empty.
+struct Operation {
+  const char* call;
+  bool (*givesNothing)(LARKA::ILarkaBrowser*);
+  std::string name() const { return std::string(call, std::string(call).find('(')); }
+};
+
+inline std::vector<Operation> operations() {
+  using namespace LARKA;
+  // clang-format off
+#define CALL(...) \
+  {#__VA_ARGS__, [](ILarkaBrowser* b) { return givesNothing([b] { return b->__VA_ARGS__; }); }}
+  return {
+      CALL(Initialize(1, 2, "c", "s", true, nullptr)), CALL(Shutdown()), CALL(AddListener(nullptr)),
+      CALL(RemoveListener(nullptr)), CALL(SetProxy("h", 1, PROXY_HTTP, "u", "p")),
+      CALL(SetGlobalSurface(nullptr)), CALL(SetUserAgent("a")), CALL(Resize(1, 2)),
+      CALL(SetCacheParameters("d", 1)), CALL(ClearCache()), CALL(InjectCookie("d", "n", "v", 1)),
+      CALL(ClearCookie("n")), CALL(ClearAllCookies()), CALL(ReadCookie("n")), CALL(ReadCookies()),
+      CALL(Navigate("u")), CALL(MouseMove(1, 2, 3)), CALL(MouseDown(1, 2, 3)),
+      CALL(MouseUp(1, 2, 3)), CALL(MouseClick(1, 2, 3)), CALL(MouseWheel(DIRECTION_UP, 1, 2)),
+      CALL(MouseWheel(1, 2, 3)), CALL(KeyDown(1, 2)), CALL(KeyUp(1, 2)),
+      CALL(Scroll(DIRECTION_UP, 1)), CALL(Scroll(1, 2)), CALL(Reload()), CALL(FocusNext()),
+      CALL(FocusPrev()), CALL(GetHistoryLength()), CALL(GetPrevLocation()), CALL(GetNextLocation()),
+      CALL(Back()), CALL(Forward()), CALL(Stop()), CALL(Focus()), CALL(Invalidate()),
+      CALL(ExecuteJavascript("s")), CALL(GetCurrentLocation()), CALL(GetTitle()),
+      CALL(SetZoomLevel(1.5)), CALL(GetZoomLevel()), CALL(ScrollToPoint(1, 2)),
+      CALL(GetViewPort(nullptr, nullptr, nullptr, nullptr)), CALL(GetMetaTagValue("n")),
+      CALL(GetBrowserStride()), CALL(GetBrowserImage()), CALL(SaveBrowserImage("p", 1, 2)),
+      CALL(GetBrowserNativeHandle()), CALL(GetPluginWidgets()), CALL(HitTest(1, 2)),
+      CALL(GetControls(CONTROL_TEXT)), CALL(LaunchInspector(true)), CALL(SetConfig("k", "v")),
+      CALL(SetConfig("k", 1)), CALL(SetConfig("k", true)), CALL(GetWidth()), CALL(GetHeight()),
+      {"GetFrameContentSize(w, h)", [](ILarkaBrowser* b) {
+        int w = 0, h = 0;
+        b->GetFrameContentSize(w, h);
+        return w == 0 && h == 0;
+      }}};
+  // clang-format on
+#undef CALL
 }
 
 /// Calls every operation but those named in `except`. The names of those whose answer was anything
-/// but nothing: zero, false, null or empty.
+/// but nothing.
 inline std::string answersOf(LARKA::ILarkaBrowser* browser, const std::string& except = "") {
-  using namespace LARKA;
   std::string answered;
-  int width = 0, height = 0;
-#define TAKE_ANSWER(RESULT, NAME, PARAMETERS, ARGUMENTS)                    \
-  if (except.find(#NAME) == std::string::npos &&                            \
-      !answersNothing([&]() -> RESULT { return browser->NAME ARGUMENTS; })) \
-    answered += #NAME " ";
-  BROWSER_OPERATIONS(TAKE_ANSWER)
-#undef TAKE_ANSWER
-  return width == 0 && height == 0 ? answered : answered + "a size";
+  for (const Operation& operation : operations())
+    if (except.find(operation.name()) == std::string::npos && !operation.givesNothing(browser))
+      answered += operation.name() + " ";
+  return answered;
 }
 
 }  // namespace test

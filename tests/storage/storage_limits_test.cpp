@@ -1,17 +1,11 @@
 // What pages keep in a storage directory, and what happens at its limits.
-#include <gtest/gtest.h>
-
-#include <chrono>
-#include <filesystem>
-
 #include "Host.h"
 #include "HttpServer.h"
-#include "larka/larka.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using test::HttpServer;
+using LARKA::ILarkaBrowser;
 
 const long long kKilo = 1024, kMega = 1024 * 1024;
 
@@ -38,116 +32,110 @@ function indexed(bytes) {
     e.target.transaction.oncomplete = function () { done = 'kept'; };
   };
 }
-</script>)";
-
-// Its application cache holds as many bytes as the number at the end of its address tells.
-void serveCache(HttpServer* server, const std::string& number, size_t bytes) {
-  server->page("/app" + number,
-               "<html manifest='/manifest" + number + R"('><title>a</title><script>var done = '';
 applicationCache.oncached = function () { done = 'kept'; };
 applicationCache.onerror = function () { done = 'error'; };
-</script>)");
-  const std::string manifest = "CACHE MANIFEST\n/big" + number + "\n";
-  server->answer("/manifest" + number,
-                 "HTTP/1.1 200 OK\r\nContent-Type: text/cache-manifest\r\nConnection: close\r\n"
-                 "Content-Length: " +
-                     std::to_string(manifest.size()) + "\r\n\r\n" + manifest);
-  server->page("/big" + number, std::string(bytes, 'x'));
-}
+</script>)";
 
 class StorageLimitsTest : public testing::Test {
  protected:
   void SetUp() override {
     fs::current_path(host.directory.path());
     host.initialize();
-    for (HttpServer& server : servers) server.page("/", kPage);
+    for (test::HttpServer& server : servers) server.page("/", kPage);
   }
   void TearDown() override {
-    for (auto* browser : {first, second})
+    for (ILarkaBrowser* browser : {first, second})
       if (browser) host.manager->DestroyBrowser(browser, true);
     host.manager->Shutdown(true);
     EXPECT_FALSE(fs::exists("Databases.db"));
   }
 
-  LARKA::ILarkaBrowser* create(const char* directory) {
-    LARKA::ILarkaBrowser* browser = host.manager->CreateBrowser();
-    browser->AddListener(&recorder);
-    browser->Initialize(320, 180, nullptr, directory, false, nullptr);
-    return browser;
+  ILarkaBrowser* create(const char* directory) {
+    return host.createBrowser(&recorder, 320, 180, false, directory);
   }
-
   /// The outcome of a script that is to set `done`.
-  std::string run(LARKA::ILarkaBrowser* browser, const std::string& script) {
+  std::string run(ILarkaBrowser* browser, const std::string& script) {
     browser->ExecuteJavascript(("done = ''; " + script).c_str());
     return outcome(browser);
   }
-  std::string outcome(LARKA::ILarkaBrowser* browser) {
+  std::string outcome(ILarkaBrowser* browser) {
     std::string done;
     host.pumpUntil([&] { return !(done = browser->ExecuteJavascript("done")).empty(); }, 5000);
     return done;
   }
-  void visit(LARKA::ILarkaBrowser* browser, int server) {
-    ASSERT_TRUE(host.visit(browser, &recorder, servers[server].url("/")));
+  bool comesTo(ILarkaBrowser* browser, const char* expected) {
+    return host.pumpUntil([&] { return run(browser, "local(2)") == expected; });
+  }
+  void visit(ILarkaBrowser* browser, int server, const std::string& path = "/") {
+    ASSERT_TRUE(host.visit(browser, &recorder, servers[server].url(path)));
   }
 
-  /// The local storage of an origin, as a file.
-  std::string fileOf(int server) const {
-    return storage + "/http_127.0.0.1_" + std::to_string(servers[server].port()) + ".localstorage";
+  /// Whether the local storage of an origin is a file that holds something.
+  bool isLarge(int server) const {
+    const auto port = std::to_string(servers[server].port());
+    const std::string file = storage + "/http_127.0.0.1_" + port + ".localstorage";
+    return fs::exists(file) && fs::file_size(file) > 100 * kKilo;
   }
   long long bytesKept() const {
     long long bytes = 0;
-    if (fs::exists(storage))
-      for (const auto& entry : fs::recursive_directory_iterator(storage))
-        if (entry.is_regular_file()) bytes += static_cast<long long>(entry.file_size());
+    for (const auto& entry : fs::recursive_directory_iterator(storage))
+      if (entry.is_regular_file()) bytes += static_cast<long long>(entry.file_size());
     return bytes;
   }
 
   test::Host host;
   test::Recorder recorder;
-  HttpServer servers[4];
+  test::HttpServer servers[3];
   const std::string storage = host.directory.file("storage");
-  LARKA::ILarkaBrowser *first = nullptr, *second = nullptr;
+  ILarkaBrowser *first = nullptr, *second = nullptr;
 };
+
+TEST_F(StorageLimitsTest, PagesFindAgainWhatTheyKept) {
+  first = create(storage.c_str());
+  visit(first, 0);
+  EXPECT_EQ(run(first, "local(400 << 10)"), "kept");
+  host.manager->DestroyBrowser(first, true);
+  EXPECT_TRUE(host.pumpUntil([&] { return isLarge(0); }));
+  first = create(storage.c_str());
+  visit(first, 0);
+  EXPECT_EQ(first->ExecuteJavascript("localStorage.k0.length"), std::to_string(200 * kKilo));
+}
 
 TEST_F(StorageLimitsTest, AnOriginKeepsWhatItsLimitAllows) {
   second = create(nullptr);
   first = create(storage.c_str());
   const struct {
-    LARKA::ILarkaBrowser* browser;
+    ILarkaBrowser* browser;
     long long perOrigin, inAll;
-    const char* script;
-    const char* outcome;
+    const char *script, *outcome;
   } kRows[] = {
-      {second, 5 * kMega, 100 * kMega, "database(1000)", "SecurityError"},
-      {second, 5 * kMega, 100 * kMega, "local(1000)", "kept"},
-      {first, 5 * kMega, 100 * kMega, "local(4 << 20)", "kept"},
-      {first, 5 * kMega, 100 * kMega, "local(1 << 20)", "QuotaExceededError"},
-      {first, 5 * kMega, 100 * kMega, "database(3 << 20)", "kept"},
-      {first, 5 * kMega, 100 * kMega, "database(3 << 20)", "error 4"},
-      {first, 5 * kMega, 100 * kMega, "database(1 << 20)", "kept"},
-      {first, 6 * kMega, 100 * kMega, "database(1 << 20)", "kept"},
-      {first, 5 * kMega, 100 * kMega, "database(1000)", "SecurityError"},
-      {first, 5 * kMega, 100 * kMega, "indexed(9 << 20)", "kept"},  // in memory
-      {first, 0, 100 * kMega, "local(2)", "QuotaExceededError"},
-      {first, 0, 100 * kMega, "database(2)", "SecurityError"},
-      {first, 5 * kMega, 0, "local(2)", "QuotaExceededError"},
-      {first, 5 * kMega, 100 * kMega, "local(2)", "kept"},
+      {second, 5, 100, "database(1000)", "SecurityError"},
+      {second, 5, 100, "local(1000)", "kept"},
+      {first, 5, 100, "local(4 << 20)", "kept"},
+      {first, 5, 100, "local(1 << 20)", "QuotaExceededError"},
+      {first, 5, 100, "database(3 << 20)", "kept"},
+      {first, 5, 100, "database(3 << 20)", "error 4"},
+      {first, 5, 100, "database(1 << 20)", "kept"},
+      {first, 6, 100, "database(1 << 20)", "kept"},
+      {first, 5, 100, "database(1000)", "SecurityError"},
+      {first, 5, 100, "indexed(9 << 20)", "kept"},  // in memory
+      {first, 0, 100, "local(2)", "QuotaExceededError"},
+      {first, 0, 100, "database(2)", "SecurityError"},
+      {first, 5, 0, "local(2)", "QuotaExceededError"},
+      {first, 5, 100, "local(2)", "kept"},
   };
-  for (auto* browser : {first, second}) visit(browser, 0);
-  int row = 0;
+  for (ILarkaBrowser* browser : {first, second}) visit(browser, 0);
   for (const auto& [browser, perOrigin, inAll, script, outcome] : kRows) {
-    LARKA::SetStorageLimits(perOrigin, inAll);
-    EXPECT_EQ(run(browser, script), outcome) << "row " << row << ": " << script;
-    ++row;
+    LARKA::SetStorageLimits(perOrigin * kMega, inAll * kMega);
+    EXPECT_EQ(run(browser, script), outcome) << script << " of " << perOrigin << ", " << inAll;
   }
-  host.pumpFor(1500);  // the engine writes a second later
-  EXPECT_GT(bytesKept(), 9 * kMega);
+  EXPECT_TRUE(host.pumpUntil([this] { return bytesKept() > 9 * kMega; })) << bytesKept();
   EXPECT_LT(bytesKept(), 11 * kMega);
 }
 
 TEST_F(StorageLimitsTest, AnApplicationCacheThatIsTooLargeIsNotStored) {
   const struct {
-    const char* number;
+    std::string number;
     size_t bytes;
     const char* outcome;
   } kCaches[] = {
@@ -155,8 +143,11 @@ TEST_F(StorageLimitsTest, AnApplicationCacheThatIsTooLargeIsNotStored) {
   LARKA::SetStorageLimits(kMega, 8 * kMega);
   first = create(storage.c_str());
   for (const auto& [number, bytes, expected] : kCaches) {
-    serveCache(&servers[0], number, bytes);
-    ASSERT_TRUE(host.visit(first, &recorder, servers[0].url(std::string("/app") + number)));
+    const std::string manifest = "CACHE MANIFEST\n/big" + number + "\n";
+    servers[0].page("/app" + number, "<html manifest='/manifest" + number + "'>" + kPage);
+    servers[0].page("/manifest" + number, manifest, "Content-Type: text/cache-manifest\r\n");
+    servers[0].page("/big" + number, std::string(bytes, 'x'));
+    visit(first, 0, "/app" + number);
     EXPECT_EQ(outcome(first), expected) << number;
   }
 }
@@ -173,23 +164,19 @@ TEST_F(StorageLimitsTest, OriginsThatNoPageShowsMakeRoom) {
   const std::string oldest = leaveBehind("oldest.example", kMega, 9);
   const std::string older = leaveBehind("older.example", 3 * kMega / 2, 5);
   const std::string old = leaveBehind("old.example", kMega / 2, 1);
-  const auto isLarge = [](const std::string& file) {
-    return fs::exists(file) && fs::file_size(file) > 100 * kKilo;
-  };
   first = create(storage.c_str());
   EXPECT_FALSE(fs::exists(oldest));
   EXPECT_TRUE(fs::exists(older) && fs::exists(old));
   for (int server : {0, 1, 2}) {
     visit(first, server);
     EXPECT_EQ(run(first, "local(1 << 20)"), "kept") << server;
-    ASSERT_TRUE(host.pumpUntil([&] { return isLarge(fileOf(server)); }));
-    host.pumpFor(700);
+    ASSERT_TRUE(host.pumpUntil([&] { return isLarge(server); }));
   }
-  EXPECT_FALSE(fs::exists(older) || fs::exists(old));
   // By now it may be full, until what has been removed is gone from the disk.
-  EXPECT_TRUE(host.pumpUntil([&] { return !isLarge(fileOf(0)); }));
-  EXPECT_TRUE(host.pumpUntil([&] { return run(first, "local(2)") == "kept"; }));
-  EXPECT_TRUE(isLarge(fileOf(1)));
+  EXPECT_TRUE(host.pumpUntil([&] { return !isLarge(0); }));
+  EXPECT_FALSE(fs::exists(older) || fs::exists(old));
+  EXPECT_TRUE(comesTo(first, "kept"));
+  EXPECT_TRUE(isLarge(1));
   visit(first, 0);
   EXPECT_EQ(first->ExecuteJavascript("localStorage.length"), "0");
   EXPECT_EQ(run(first, "local(800 << 10)"), "kept");  // 2.8 of 3 MiB with the other two
@@ -199,29 +186,26 @@ TEST_F(StorageLimitsTest, OriginsThatNoPageShowsMakeRoom) {
   visit(first, 2);
   visit(second, 1);
   EXPECT_EQ(run(second, "local(2 << 20)"), "kept");
-  EXPECT_TRUE(host.pumpUntil([&] { return run(first, "local(2)") == "QuotaExceededError"; }));
-  host.pumpFor(3000);
-  EXPECT_TRUE(isLarge(fileOf(1)) && isLarge(fileOf(2)));
-  EXPECT_FALSE(isLarge(fileOf(0)));
+  EXPECT_TRUE(comesTo(first, "QuotaExceededError"));
+  EXPECT_TRUE(host.pumpUntil([&] { return !isLarge(0); }));
+  EXPECT_TRUE(isLarge(1) && isLarge(2));
   EXPECT_EQ(run(second, "local(2)"), "QuotaExceededError");
   host.manager->DestroyBrowser(second, true);
   second = nullptr;
-  EXPECT_TRUE(host.pumpUntil([&] { return run(first, "local(2)") == "kept"; }));
-  EXPECT_TRUE(isLarge(fileOf(2)));
+  EXPECT_TRUE(comesTo(first, "kept"));
+  EXPECT_TRUE(isLarge(2));
 }
 
 TEST_F(StorageLimitsTest, DatabasesOfAllOriginsShareTheRoom) {
   LARKA::SetStorageLimits(5 * kMega, 4 * kMega);
-  first = create(storage.c_str());
-  second = create(storage.c_str());
+  for (ILarkaBrowser** browser : {&first, &second}) *browser = create(storage.c_str());
   visit(first, 0);
   visit(second, 1);
   EXPECT_EQ(run(first, "database(2 << 20)"), "kept");
   EXPECT_EQ(run(second, "database(500 << 10)"), "SecurityError");
   EXPECT_GT(bytesKept(), 2 * kMega);
   visit(first, 2);
-  host.pumpFor(1000);
-  EXPECT_EQ(run(second, "database(500 << 10)"), "kept");
+  EXPECT_TRUE(host.pumpUntil([&] { return run(second, "database(500 << 10)") == "kept"; }));
   EXPECT_TRUE(host.pumpUntil([&] { return bytesKept() < kMega; })) << bytesKept();
 }
 

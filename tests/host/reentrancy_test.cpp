@@ -6,116 +6,6 @@
 namespace {
 
 using LARKA::ILarkaBrowser;
-using test::Host;
-
-using Run = std::function<void(Host*, ILarkaBrowser*)>;
-
-/// What a listener does in the middle of an event.
-struct Action {
-  std::string name;
-  Run run;
-  enum { Stays, Goes, Destroys, ShutsDown } then = Stays;
-};
-
-Run script(const char* code) {
-  return [code](Host*, ILarkaBrowser* browser) { browser->ExecuteJavascript(code); };
-}
-Run navigate(const std::string& title) {
-  return [url = "data:text/html,<title>" + title + "</title>"](Host*, ILarkaBrowser* browser) {
-    browser->Navigate(url.c_str());
-  };
-}
-Run call(void (ILarkaBrowser::*operation)()) {
-  return [operation](Host*, ILarkaBrowser* browser) { (browser->*operation)(); };
-}
-Run destroy(bool now) {
-  return [now](Host* host, ILarkaBrowser* browser) { host->manager->DestroyBrowser(browser, now); };
-}
-Run shutDown(bool now) {
-  return [now](Host* host, ILarkaBrowser*) { host->manager->Shutdown(now); };
-}
-Run pump(int times) {
-  return [times](Host* host, ILarkaBrowser*) {
-    for (int i = 0; i < times; ++i) host->manager->PumpEvents();
-  };
-}
-Run all(const std::vector<Run>& steps) {
-  return [steps](Host* host, ILarkaBrowser* browser) {
-    for (const Run& step : steps) step(host, browser);
-  };
-}
-
-void clickAndType(Host*, ILarkaBrowser* browser) {
-  browser->MouseClick(5, 5, 0);
-  browser->KeyDown(LARKA::KEYCODE_TAB, 0);
-  browser->KeyDown(LARKA::KEYCODE_RETURN, 0);
-  browser->KeyUp(LARKA::KEYCODE_RETURN, 0);
-}
-
-void listEverything(Host*, ILarkaBrowser* browser) {
-  for (LARKA::LarkaHTMLControl* control : browser->GetControls(LARKA::CONTROL_ANCHOR)) {
-    control->Focus();
-    control->GetControlText();
-    delete control;
-  }
-  for (LARKA::LarkaPluginWidget plugin : browser->GetPluginWidgets())
-    plugin.SetFullScreen(true, true, false);
-}
-
-void makeAnother(Host* host, ILarkaBrowser*) {
-  test::Recorder other;
-  ILarkaBrowser* second = host->createBrowser(&other);
-  second->Navigate("data:text/html,<title>Second</title>");
-  second->ClearCache();
-  host->manager->DestroyBrowser(second, true);
-}
-
-std::vector<Action> actions() {
-  const Run stop = call(&ILarkaBrowser::Stop), reload = call(&ILarkaBrowser::Reload);
-  const Run back = call(&ILarkaBrowser::Back), forward = call(&ILarkaBrowser::Forward);
-  const Run setLocation = script("location=\"data:text/html,x\"");
-  std::vector<Action> actions = {
-      {"Navigate", navigate("Gone"), Action::Goes},
-      {"NavigateOften", all({navigate("Not"), stop, navigate("Neither"), reload, navigate("Gone")}),
-       Action::Goes},
-      {"NavigateAndPump", all({navigate("Gone"), pump(20)}), Action::Goes},
-      {"Pump", pump(20)},
-      {"StopAndPump", all({stop, pump(1)})},
-      {"BackAndForth", all({back, forward})},
-      {"SetsLocation", setLocation},
-      {"SetsLocationAndPumps", all({setLocation, pump(20)})},
-      {"WritesDocument", script("document.open();document.write(\"w\");document.close()")},
-      {"RemovesRoot", script("document.removeChild(document.documentElement)")},
-      {"RemovesFrames",
-       script("var f;while(f=document.querySelector(\"iframe\"))f.parentNode.removeChild(f)")},
-      {"ReloadsByScript", script("location.reload()")},
-      {"GoesBackByScript", script("history.back()")},
-      {"Submits",
-       script("var f=document.createElement(\"form\");document.body.appendChild(f);f.submit()")},
-      {"ClicksAndTypes", clickAndType},
-      {"ListsEverything", listEverything},
-      {"MakesAnother", makeAnother},
-      {"DestroysLater", destroy(false), Action::Destroys},
-      {"DestroysLaterAndPumps", all({destroy(false), pump(20)}), Action::Destroys},
-      {"DestroysAtOnce", destroy(true), Action::Destroys},
-      {"ShutsManagerDown", shutDown(true), Action::ShutsDown},
-      {"ShutsManagerDownLater", shutDown(false), Action::ShutsDown},
-  };
-  for (const test::Operation& operation : test::operations())
-    actions.push_back(
-        {operation.name(),
-         [operation](Host*, ILarkaBrowser* browser) { operation.givesNothing(browser); },
-         operation.name() == "Shutdown" ? Action::ShutsDown : Action::Stays});
-  return actions;
-}
-
-/// What makes the events come. The browser is null once it goes elsewhere.
-struct Scene {
-  const char* name;
-  std::function<void(Host*, test::HttpServer*, ILarkaBrowser*&)> play;
-};
-
-void PrintTo(const Scene& scene, std::ostream* stream) { *stream << scene.name; }
 
 const char kBusyPage[] = R"html(<title>Busy</title><body style="margin:0">
 <a href="#there" style="display:block;height:40px">a link</a><embed type="video/mp4" width=20 height=20>
@@ -130,52 +20,59 @@ onload = function(){ larka.exec('load'); larka.exec2('load'); alert(1); confirm(
 // Without what keeps QtWebKit from keeping it.
 const char kKeptPage[] = "<title>Kept</title><body onpageshow='1'><iframe srcdoc=x></iframe>";
 
-void visitBusyPage(Host* host, ILarkaBrowser* browser) {
-  browser->Navigate(host->directory.write("busy.html", kBusyPage).c_str());
-}
+/// What a listener does in the middle of an event, or what makes events come: steps divided by " |
+/// ".
+struct Script {
+  std::string name, steps;
+  enum { Stays, Goes, Destroys, ShutsDown } then = Stays;
+};
 
-const Scene kScenes[] = {
-    {"AnOrdinaryLoad", [](auto* host, auto*, auto*& b) { visitBusyPage(host, b); }},
-    {"AFailedLoad",
-     [](auto*, auto* server, auto*& b) { b->Navigate(server->url("/missing").c_str()); }},
-    {"AStoppedLoad",
-     [](auto* host, auto* server, auto*& b) {
-       b->Navigate(server->url("/never").c_str());
-       host->pumpFor(3);
-       if (b) b->Stop();
-     }},
-    {"ASupersededLoad",
-     [](auto* host, auto* server, auto*& b) {
-       b->Navigate(server->url("/never").c_str());
-       host->pumpFor(3);
-       if (b) visitBusyPage(host, b);
-     }},
-    {"KeptHistory", [](auto*, auto*, auto*& b) { b->Back(); }},
-    {"KeptHistoryByScript", [](auto*, auto*, auto*& b) { b->ExecuteJavascript("history.back()"); }},
+void PrintTo(const Script& script, std::ostream* stream) { *stream << script.name; }
+
+const Script kActions[] = {
+    {"Navigate", "title Gone", Script::Goes},
+    {"NavigateOften", "title Not | stop | title Neither | reload | title Gone", Script::Goes},
+    {"NavigateAndPump", "title Gone | pump 20", Script::Goes},
+    {"Pump", "pump 20"},
+    {"StopAndPump", "stop | pump 1"},
+    {"BackAndForth", "back | forward"},
+    {"SetsLocation", "js location=\"data:text/html,x\""},
+    {"SetsLocationAndPumps", "js location=\"data:text/html,x\" | pump 20"},
+    {"WritesDocument", "js document.open();document.write(\"w\");document.close()"},
+    {"RemovesRoot", "js document.removeChild(document.documentElement)"},
+    {"RemovesFrames",
+     "js var f;while(f=document.querySelector(\"iframe\"))f.parentNode.removeChild(f)"},
+    {"ReloadsByScript", "js location.reload()"},
+    {"GoesBackByScript", "js history.back()"},
+    {"Submits",
+     "js var f=document.createElement(\"form\");document.body.appendChild(f);f.submit()"},
+    {"ClicksAndTypes", "click 5 | tab and return"},
+    {"ListsEverything", "list everything"},
+    {"MakesAnother", "make another"},
+    {"DestroysLater", "destroy 0", Script::Destroys},
+    {"DestroysLaterAndPumps", "destroy 0 | pump 20", Script::Destroys},
+    {"DestroysAtOnce", "destroy 1", Script::Destroys},
+    {"ShutsManagerDown", "shutdown 1", Script::ShutsDown},
+    {"ShutsManagerDownLater", "shutdown 0", Script::ShutsDown},
+};
+
+const Script kScenes[] = {
+    {"AnOrdinaryLoad", "file busy"},
+    {"AFailedLoad", "server missing"},
+    {"AStoppedLoad", "server never | wait 3 | stop"},
+    {"ASupersededLoad", "server never | wait 3 | file busy"},
+    {"KeptHistory", "back"},
+    {"KeptHistoryByScript", "js history.back()"},
     {"AChildFrame",
-     [](auto* host, auto*, auto*& b) {
-       host->directory.write("child.html",
-                             "<script>console.log(1);alert(2);larka.exec(3)</script>");
-       b->ExecuteJavascript(
-           "document.querySelector(\"iframe\").removeAttribute(\"srcdoc\");"
-           "document.querySelector(\"iframe\").src=\"child.html\"");
-     }},
+     "js document.querySelector(\"iframe\").removeAttribute(\"srcdoc\");"
+     "document.querySelector(\"iframe\").src=\"child.html\""},
     {"Script",
-     [](auto*, auto*, auto*& b) {
-       b->ExecuteJavascript(
-           "setTimeout(function(){document.title=\"s\";alert(1);larka.exec(2);confirm(3);"
-           "larka.exec2(4);console.log(5);prompt(6);"
-           "location=\"data:text/html,<script>alert(1)</scr\"+\"ipt>\"},1)");
-     }},
+     "js setTimeout(function(){document.title=\"s\";alert(1);larka.exec(2);confirm(3);"
+     "larka.exec2(4);console.log(5);prompt(6);"
+     "location=\"data:text/html,<script>alert(1)</scr\"+\"ipt>\"},1)"},
     {"Input",
-     [](auto* host, auto*, auto*& b) {
-       visitBusyPage(host, b);
-       host->pumpFor(30);
-       for (int y : {10, 110, 150, 10}) {
-         if (b) b->MouseMove(5, y, 0);
-         if (b) b->MouseClick(5, y, 0);
-       }
-     }},
+     "file busy | wait 30 | move 10 | click 10 | move 110 | click 110 | move 150 | click 150 | "
+     "move 10 | click 10"},
 };
 
 const char kEvents[] =
@@ -184,19 +81,79 @@ const char kEvents[] =
     "OnCreateWindow OnChooseFile OnJavaScriptAlert OnJavaScriptConfirm OnJavaScriptPrompt "
     "OnJavaScriptConsoleMessage OnLinkHovered";
 
-class ReentrancyTest : public testing::TestWithParam<Scene> {
+class ReentrancyTest : public testing::TestWithParam<Script> {
  protected:
-  void SetUp() override { server.answer("/never", ""); }
+  void SetUp() override {
+    server.answer("/never", "");
+    host.directory.write("busy.html", kBusyPage);
+    host.directory.write("child.html", "<script>console.log(1);alert(2);larka.exec(3)</script>");
+    for (const char* kept : {"1.html", "2.html"}) host.directory.write(kept, kKeptPage);
+  }
+
+  std::string file(const std::string& name) {
+    return "file://" + host.directory.file(name + ".html");
+  }
+
+  /// Does the steps as long as `browser` is there.
+  void perform(const std::string& steps, ILarkaBrowser*& browser) {
+    for (size_t at = 0, end; at < steps.size() && browser; at = std::min(end, steps.size()) + 3) {
+      end = std::min(steps.find(" | ", at), steps.size());
+      perform(steps.substr(at, end - at), browser, host.manager.get());
+    }
+  }
+  void perform(const std::string& step, ILarkaBrowser* browser, LARKA::BrowserManager* manager) {
+    const std::string verb = step.substr(0, step.find(' '));
+    const std::string object = step.substr(std::min(verb.size() + 1, step.size()));
+    const int number = atoi(object.c_str());
+    if (verb == "title")
+      browser->Navigate(("data:text/html,<title>" + object + "</title>").c_str());
+    if (verb == "file") browser->Navigate(file(object).c_str());
+    if (verb == "server") browser->Navigate(server.url("/" + object).c_str());
+    if (verb == "js") browser->ExecuteJavascript(object.c_str());
+    if (verb == "stop") browser->Stop();
+    if (verb == "reload") browser->Reload();
+    if (verb == "back") browser->Back();
+    if (verb == "forward") browser->Forward();
+    if (verb == "destroy") manager->DestroyBrowser(browser, number);
+    if (verb == "shutdown") manager->Shutdown(number);
+    if (verb == "wait") host.pumpFor(number);
+    if (verb == "pump")
+      for (int i = 0; i < number; ++i) manager->PumpEvents();
+    if (verb == "move") browser->MouseMove(5, number, 0);
+    if (verb == "click") browser->MouseClick(5, number, 0);
+    if (verb == "tab") {
+      browser->KeyDown(LARKA::KEYCODE_TAB, 0);
+      browser->KeyDown(LARKA::KEYCODE_RETURN, 0);
+      browser->KeyUp(LARKA::KEYCODE_RETURN, 0);
+    }
+    if (verb == "list") {
+      for (LARKA::LarkaHTMLControl* control : browser->GetControls(LARKA::CONTROL_ANCHOR)) {
+        control->Focus();
+        control->GetControlText();
+        delete control;
+      }
+      for (LARKA::LarkaPluginWidget plugin : browser->GetPluginWidgets())
+        plugin.SetFullScreen(true, true, false);
+    }
+    if (verb == "make") {
+      test::Recorder other;
+      ILarkaBrowser* second = host.createBrowser(&other);
+      second->Navigate("data:text/html,<title>Second</title>");
+      second->ClearCache();
+      manager->DestroyBrowser(second, true);
+    }
+    for (const test::Operation& operation : test::operations())
+      if (step == operation.call) operation.givesNothing(browser);
+  }
 
   /// Plays the scene in a browser that has a history, with `action` in the middle of the first
   /// event of that name. False when there was none.
-  bool play(const std::string& event, const Action& action) {
+  bool play(const std::string& event, const Script& action) {
     host.initialize();
     recorder = test::Recorder();
     ILarkaBrowser* browser = host.createBrowser(&recorder, 320, 240, true);
     for (int loads : {1, 2}) {
-      const std::string page = std::to_string(loads) + ".html";
-      browser->Navigate(host.directory.write(page, kKeptPage).c_str());
+      browser->Navigate(file(std::to_string(loads)).c_str());
       EXPECT_TRUE(host.pumpUntil([&] { return recorder.count("OnLoadFinished") == loads; }));
     }
     host.pumpFor(2);
@@ -207,17 +164,18 @@ class ReentrancyTest : public testing::TestWithParam<Scene> {
     recorder.onEvent = [&](const std::string& heard) {
       if (acted || heard.compare(0, heard.find(' '), event) != 0) return;
       acted = true;
-      if (action.then != Action::Stays) played = nullptr;
-      action.run(&host, browser);
+      if (action.then != Script::Stays) played = nullptr;
+      ILarkaBrowser* own = browser;
+      perform(action.steps, own);
     };
-    GetParam().play(&host, &server, played);
+    perform(GetParam().steps, played);
     waitForQuiet();
     recorder.onEvent = nullptr;
-    if (action.then == Action::Stays || !acted) checkThatItWorks(browser);
-    if (action.then == Action::Goes && acted) {
+    if (action.then == Script::Stays || !acted) checkThatItWorks(browser);
+    if (action.then == Script::Goes && acted) {
       EXPECT_TRUE(host.pumpUntil([&] { return browser->GetTitle() == "Gone"; }, 3000));
     }
-    if (action.then != Action::Destroys || !acted) host.manager->DestroyBrowser(browser, true);
+    if (action.then != Script::Destroys || !acted) host.manager->DestroyBrowser(browser, true);
     host.manager->Shutdown(true);
     return acted;
   }
@@ -241,7 +199,7 @@ class ReentrancyTest : public testing::TestWithParam<Scene> {
     EXPECT_TRUE(host.pumpUntil([&] { return running() == 0; }, 3000)) << running();
   }
 
-  Host host;
+  test::Host host;
   test::HttpServer server;
   test::Recorder recorder;
 };
@@ -250,9 +208,13 @@ class ReentrancyTest : public testing::TestWithParam<Scene> {
 TEST_P(ReentrancyTest, AListenerMayDoAnythingInAnyEvent) {
   const bool every = getenv("LARKA_EVERY_COMBINATION");
   int index = 0, tried = 0;
+  std::vector<Script> actions(std::begin(kActions), std::end(kActions));
+  for (const test::Operation& operation : test::operations())
+    actions.push_back({operation.name(), operation.call,
+                       operation.name() == "Shutdown" ? Script::ShutsDown : Script::Stays});
   std::istringstream events(kEvents);
   for (std::string event; events >> event;) {
-    for (const Action& action : actions()) {
+    for (const Script& action : actions) {
       if (!every && ++index % 41) continue;
       SCOPED_TRACE(event + " " + action.name);
       if (getenv("LARKA_VERBOSE")) std::cerr << "== " << event << " " << action.name << "\n";

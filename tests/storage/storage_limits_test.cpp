@@ -136,17 +136,19 @@ TEST_F(StorageLimitsTest, AnOriginKeepsWhatItsLimitAllows) {
 TEST_F(StorageLimitsTest, AnApplicationCacheThatIsTooLargeIsNotStored) {
   const struct {
     std::string number;
-    size_t bytes;
+    long long inAll, bytes;
     const char* outcome;
-  } kCaches[] = {
-      {"1", 600 * kKilo, "kept"}, {"2", 900 * kKilo, "error"}, {"3", 300 * kKilo, "kept"}};
-  LARKA::SetStorageLimits(kMega, 8 * kMega);
+  } kCaches[] = {{"1", 8, 600 * kKilo, "kept"},
+                 {"2", 8, 900 * kKilo, "error"},
+                 {"3", 8, 300 * kKilo, "kept"},
+                 {"4", 0, 9 * kKilo, "error"}};
   first = create(storage.c_str());
-  for (const auto& [number, bytes, expected] : kCaches) {
+  for (const auto& [number, inAll, bytes, expected] : kCaches) {
+    LARKA::SetStorageLimits(kMega, inAll * kMega);
     const std::string manifest = "CACHE MANIFEST\n/big" + number + "\n";
     servers[0].page("/app" + number, "<html manifest='/manifest" + number + "'>" + kPage);
     servers[0].page("/manifest" + number, manifest, "Content-Type: text/cache-manifest\r\n");
-    servers[0].page("/big" + number, std::string(bytes, 'x'));
+    servers[0].page("/big" + number, std::string(static_cast<size_t>(bytes), 'x'));
     visit(first, 0, "/app" + number);
     EXPECT_EQ(outcome(first), expected) << number;
   }
@@ -190,7 +192,10 @@ TEST_F(StorageLimitsTest, OriginsThatNoPageShowsMakeRoom) {
   EXPECT_TRUE(host.pumpUntil([&] { return !isLarge(0); }));
   EXPECT_TRUE(isLarge(1) && isLarge(2));
   EXPECT_EQ(run(second, "local(2)"), "QuotaExceededError");
-  host.manager->DestroyBrowser(second, true);
+  ILarkaBrowser* third = create(storage.c_str());
+  visit(third, 0);
+  EXPECT_EQ(run(third, "local(2)"), "QuotaExceededError");
+  for (ILarkaBrowser* each : {second, third}) host.manager->DestroyBrowser(each, true);
   second = nullptr;
   EXPECT_TRUE(comesTo(first, "kept"));
   EXPECT_TRUE(isLarge(2));

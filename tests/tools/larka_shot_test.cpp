@@ -99,7 +99,10 @@ TEST_F(LarkaShotTest, WritesThePageAsItIsAtRest) {
        "<script>var n=0;(function f(){++n<12?requestAnimationFrame(f):green()})()</script>"},
       {"a frame's timer", frame + "<script>f.setTimeout(green,300)</script>"},
       {"a second page", "<script>location='" + server.url("/second") + "'</script>"},
-      {"a key's timer", "<body onkeydown='setTimeout(green,300)'>", "--keys a"},
+      {"a key's timer", "<body onkeyup='setTimeout(green,300)'>", "--keys a"},
+      {"a key with modifiers",
+       "<body onkeydown='if(event.ctrlKey&&event.shiftKey&&event.keyCode==65)green()'>",
+       "--keys ctrl+shift+a"},
       {"a script's timer", "", "--script 'setTimeout(green,300)'"},
       {"a wait that is longer than the timeout",
        "<script>onload=function(){setTimeout(green,1300)}</script>", "--timeout 1 --wait 1400"},
@@ -151,7 +154,10 @@ TEST_F(LarkaShotTest, WritesWhatItIsAskedFor) {
   } rows[] = {
       {"p.html -o a.png --size 320x200 --wait 50", "a.png", {320, 200}, Qt::red},
       {"p.html --thumbnail 100x100", "larka-shot.png", {100, 56}, Qt::red},
-      {"p.html p.html -o shots --user-agent TV/2", "shots/002.png", {1280, 720}, Qt::green},
+      {"p.html p.html -o shots/ --user-agent TV/2 --size 1280x720",
+       "shots/002.png",
+       {1280, 720},
+       Qt::green},
   };
   for (const auto& [arguments, file, size, color] : rows) {
     EXPECT_EQ(run(arguments).status, 0) << arguments;

@@ -230,7 +230,8 @@ TEST_F(ManagerTest, ManyBrowsersPaintAtOnceAndLeaveNoMemoryBehind) {
   testing::internal::GetCapturedStderr();
   printf("resident: %.1f, %.1f, %.1f MiB\n", resident[0], resident[1], resident[3]);
 #ifndef LARKA_SANITIZED
-  EXPECT_LT(resident[3], resident[1] * 1.05);
+  // The caches fill once; what is left behind comes with every round.
+  EXPECT_LT(std::min(resident[2] - resident[1], resident[3] - resident[2]), 2);
 #endif
 }
 

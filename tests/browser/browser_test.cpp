@@ -1,5 +1,6 @@
 // What is there for whoever connects it, and the end of a load that QtWebKit forgets.
 #include <QMetaProperty>
+#include <QNetworkDiskCache>
 #include <QNetworkRequest>
 #include <QRect>
 #include <QSignalSpy>
@@ -51,7 +52,22 @@ TEST(LoadWatchTest, EndsALoadOnceNothingHasGoneOnForAWhile) {
   EXPECT_EQ(ended, 1);
 }
 
-TEST(CacheLimitTest, WrapsIn32Bits) {
+TEST(CacheWrapperTest, ActsOnTheCacheThatItStandsForAndItsLimitWraps) {
+  const test::TemporaryDirectory directory;
+  QNetworkDiskCache cache;
+  cache.setCacheDirectory(QString::fromStdString(directory.path()));
+  LARKA::CacheWrapper wrapper(&cache);
+  QNetworkCacheMetaData metaData;
+  metaData.setUrl(QUrl("http://example.com/"));
+  QIODevice* device = wrapper.prepare(metaData);
+  device->write("content");
+  wrapper.insert(device);
+  EXPECT_TRUE(wrapper.cacheSize() > 0 && wrapper.cacheSize() == cache.cacheSize());
+  metaData.setRawHeaders({{"X-New", "1"}});
+  wrapper.updateMetaData(metaData);
+  EXPECT_EQ(cache.metaData(metaData.url()).rawHeaders().value(0).first, "X-New");
+  EXPECT_TRUE(wrapper.remove(metaData.url()));
+  EXPECT_FALSE(cache.metaData(metaData.url()).isValid());
   for (const auto& [megabytes, bytes] :
        {std::pair(-1, 209715200LL), {50, 52428800LL}, {0, 0LL}, {2048, -2147483648LL}})
     EXPECT_EQ(LARKA::cacheLimit(megabytes), bytes);

@@ -89,7 +89,7 @@ TEST(CookieStoreTest, ARequestCarriesWhatItsHostAndPathMayHave) {
   for (const auto& [url, expected] : {std::pair("http://a.b.example.com/dir/x", "p=4 d=2 s=1"),
                                       {"http://a.b.example.com/dir", "p=4 d=2 s=1"},
                                       {"http://a.b.example.com/directory", "d=2 s=1"},
-                                      {"http://EXAMPLE.com/", "d=2"},
+                                      {"http://EXAMPLE.com./", "d=2"},
                                       {"http://z.example.com/", "d=2"},
                                       {"https://example.com/", "d=2 t=5"},
                                       {"http://a.shop.co.uk/", "u=6"},
@@ -107,6 +107,9 @@ TEST(CookieStoreTest, NamesakesReplaceEachOtherAndTheDeadGo) {
   jar.set("http://a.com/dir/page.html", "a=1");
   jar.set("http://a.com/dir/x", "a=2; path=/dir/");
   EXPECT_EQ(jar.stored(), "a=2");
+  jar.set("http://a.com/dir/", "a=0; path=/");
+  EXPECT_EQ(jar.sent("http://a.com/dir/"), "a=2 a=0");
+  jar.set("http://a.com/", "a=; path=/; max-age=-1");
   jar.set("http://a.com/", "a=3; domain=.a.com; path=/dir/");
   EXPECT_EQ(jar.stored(), "a=2 a=3") << "the domains are written differently";
   jar.set("http://a.com/dir/", "a=; expires=Thu, 01-Jan-1970 00:00:01 GMT");
@@ -234,7 +237,7 @@ TEST(CookieStateTest, DamagedTreesAreReadAndWork) {
   const QByteArray bad = node(
       {"s=1; domain=bank.test; path=/", "u=1; domain=com", "b=1; domain=sub.bad.com",
        "x=1; domain=bad.com; path=/x;domain=bank.test;path=/;y/", "h=2", "d=3; domain=.bad.com",
-       "; domain=bad.com", "l=4\nl=5", "f=6; domain=" + QByteArray(300, 'x'),
+       "; domain=bad.com", "l=4\nl=5", "\nn=6", "f=6; domain=" + QByteArray(300, 'x'),
        QByteArray(1 << 20, 'y') + "=7", "t=" + QByteArray(4096, 'z')},
       {}, {});
   const QByteArray ace = node({"i=1; domain=xn--bcher-kva.de"}, {}, {}), many(4, '\xff');

@@ -54,6 +54,8 @@ TEST_F(ElementsTest, TheInspectorShowsThePageOfItsBrowser) {
   inspector->Shutdown();
   EXPECT_EQ(test::answersOf(inspector), "GetZoomLevel ");
   EXPECT_TRUE(widget.isNull());
+  for (QWidget* each : QApplication::topLevelWidgets())
+    EXPECT_FALSE(qobject_cast<QWebInspector*>(each) && each->isVisible()) << "the second one";
   EXPECT_TRUE(settings->testAttribute(QWebSettings::DeveloperExtrasEnabled));
   host.manager->DestroyBrowser(second, true);  // not meant for inspectors: closes it
   EXPECT_FALSE(settings->testAttribute(QWebSettings::DeveloperExtrasEnabled));

@@ -24,10 +24,10 @@ TEST_F(HostApplicationTest, KeepsItsNameAndItsLoopAndMayEndFirst) {
   {
     QApplication application(argc, argv);
     application.setApplicationName("TheHost");
-    host.manager->Initialize(0, nullptr);
-    EXPECT_TRUE(QApplication::topLevelWidgets().isEmpty()) << "the view comes with a browser";
     EXPECT_EQ(LARKA::applicationSupportPath("x").toStdString(), host.directory.file("TheHost/x"));
     EXPECT_TRUE(std::filesystem::is_directory(host.directory.file("TheHost")));
+    host.manager->Initialize(0, nullptr);
+    EXPECT_TRUE(QApplication::topLevelWidgets().isEmpty()) << "the view comes with a browser";
     LARKA::ILarkaBrowser* browser = host.createBrowser(&recorder);
     EXPECT_TRUE(host.load(browser, &recorder, "<body style='background:#654321'>"));
     EXPECT_EQ(test::pixel(browser, 600, 300), 0xff654321u);

@@ -1,7 +1,7 @@
-// What is there for whoever connects it, and the end of a load that QtWebKit forgets.
+// The smaller classes: the end of a load that QtWebKit forgets, a share in a cache, and what a host
+// may use of its own accord.
 #include <QMetaProperty>
 #include <QNetworkDiskCache>
-#include <QNetworkRequest>
 #include <QRect>
 #include <QSignalSpy>
 
@@ -14,25 +14,6 @@
 #include "network/CacheWrapper.h"
 
 namespace {
-
-class SlotsTest : public test::BrowserTest {};
-
-TEST_F(SlotsTest, ReachTheListenersOfWhoeverConnectsThem) {
-  QObject* object = dynamic_cast<QObject*>(browser);
-  test::Recorder second;
-  browser->AddListener(&second);
-  recorder.allowsDownload = false;
-  QMetaObject::invokeMethod(object, "statusBarMessage", Q_ARG(QString, QString("\xc3\xbc")));
-  QMetaObject::invokeMethod(object, "geometryChangeRequested", Q_ARG(QRect, QRect(5, 6, 70, 80)));
-  QMetaObject::invokeMethod(object, "requestError");
-  QMetaObject::invokeMethod(object, "downloadRequested", Q_ARG(QNetworkRequest, {}));
-  std::vector<std::string> expected = {"OnStatusBarMessage \xc3\xbc",
-                                       "OnGeometryChangeRequested 70x80", "OnRequestError",
-                                       "OnDownloadRequested"};
-  EXPECT_EQ(recorder.events, expected);
-  expected.pop_back();  // the first had refused
-  EXPECT_EQ(second.events, expected);
-}
 
 TEST(LoadWatchTest, EndsALoadOnceNothingHasGoneOnForAWhile) {
   int count = 0, ended = 0;

@@ -17,10 +17,12 @@ namespace {
 using LARKA::CookieJar;
 using test::Clock;
 
+const QUrl kUrl("http://a.com/");
+
 class CookieFileTest : public testing::Test {
  protected:
-  static void set(CookieJar* jar, const QByteArray& text, const char* url = "http://a.com/") {
-    jar->setCookiesFromUrl(QNetworkCookie::parseCookies(text + "; max-age=1000000"), QUrl(url));
+  static void set(CookieJar* jar, const QByteArray& text) {
+    jar->setCookiesFromUrl(QNetworkCookie::parseCookies(text + "; max-age=1000000"), kUrl);
   }
   QByteArray bytes() {
     file.close();
@@ -77,20 +79,18 @@ TEST_F(CookieFileTest, IsWrittenAfterABurstAndEveryTenSecondsOfASteadyStream) {
   EXPECT_EQ(bytes(), LARKA::NetworkCookieJar().saveState());
 }
 
-TEST_F(CookieFileTest, KeepsWhatLastsOfAnyHost) {
-  for (const char* url : {"http://a.com/", "http://[::1]/", "http://127.0.0.1/"}) {
-    {
-      CookieJar jar(file.fileName(), nullptr);
-      set(&jar, "session=1\nkept=1", url);
-      jar.save();
-      EXPECT_TRUE(bytes().contains("session"));
-    }
-    EXPECT_FALSE(bytes().contains("session"));
-    CookieJar again(file.fileName(), nullptr);
-    again.clear();
-    again.load();  // not saved yet
-    EXPECT_EQ(again.cookiesForUrl(QUrl(url)).size(), 1) << url;
+TEST_F(CookieFileTest, KeepsWhatLasts) {
+  {
+    CookieJar jar(file.fileName(), nullptr);
+    set(&jar, "session=1\nkept=1");
+    jar.save();
+    EXPECT_TRUE(bytes().contains("session"));
   }
+  EXPECT_FALSE(bytes().contains("session"));
+  CookieJar again(file.fileName(), nullptr);
+  again.clear();
+  again.load();  // not saved yet
+  EXPECT_EQ(again.cookiesForUrl(kUrl).size(), 1);
 }
 
 TEST_F(CookieFileTest, WhatIsNoCookieFileChangesNothing) {
@@ -104,7 +104,7 @@ TEST_F(CookieFileTest, WhatIsNoCookieFileChangesNothing) {
   CookieJar jar(file.fileName(), nullptr);
   set(&jar, "a=1");
   jar.load();
-  EXPECT_EQ(jar.cookiesForUrl(QUrl("http://a.com/")).size(), 1);
+  EXPECT_EQ(jar.cookiesForUrl(kUrl).size(), 1);
 }
 
 // Where it can only be written over, it stays as it is if there is no room for the new content, and

@@ -49,11 +49,9 @@ const std::tuple<const char*, const char*, QByteArray, bool> kSetRows[] = {
     {"a name that ends alike", "http://badexample.com/", "; domain=example.com", false},
     {"a top-level domain", "http://shop.example.com/", "; domain=com", false},
     {"a second-level domain", "http://shop.example.co.uk/", "; domain=co.uk", false},
-    {"that of the first country", "http://shop.example.co.ao/", "; domain=co.ao", false},
     {"that of the last country", "http://shop.example.co.zw/", "; domain=co.zw", false},
     {"below a second-level domain", "http://shop.example.co.uk/", "; domain=example.co.uk", true},
     {"only dots", "http://example.com/", "; domain=..", false},
-    {"localhost", "http://localhost/", "; domain=localhost", true},
     {"localhost, from a file", "file:///a.html", "; domain=localhost", true},
     {"localhost, from elsewhere", "http://example.com/", "; domain=localhost", false},
     {"a host without a name", "file:///a.html", "; domain=example.com", false},
@@ -155,8 +153,6 @@ TEST(CookieStoreTest, ReplacedCookiesAreNewAndExpiredOnesGoFirst) {
   EXPECT_TRUE(jar.has("c0=") && !jar.has("c100=") && !jar.has("c101="));
   for (int cookie : {181, 0, 182}) jar.fill("a.com", cookie, cookie, "=2");
   EXPECT_TRUE(jar.has("c0=2") && !jar.has("c1="));
-  jar.fill("a.com", 2, 2, "=" + QByteArray(4095, 'x'));
-  EXPECT_TRUE(jar.has("c2=1")) << "too large to replace it";
   jar.setCookiesFromUrl(jar.cookiesForUrl(QUrl("http://a.com/")), QUrl("http://a.com/"));
   EXPECT_EQ(jar.allCookies().size(), 180) << "as all were set once more";
 }
@@ -245,8 +241,7 @@ TEST(CookieStateTest, DamagedTreesAreReadAndWork) {
   const QByteArray level = QByteArray::fromHex("00000000 00000001 00000002 0061 00000001");
   for (int i = 0; i < 100000; ++i) deep += level;
   for (const auto& [bytes, expected] : {
-           std::pair(node({}, {"com", "org"}, {com, org}), "c=1 o=1"),
-           {node({}, {"org", "com"}, {org, com}), "c=1 o=1"},
+           std::pair(node({}, {"org", "com"}, {org, com}), "c=1 o=1"),
            {node({}, {"com", "com"}, {org, com}), "c=1"},
            {node({}, {"com", "com"}, {com, com}), "c=1 c=1"},
            {node({}, {"a", "com", "org"}, {org, com}), "c=1"},  // more keys than children
@@ -257,7 +252,6 @@ TEST(CookieStateTest, DamagedTreesAreReadAndWork) {
            {deep + node({"a=1; domain=example.com; path=/"}, {}, {}), ""},
            {deep.left(600000), ""},
            {many, ""},
-           {many + many, ""},
            {QByteArray(8, 0) + many, ""},
            {QByteArray(4, 0) + many, ""},
            {many + com, ""},
@@ -272,11 +266,9 @@ TEST(CookieStateTest, DamagedTreesAreReadAndWork) {
 TEST(CookieStateTest, WhatPagesAndHostsChooseIsReadBackAsItWas) {
   const std::tuple<QByteArray, QByteArray, const char*> kFields[] = {
       {"a", "1", "http://a.test/x;domain=bank.test;path=/;y/page"},
-      {"a", "1", "http://a.test/x%0Ab=2;%20domain=bank.test/page"},
       {"a", "1", "http://a.test/%00;%20secure/%253B/page"},
       {"a", "1", "http://a.test/%C3%A4;%20encoded/page"},
       {"a", "%3B", "http://a.test/%253B/%C3%A4 b/page"},
-      {"a b", "\"1,2\" = \xe4", "http://a.test/"},
       {"a", "1; domain=bank.test; path=/", "http://a.test/"},
       {"a", "1; encoded", "http://a.test/"},
       {"a", QByteArray("\0\r\t\x7f\xff", 5), "http://a.test/"},

@@ -171,52 +171,36 @@ TEST_F(PannableViewTest, ASwipeKeepsToTheDirectionItMostlyHas) {
   }
 }
 
-TEST_F(PannableViewTest, MovesToItsEndsAndToItems) {
+TEST_F(PannableViewTest, MovesToItsEndAndToItems) {
   Poster outside(0, nullptr);
   Poster* poster = strip->posters()[9];
-  const double centred = -(poster->x() - 0.5 * (kWidth - PosterStrip::kPosterWidth));
   view->moveToEnd();
   EXPECT_EQ(inner()->pos(), QPointF(kExtent, 0));
-  view->moveToBegin();
-  EXPECT_EQ(inner()->pos(), QPointF(0, 0));
-  for (QGraphicsItem* item : {poster, &outside, static_cast<Poster*>(nullptr)}) {
-    view->moveToItem(item);
-    EXPECT_EQ(comesToRestAt(centred), item == poster);
-  }
+  view->moveToItem(&outside);
   swipe({300, 100}, {-100, 0});
   view->moveToItem(poster);
   EXPECT_FALSE(view->isScrolling());
-  EXPECT_TRUE(comesToRestAt(centred));
+  EXPECT_TRUE(comesToRestAt(0.5 * (kWidth - PosterStrip::kPosterWidth) - poster->x()));
   view->setOrientation(Qt::Vertical);
   view->moveToItem(poster);
   EXPECT_TRUE(comesToRestAt(0)) << "the disabled direction";
 }
 
 TEST_F(PannableViewTest, WhatEndsAGlideOrAMoveLeavesTheViewAtItsBeginning) {
-  const auto showOther = [this] { view->setWidget(new PosterStrip(3)); };
-  const std::function<void()> kEnds[] = {
-      [this] { view->moveToBegin(); }, showOther, [this] { view->setWidget(nullptr); },
-      [this] { delete strip.data(); },
-      [=] {
-        inner()->setPos(-kExtent - 50, 0);
-        QObject::connect(view, &PannableView::posChanged, strip, showOther);
-        if (!view->isScrolling()) tap({300, 100});
-        Clock::pass(100);
-        view->disconnect(strip);
-      }};
-  for (const bool glides : {true, false}) {
-    for (const auto& end : kEnds) {
-      view->setWidget(strip = new PosterStrip(kPosters));
-      glides ? swipe({300, 100}, {-100, 0}) : view->moveToItem(strip->posters()[9]);
-      const double before = inner()->x();
-      view->setWidget(strip);  // the same content: nothing ends
-      Clock::pass(100);
-      EXPECT_LT(inner()->x(), before) << &end - kEnds;
-      end();
-      Clock::pass(900);
-      EXPECT_EQ(inner()->pos(), QPointF(0, 0)) << &end - kEnds;
-      EXPECT_FALSE(view->isScrolling()) << &end - kEnds;
-    }
+  const std::function<void()> kEnds[] = {[this] { view->moveToBegin(); },
+                                         [this] { view->setWidget(new PosterStrip(3)); },
+                                         [this] { delete strip.data(); }};
+  for (int i = 0; i < 6; ++i) {
+    view->setWidget(strip = new PosterStrip(kPosters));
+    i % 2 ? swipe({300, 100}, {-100, 0}) : view->moveToItem(strip->posters()[9]);
+    const double before = inner()->x();
+    view->setWidget(strip);  // the same content: nothing ends
+    Clock::pass(100);
+    EXPECT_LT(inner()->x(), before) << i;
+    kEnds[i / 2]();
+    Clock::pass(900);
+    EXPECT_EQ(inner()->pos(), QPointF(0, 0)) << i;
+    EXPECT_FALSE(view->isScrolling()) << i;
   }
 }
 
@@ -226,7 +210,6 @@ TEST_F(PannableViewTest, ReadsTheSizeOfItsContentAtEachPress) {
   const auto resize = [&](double width) { content.resize(width, kHeight); };
   view->setWidget(&content);
   const std::pair<std::function<void()>, double> kChanges[] = {
-      {[=] { resize(1000), prefer(1000); }, 1000},
       {[=] { prefer(1500); }, 1500},
       {[=] { prefer(700); }, 700},
       {[=] { resize(2000); }, 2000},
@@ -238,16 +221,12 @@ TEST_F(PannableViewTest, ReadsTheSizeOfItsContentAtEachPress) {
          swipe({200, 100}, {-50, 0}), prefer(3000);
        },
        3000}};  // while it glides
-  for (const bool relaid : {false, true}) {
-    for (const auto& [change, width] : kChanges) {
-      change();
-      if (relaid) QCoreApplication::processEvents();
-      tap({300, 100});
-      view->moveToEnd();
-      EXPECT_EQ(content.size().width(), width);
-      EXPECT_EQ(inner()->x(), width - kWidth);
-    }
-    content.setMinimumWidth(0);
+  for (const auto& [change, width] : kChanges) {
+    change();
+    tap({300, 100});
+    view->moveToEnd();
+    EXPECT_EQ(content.size().width(), width);
+    EXPECT_EQ(inner()->x(), width - kWidth);
   }
   view->setWidget(nullptr);
   EXPECT_EQ(content.preferredSize(), QSizeF(3000, kHeight)) << "it was written to";

@@ -1,7 +1,5 @@
-// What the host's handles and the inspector stand for.
+// The inspector, in its own window.
 #include <QApplication>
-#include <QGraphicsObject>
-#include <QGraphicsView>
 #include <QPointer>
 #include <QWebInspector>
 #include <QWebPage>
@@ -11,23 +9,9 @@
 
 namespace {
 
-class ElementsTest : public test::BrowserTest {};
+class InspectorTest : public test::BrowserTest {};
 
-TEST_F(ElementsTest, APluginsHandleIsTheItemThatHasItsPlaceNow) {
-  ASSERT_TRUE(load("<embed id=e type=a/b>"));
-  LARKA::LarkaPluginWidget plugin = browser->GetPluginWidgets().at(0);
-  const QPointer<QObject> first(static_cast<QObject*>(plugin.GetHandle()));
-  script("e.style.display='none';e.offsetWidth;e.style.display='';e.offsetWidth");
-  EXPECT_TRUE(host.pumpUntil([&] {
-    for (QWidget* window : QApplication::topLevelWidgets())
-      if (auto* view = qobject_cast<QGraphicsView*>(window))
-        for (QGraphicsItem* item : view->items())
-          if (item->toGraphicsObject() == plugin.GetHandle()) return first.isNull();
-    return false;
-  }));
-}
-
-TEST_F(ElementsTest, TheInspectorShowsThePageOfItsBrowser) {
+TEST_F(InspectorTest, ShowsThePageOfItsBrowserAndDiesWithIt) {
   ASSERT_TRUE(load("<title>t</title><p>text"));
   LARKA::ILarkaBrowser* inspector = browser->LaunchInspector(true);
   QPointer<QWebInspector> widget;

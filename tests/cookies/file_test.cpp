@@ -38,7 +38,8 @@ class CookieFileTest : public testing::Test {
     const ino_t before = status().st_ino;
     int time = 0;
     for (; time < 20000 && status().st_ino == before; time += 50, Clock::pass(50))
-      if (time % 250 == 0 && time <= secondsOfChanges * 1000) set(jar, QByteArray::number(time));
+      if (time % 250 == 0 && time <= secondsOfChanges * 1000)
+        set(jar, "c=" + QByteArray::number(time));
     return time / 1000.0;
   }
   /// Saves while no file can grow beyond so many bytes, as on a full disk.

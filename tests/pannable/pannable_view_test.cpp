@@ -175,8 +175,9 @@ TEST_F(PannableViewTest, MovesToItsEndAndToItems) {
   Poster outside(0, nullptr);
   Poster* poster = strip->posters()[9];
   view->moveToEnd();
-  EXPECT_EQ(inner()->pos(), QPointF(kExtent, 0));
   view->moveToItem(&outside);
+  Clock::pass(900);
+  EXPECT_EQ(inner()->pos(), QPointF(kExtent, 0));
   swipe({300, 100}, {-100, 0});
   view->moveToItem(poster);
   EXPECT_FALSE(view->isScrolling());
@@ -210,6 +211,7 @@ TEST_F(PannableViewTest, ReadsTheSizeOfItsContentAtEachPress) {
   const auto resize = [&](double width) { content.resize(width, kHeight); };
   view->setWidget(&content);
   const std::pair<std::function<void()>, double> kChanges[] = {
+      {[=] { resize(1000), prefer(1000); }, 1000},
       {[=] { prefer(1500); }, 1500},
       {[=] { prefer(700); }, 700},
       {[=] { resize(2000); }, 2000},

@@ -34,8 +34,8 @@ void expectNothing(LarkaHTMLControl control) {
   EXPECT_EQ(x + y + width + height, 1024 + 768);
   control.GetZoomRect(nullptr, nullptr, nullptr, nullptr);
   EXPECT_EQ(control.GetControlType(), CONTROL_UNKNOWN);
-  EXPECT_EQ(control.GetControlId() + control.GetControlText() + control.GetStyleProperty("color"),
-            "");
+  EXPECT_EQ(control.GetControlId() + control.GetControlText(), "");
+  EXPECT_EQ(control.GetStyleProperty("color"), "");
   EXPECT_FALSE(control.IsControlSelected() || control.HasFocus() || control.IsClickable());
 }
 
@@ -90,9 +90,6 @@ TEST_F(SurvivalTest, HandlesOutliveTheirPageTheirBrowserAndTheLibrary) {
   expectNothing(assigned);
   EXPECT_EQ(browser->GetBrowserStride(), 90 * 4) << "one that is gone ended what another shows";
   EXPECT_EQ(m_plugins[2].GetUserData(), this);
-  browser->Back();  // QtWebKit has kept a page without plug-ins only
-  settle();
-  EXPECT_EQ(ids(), "");
 
   for (bool immediate : {false, true}) {
     test::Recorder listener;
@@ -120,13 +117,10 @@ TEST_F(SurvivalTest, HandlesOutliveTheirPageTheirBrowserAndTheLibrary) {
 
 TEST_F(SurvivalTest, AnyInputIsSurvived) {
   test::HttpServer server;
-  server.page(
-      "/form",
-      "<title>Form</title><form action=/sent><input><textarea></textarea><select><option>1"
-      "<option>2</select><input type=checkbox><input type=radio name=r><input type=submit>");
-  server.page("/sent", "<input autofocus><a href=/form>back</a>");
-  server.page("/frames",
-              "<iframe src=/form></iframe><iframe src=/no></iframe><textarea></textarea>");
+  server.page("/form",
+              "<title>Form</title><form action=/sent><input><select><option>1<option>2"
+              "</select><textarea></textarea><input type=checkbox><input type=submit>");
+  server.page("/sent", "<input autofocus><a href=/form>back</a><iframe src=/form></iframe>");
   ASSERT_TRUE(visit(server.url("/form")));
   std::mt19937 random(20);
   const auto below = [&random](int end) {
@@ -134,7 +128,7 @@ TEST_F(SurvivalTest, AnyInputIsSurvived) {
   };
   const auto place = [&] { return below(4) ? below(400) : below(10000) - 5000; };
   const int amounts[] = {0, 1, -120, 120, INT_MAX, INT_MIN, INT_MIN + 1};
-  const char* pages[] = {"/form", "/frames", "/missing"};
+  const char* pages[] = {"/form", "/sent", "/missing"};
   const std::function<void()> deeds[] = {
       [&] { browser->MouseMove(place(), place(), 0); },
       [&] { browser->MouseDown(place(), place(), 0); },
@@ -146,18 +140,12 @@ TEST_F(SurvivalTest, AnyInputIsSurvived) {
       [&] { browser->KeyUp(below(2010) - 10, below(257) - 1); },
       [&] { press(below(2) ? KEYCODE_TAB : KEYCODE_UP + below(9)); },
       [&] { browser->HitTest(place(), place()).GetZoomRect(nullptr, nullptr, nullptr, nullptr); },
-      [&] { below(2) ? browser->FocusNext() : browser->FocusPrev(); },
-      [&] {
-        if (!below(9)) script("(e=document.activeElement).parentNode.removeChild(e)");
-      },
-      [&] {
-        if (!below(99)) browser->Navigate(server.url(pages[below(3)]).c_str());
-      },
-      [&] {
-        if (!below(99)) browser->Back();
-      }};
+      [&] { below(2) ? browser->FocusNext() : browser->FocusPrev(); }};
   for (int event = 0; event < 30000; ++event) {
     deeds[below(static_cast<int>(std::size(deeds)))]();
+    if (event % 100 == 0) script("(e=document.activeElement).parentNode.removeChild(e)");
+    if (event % 300 == 0) browser->Navigate(server.url(pages[below(3)]).c_str());
+    if (event % 1000 == 0) browser->Back();
     if (event % 7 == 0) host.manager->PumpEvents();
   }
   browser->Stop();

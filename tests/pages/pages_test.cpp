@@ -127,6 +127,10 @@ std::string ask(LarkaPluginWidget plugin, const std::string& what, const std::st
   if (what == "focus") return plugin.SetFocus(name != "no"), kDone;
   if (what == "full") return plugin.SetFullScreen(true, name == "painted", false), kDone;
   if (what == "leave") return plugin.SetFullScreen(false, name == "painted", false), kDone;
+  if (what == "remember") return plugin.SetUserData(const_cast<char*>(kDone)), kDone;
+  if (what == "remembers") return yes(plugin.GetUserData() == kDone);
+  if (what == "has-pixels")
+    return yes(plugin.GetPixelData() || plugin.GetPixelRGBA(0, 0) || plugin.GetStride());
   if (what == "is-full") return yes(plugin.IsFullScreen());
   throw std::runtime_error("no plug-in does " + what);
 }
@@ -145,7 +149,7 @@ class PageTest : public testing::Test {
     for (const Step& step : stepsOf(lines)) run(step);
     for (const auto& hook : m_hooks) fail(hook.second, hook.first + " never came");
     if (m_expectations == 0) fail(lines[0], "nothing is expected");
-    m_host.manager->DestroyBrowser(m_browser, true);
+    destroy(true);
     m_host.manager->Shutdown(true);
   }
 
@@ -223,8 +227,11 @@ class PageTest : public testing::Test {
     if (word == "wait") return m_host.pumpFor(x), kDone;
     if (word == "settle") return settle(), kDone;
     if (word == "browser") return makeBrowser(text), kDone;
+    if (word == "kept") return ask(m_kept, first, second, value);
+    if (word == "kept-plugin") return ask(m_keptPlugin, first, second, value);
     if (!m_browser) throw std::runtime_error("there is no browser");
-    if (word == "destroy-later") return destroyLater(), kDone;
+    if (word == "destroy-later") return destroy(false), kDone;
+    if (word == "shutdown") return destroy(true), m_host.manager->Shutdown(true), kDone;
     if (word == "shutdown-later") return m_host.manager->Shutdown(false), kDone;
     if (word == "listen") return m_browser->AddListener(listener(text)), kDone;
     if (word == "unlisten") return m_browser->RemoveListener(listener(text)), kDone;
@@ -277,7 +284,8 @@ class PageTest : public testing::Test {
     if (word == "control") return ask(control(first), second, third, last);
     if (word == "hit") return ask(m_browser->HitTest(x, y), second, third, last);
     if (word == "keep") return m_kept = m_browser->HitTest(x, y), kDone;
-    if (word == "kept") return ask(m_kept, first, second, value);
+    if (word == "keep-control") return m_kept = control(text), kDone;
+    if (word == "keep-plugin") return m_keptPlugin = plugin(text), kDone;
     if (word == "plugins") return plugins();
     if (word == "plugin") return ask(plugin(first), second, third, last);
     if (word == "pixel") return pixels(text);
@@ -304,7 +312,7 @@ class PageTest : public testing::Test {
     const auto has = [&](const char* option) { return options.find(option) != options.npos; };
     SystemInfoData info = {};
     const std::string storage = m_host.directory.file("storage");
-    m_host.manager->DestroyBrowser(m_browser, true);
+    destroy(true);
     m_browser = m_host.manager->CreateBrowser();
     m_browser->AddListener(nullptr);
     m_browser->AddListener(listener(""));
@@ -313,7 +321,9 @@ class PageTest : public testing::Test {
                           has("info") ? &info : nullptr);
   }
 
-  void destroyLater() { m_host.manager->DestroyBrowser(std::exchange(m_browser, nullptr), false); }
+  void destroy(bool immediate) {
+    m_host.manager->DestroyBrowser(std::exchange(m_browser, nullptr), immediate);
+  }
 
   test::Recorder* listener(const std::string& name) {
     test::Recorder& listener = m_listeners[name];
@@ -504,6 +514,7 @@ class PageTest : public testing::Test {
   std::vector<std::pair<std::string, std::string>> m_events;  // with their listener
   std::vector<Hook> m_hooks;
   LarkaHTMLControl m_kept;
+  LarkaPluginWidget m_keptPlugin{nullptr, true};
 };
 
 const bool kRegistered = [] {

@@ -25,20 +25,17 @@ struct Line {
   std::string text;
 };
 
-struct Step {
-  Line head;
-  std::vector<Line> body;
-};
+using Lines = std::vector<Line>;
 
 /// The steps of a block: what is indented belongs to the line above.
-std::vector<Step> stepsOf(const std::vector<Line>& lines) {
-  std::vector<Step> steps;
+std::vector<Lines> stepsOf(const Lines& lines) {
+  std::vector<Lines> steps;
   for (const Line& line : lines) {
     if (line.text.empty() || line.text[0] == '#') continue;
     if (line.text.rfind("  ", 0) != 0)
-      steps.push_back({line, {}});
+      steps.push_back({line});
     else
-      steps.back().body.push_back({line.number, line.text.substr(2)});
+      steps.back().push_back({line.number, line.text.substr(2)});
   }
   return steps;
 }
@@ -140,13 +137,13 @@ class PageTest : public testing::Test {
   explicit PageTest(std::string file) : m_file(std::move(file)) {}
 
   void TestBody() override {
-    std::vector<Line> lines;
+    Lines lines;
     std::ifstream file(m_file);
     for (std::string text; std::getline(file, text);)
       lines.push_back({static_cast<int>(lines.size()) + 1, text});
     m_host.initialize();
     makeBrowser("");
-    for (const Step& step : stepsOf(lines)) run(step);
+    for (const Lines& step : stepsOf(lines)) run(step[0], {step.begin() + 1, step.end()});
     for (const auto& hook : m_hooks) fail(hook.second, hook.first + " never came");
     if (m_expectations == 0) fail(lines[0], "nothing is expected");
     destroy(true);
@@ -160,19 +157,18 @@ class PageTest : public testing::Test {
     ADD_FAILURE_AT(m_file.c_str(), line.number) << line.text << "\n" << what;
   }
 
-  void run(const Step& step) {
-    std::string rest = step.head.text;
+  void run(const Line& head, const Lines& body) {
+    std::string rest = head.text;
     const std::string word = take(&rest);
     if (word == "each") {
       for (std::istringstream words(rest); words >> m_each;)
-        for (const Step& each : stepsOf(step.body)) run(each);
-    } else if (step.head.text.back() == ':' && !step.body.empty()) {
-      for (const Line& row : step.body)
-        performAll(row, step.head.text.substr(0, step.head.text.size() - 1) + " ");
+        for (const Lines& step : stepsOf(body)) run(step[0], {step.begin() + 1, step.end()});
+    } else if (head.text.back() == ':' && !body.empty()) {
+      for (const Line& row : body) performAll(row, head.text.substr(0, head.text.size() - 1) + " ");
     } else {
       const bool isHtml = word == "load" || word == "page" || word == "serve";
-      Line whole = step.head;
-      for (const Line& line : step.body) whole.text += (isHtml ? "\n" : " ") + line.text;
+      Line whole = head;
+      for (const Line& line : body) whole.text += (isHtml ? "\n" : " ") + line.text;
       if (isHtml || word == "on")
         perform(whole, false);
       else
@@ -208,6 +204,7 @@ class PageTest : public testing::Test {
     try {
       if (!(waits ? m_host.pumpUntil(fits) : fits()))
         fail(line, "expected: " + expected + "\nseen:     " + seen);
+      if (arrow > 0 && seen == kDone) fail(line, "this step has no result");
     } catch (const std::exception& error) {
       fail(line, error.what());
       m_stopped = true;
@@ -268,6 +265,8 @@ class PageTest : public testing::Test {
     // Input and scrolling.
     if (word == "keys") return keys(text), kDone;
     if (word == "mouse") return mouse(text), kDone;
+    if (word == "focus-next") return yes(m_browser->FocusNext());
+    if (word == "focus-previous") return yes(m_browser->FocusPrev());
     if (word == "wheel")
       return m_browser->MouseWheel(numberOf<Directions>(first, kDirections), stoi(rest), 0), kDone;
     if (word == "resize") return m_browser->Resize(x, y), kDone;

@@ -283,6 +283,11 @@ class PageTest : public testing::Test {
     if (word == "control") return ask(control(first), second, third, last);
     if (word == "hit") return ask(m_browser->HitTest(x, y), second, third, last);
     if (word == "keep") return m_kept = m_browser->HitTest(x, y), kDone;
+    if (word == "tag")
+      return LarkaHTMLControl::ConvertLarkaTypeToQTagAndType(numberOf<ControlType>(text, kKinds),
+                                                             first, second)
+                 ? first + ":" + second
+                 : "none";
     if (word == "keep-control") return m_kept = control(text), kDone;
     if (word == "keep-plugin") return m_keptPlugin = plugin(text), kDone;
     if (word == "plugins") return plugins();

@@ -80,14 +80,16 @@ void LarkaWebView::AddRect(const QRect& rect) {
   {
     QMutexLocker lock(&m_mutex);
     m_pendingRegion += rect;
+    m_pendingRects.add(rect);
     if (m_pendingRegion.rectCount() > kMaxPendingRects)
       m_pendingRegion = m_pendingRegion.boundingRect();
   }
   update(rect);
 }
 
-QRegion LarkaWebView::takePendingRegion() {
+QRegion LarkaWebView::takePendingRegion(std::vector<DirtyRect>* rects) {
   QMutexLocker lock(&m_mutex);
+  *rects = m_pendingRects.take();
   QRegion region;
   region.swap(m_pendingRegion);
   return region;
@@ -98,15 +100,17 @@ void LarkaWebView::paint(QPainter* painter, const QStyleOptionGraphicsItem* opti
   const QSize device(painter->device()->width(), painter->device()->height());
   if (!hasPageImage() && imageSize(device).isEmpty()) return;  // the view has no size yet
   leaveFullScreenWithItsElement();
-  QRegion region = takePendingRegion();
+  std::vector<DirtyRect> rects;
+  QRegion region = takePendingRegion(&rects);
   if (region.isEmpty()) return;
   countFrame();
 
   if (!hasPageImage()) {
     createImages(imageSize(device));
     region += pageImage()->rect();  // a new image has undefined pixels
+    rects = {{pageImage()->rect(), 0}};
   }
-  paintPage(region, option, widget);
+  paintPage(rects, option, widget);
   if (!m_animating) m_flipRegion += region;
   if (!m_fullScreenElement.isNull() && m_renderFullScreenElement) copyElementImage();
   m_lastPaint.start();
@@ -155,36 +159,21 @@ void LarkaWebView::createImages(const QSize& size) {
   m_spareImage = std::make_unique<QImage>(size, kImageFormat);
 }
 
-// QtWebKit announces the boxes of changed text, but glyphs reach beyond them. How far depends on
-// the font size, which is at most about the height of the box: none of ten fonts, upright or
-// italic, needed more than a fifth of it.
-int LarkaWebView::overhang(const QRegion& region) {
-  const int kTallestLine = 240, kUsualLine = 100, kSharpEdges = 2;
-  int tallest = 0;
-  for (const QRect& rect : region)
-    tallest = std::max(tallest, rect.height() > kTallestLine ? kUsualLine : rect.height());
-  return kSharpEdges + tallest / 4;
-}
-
-void LarkaWebView::paintPage(const QRegion& region, const QStyleOptionGraphicsItem* option,
-                             QWidget* widget) {
-  const int margin = overhang(region);
-  const QRect painted =
-      region.boundingRect().adjusted(-margin, -margin, margin, margin) & pageImage()->rect();
+void LarkaWebView::paintPage(const std::vector<DirtyRect>& rects,
+                             const QStyleOptionGraphicsItem* option, QWidget* widget) {
   QPainter painter(pageImage());
   painter.setRenderHints(kRenderHints, true);
-  painter.setClipping(true);
-  painter.setClipRect(painted, Qt::ReplaceClip);
-  if (m_fullScreenElement.isNull()) {
+  if (!m_fullScreenElement.isNull()) return paintElement(&painter);
+  for (const auto& [rect, margin] : rects) {
+    const QRect painted = rect & pageImage()->rect();
+    painter.setClipRect(painted, Qt::ReplaceClip);
     if (!hasOpaqueBase()) clear(&painter, painted);
     // QtWebKit paints only boxes that touch the exposed rectangle. The one in `option` is what the
     // hidden view exposed. Boxes beside the clip are included: their glyphs may reach into it.
     QStyleOptionGraphicsItem pageOption(*option);
     pageOption.exposedRect = painted.adjusted(-margin, -margin, margin, margin);
     QGraphicsWebView::paint(&painter, &pageOption, widget);
-    return;
   }
-  paintElement(&painter);
 }
 
 // Clears the whole image first, because the element may not cover what it painted before, and
@@ -232,6 +221,7 @@ void LarkaWebView::SetFullScreenElement(const QWebElement& element, bool render)
     pageImage()->fill(0);
     m_flipRegion = pageImage()->rect();
     m_pendingRegion = pageImage()->rect();
+    m_pendingRects.add(pageImage()->rect());
   }
   Update();
 }

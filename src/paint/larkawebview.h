@@ -13,6 +13,8 @@
 #include <memory>
 #include <vector>
 
+#include "paint/DirtyRects.h"
+
 namespace LARKA {
 
 /// The item of a page in the hidden scene. Whenever the scene's view repaints the item, it paints
@@ -58,13 +60,13 @@ class LarkaWebView : public QGraphicsWebView {
 
  private:
   void leaveFullScreenWithItsElement();
-  QRegion takePendingRegion();
+  QRegion takePendingRegion(std::vector<DirtyRect>* rects);
   QSize imageSize(const QSize& device) const;
   void createImages(const QSize& size);
   void repaintAtRest();
   bool hasOpaqueBase() const;
-  static int overhang(const QRegion& region);
-  void paintPage(const QRegion& region, const QStyleOptionGraphicsItem* option, QWidget* widget);
+  void paintPage(const std::vector<DirtyRect>& rects, const QStyleOptionGraphicsItem* option,
+                 QWidget* widget);
   void paintElement(QPainter* painter);
   void copyElementImage();
   bool hasPageImage() const { return !m_pageImages.empty(); }
@@ -76,8 +78,9 @@ class LarkaWebView : public QGraphicsWebView {
   std::unique_ptr<QImage> m_fullScreenImage;
   QTimer m_restTimer;  // runs from a paint until the page has come to rest
   QElapsedTimer m_lastPaint;
-  QTimer m_fullScreenWatch;  // runs while there is a full-screen element
-  QRegion m_pendingRegion;   // guarded by m_mutex
+  QTimer m_fullScreenWatch;   // runs while there is a full-screen element
+  QRegion m_pendingRegion;    // guarded by m_mutex
+  DirtyRects m_pendingRects;  // what is painted of it; guarded by m_mutex
   QMutex m_mutex;
 
   // Kept for the contract; nothing here is used. There is no animation, no second image, and nobody

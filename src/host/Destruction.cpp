@@ -45,8 +45,9 @@ class DestructionFilter : public QObject {
     whenIdle(webKitUse(), this, [this] {
       m_used = false;
       QCoreApplication::instance()->removeEventFilter(this);
+      // By name: QtWebKit's objects have no type information, without which UBSan refuses the call.
       for (const QPointer<QObject>& object : std::exchange(m_waiting, {}))
-        if (object) object->deleteLater();
+        if (object) QMetaObject::invokeMethod(object, "deleteLater", Qt::DirectConnection);
     });
   }
 

@@ -3,7 +3,7 @@
 
 build_packages="g++ cmake ninja-build help2man qtbase5-dev libqt5webkit5-dev qt5-style-plugins
   fonts-dejavu-core fonts-dejavu-extra gstreamer1.0-plugins-base gstreamer1.0-plugins-good"
-test_packages="libgtest-dev libbenchmark-dev xvfb xauth nginx-light openssl tinyproxy microsocks
+test_packages="libgtest-dev libbenchmark-dev xvfb xauth openssl tinyproxy microsocks
   abigail-tools doxygen pkgconf gstreamer1.0-tools"
 package_packages="dpkg-dev file"
 fuzz_packages="clang libclang-rt-14-dev"
@@ -36,7 +36,7 @@ ensure_packages() {
   privileged="$sudo env DEBIAN_FRONTEND=noninteractive http_proxy=${http_proxy:-} https_proxy=${https_proxy:-} no_proxy=${no_proxy:-}"
   echo "Installing:$missing"
   $privileged apt-get update -q || fail "apt-get update failed"
-  # The servers among them are for the tests, which start them themselves: they are started neither
+  # The proxies among them are for the tests, which start them themselves: they are started neither
   # now nor with the machine. A policy that an interrupted run has left is known by its second line.
   (
     policy=/usr/sbin/policy-rc.d
@@ -46,17 +46,13 @@ ensure_packages() {
       trap 'exit 130' INT TERM HUP
       printf '#!/bin/sh\n%s\nexit 101\n' "$mark" | $sudo install -m 755 /dev/stdin "$policy"
     fi
-    servers=""
-    for server in nginx tinyproxy; do
-      is_installed "$server" || servers="$servers $server"
-    done
+    server=tinyproxy
+    ! is_installed "$server" || server=""
     $privileged dpkg --configure -a || exit 1  # after an interruption
     # shellcheck disable=SC2086
     $privileged apt-get install -q -y --no-install-recommends $missing || exit 1
-    for server in $servers; do
-      ! is_installed "$server" || $privileged update-rc.d "$server" disable ||
-        echo "$server will start with this machine" >&2
-    done
+    [ -z "$server" ] || ! is_installed "$server" || $privileged update-rc.d "$server" disable ||
+      echo "$server will start with this machine" >&2
   ) || fail "could not install:$missing"
 }
 

@@ -45,87 +45,71 @@ inline std::string readFile(const std::string& path) {
 class Recorder : public LARKA::CallbacksAdapter {
  public:
   std::vector<std::string> events;
-  std::vector<std::string>* sharedEvents = nullptr;  // events of several recorders in one list
-  std::string name;
   std::function<void(const std::string&)> onEvent;  // called after each event is written down
-  std::string promptAnswer, chosenFile;
-  std::string larkaAnswer;                        // of OnExecuteInLarka
+  std::string promptAnswer, chosenFile, larkaAnswer;
   std::vector<LARKA::LarkaPluginWidget> plugins;  // that were told
-  bool confirms = false, answersPrompt = false, allowsDownload = true;
+  bool confirms = false, answersPrompt = false;
   int dirty = 0;
   LARKA::ILarkaBrowser* dirtyBrowser = nullptr;  // of the last OnDirty
   bool finished = false, ok = false;
 
   int count(const std::string& event) const {
     int n = 0;
-    for (const std::string& e : events) n += e == event || e.rfind(event + " ", 0) == 0;
+    for (const std::string& each : events) n += (each + " ").rfind(event + " ", 0) == 0;
     return n;
   }
 
-  void OnLoadStarted() override { add("OnLoadStarted"); }
+  void OnLoadStarted() override { add(__func__); }
   void OnLoadFinished(bool loaded) override {
     finished = true;
     ok = loaded;
-    add("OnLoadFinished ", loaded);
+    add(__func__, loaded);
   }
-  void OnLoadProgress(int percent) override { add("OnLoadProgress ", percent); }
-  void OnPrintRequested() override { add("OnPrintRequested"); }
-  bool OnDownloadRequested() override { return add("OnDownloadRequested"), allowsDownload; }
-  void OnTitleChanged(const char* title) override { add("OnTitleChanged ", title); }
-  void OnStatusBarMessage(const char* text) override { add("OnStatusBarMessage ", text); }
-  void OnGeometryChangeRequested(int width, int height) override {
-    add("OnGeometryChangeRequested ", width, "x", height);
-  }
-  void OnCreatingRequest(const char* url) override { add("OnCreatingRequest ", url); }
-  void OnUrlChanged(const char* url) override { add("OnUrlChanged ", url); }
+  void OnLoadProgress(int percent) override { add(__func__, percent); }
+  void OnPrintRequested() override { add(__func__); }
+  bool OnDownloadRequested() override { return add(__func__), true; }
+  void OnTitleChanged(const char* title) override { add(__func__, title); }
+  void OnStatusBarMessage(const char* text) override { add(__func__, text); }
+  void OnGeometryChangeRequested(int w, int h) override { add(__func__, w, "x", h); }
+  void OnCreatingRequest(const char* url) override { add(__func__, url); }
+  void OnUrlChanged(const char* url) override { add(__func__, url); }
   void OnPluginCreated(LARKA::LarkaPluginWidget* plugin) override {
     plugins.push_back(*plugin);
-    add("OnPluginCreated ", plugin->GetID());
+    add(__func__, plugin->GetID());
   }
-  void OnPluginDirty(LARKA::LarkaPluginWidget* plugin) override {
-    add("OnPluginDirty ", plugin->GetID());
-  }
-  std::string OnExecuteInLarka(const char* command) override {
-    return add("OnExecuteInLarka ", command), larkaAnswer;
+  void OnPluginDirty(LARKA::LarkaPluginWidget* plugin) override { add(__func__, plugin->GetID()); }
+  std::string OnExecuteInLarka(const char* text) override {
+    return add(__func__, text), larkaAnswer;
   }
   void OnDirty(LARKA::ILarkaBrowser* browser) override {
     ++dirty;
     dirtyBrowser = browser;
-    add("OnDirty");
+    add(__func__);
   }
-  void OnJavaScriptAlert(const char* message) override { add("OnJavaScriptAlert ", message); }
-  bool OnJavaScriptConfirm(const char* message) override {
-    return add("OnJavaScriptConfirm ", message), confirms;
-  }
+  void OnJavaScriptAlert(const char* message) override { add(__func__, message); }
+  bool OnJavaScriptConfirm(const char* text) override { return add(__func__, text), confirms; }
   std::string OnJavaScriptPrompt(const char* message, const char* value, bool* handled) override {
-    add("OnJavaScriptPrompt ", message, "|", value);
     *handled = answersPrompt;
-    return promptAnswer;
+    return add(__func__, message, "|", value), promptAnswer;
   }
-  void OnLinkHovered(bool hovering) override { add("OnLinkHovered ", hovering); }
-  void OnRequestError() override { add("OnRequestError"); }
-  void OnAcceptNavigationRequest() override { add("OnAcceptNavigationRequest"); }
-  void OnMouseClick(LARKA::LarkaHTMLControl& control) override {
-    add("OnMouseClick ", control.GetControlId());
-  }
-  void OnCreateWindow(bool modal, const char* url) override {
-    add(modal ? "OnCreateWindow modal " : "OnCreateWindow ", url);
-  }
-  std::string OnChooseFile(const char* suggested) override {
-    return add("OnChooseFile ", suggested), chosenFile;
-  }
+  void OnLinkHovered(bool hovering) override { add(__func__, hovering); }
+  void OnRequestError() override { add(__func__); }
+  void OnAcceptNavigationRequest() override { add(__func__); }
+  void OnMouseClick(LARKA::LarkaHTMLControl& on) override { add(__func__, on.GetControlId()); }
+  void OnCreateWindow(bool m, const char* url) override { add(__func__, m ? "modal " : "", url); }
+  std::string OnChooseFile(const char* path) override { return add(__func__, path), chosenFile; }
   void OnJavaScriptConsoleMessage(const char* message, int line, const char* source) override {
     const std::string file = source;
-    add("OnJavaScriptConsoleMessage ", message, "|", line, "|", file.substr(file.rfind('/') + 1));
+    add(__func__, message, "|", line, "|", file.substr(file.rfind('/') + 1));
   }
 
  private:
   template <typename... Parts>
-  void add(const Parts&... parts) {
+  void add(const char* event, const Parts&... parts) {
     std::ostringstream text;
-    (text << std::boolalpha << ... << parts);
+    text << std::boolalpha << event << (sizeof...(parts) ? " " : "");
+    static_cast<void>((text << ... << parts));
     events.push_back(text.str());
-    if (sharedEvents) sharedEvents->push_back(name + " " + text.str());
     if (onEvent) onEvent(text.str());
   }
 };
@@ -139,13 +123,11 @@ class Host {
     setenv("no_proxy", "127.0.0.1", 1);
     manager = std::make_unique<LARKA::BrowserManager>();
   }
-  Host(const Host&) = delete;
-  Host& operator=(const Host&) = delete;
 
   void initialize() {
-    // The toolkit keeps these until the process ends.
-    static char* arguments[] = {strdup("test"), strdup("-platform"),
-                                strdup(getenv("LARKA_TEST_XCB") ? "xcb" : "offscreen"), nullptr};
+    // Qt keeps these until the process ends.
+    static char program[] = "test", option[] = "-platform", xcb[] = "xcb", none[] = "offscreen";
+    static char* arguments[] = {program, option, getenv("LARKA_TEST_XCB") ? xcb : none, nullptr};
     manager->Initialize(3, arguments);
   }
 
@@ -172,12 +154,9 @@ class Host {
 
   /// Pumps until nothing has been painted for a while.
   void settle(const Recorder& recorder) {
-    int dirty = -1;
-    for (int quiet = 0; quiet < 3;) {
+    int quiet = 0;
+    for (int dirty = -1; quiet < 3; dirty = recorder.dirty, pumpFor(40))
       quiet = dirty == recorder.dirty ? quiet + 1 : 0;
-      dirty = recorder.dirty;
-      pumpFor(40);
-    }
   }
 
   void pumpFor(int milliseconds) {
@@ -187,8 +166,7 @@ class Host {
   /// Loads a page from a file and waits until it has been painted.
   bool load(LARKA::ILarkaBrowser* browser, Recorder* recorder, const std::string& html) {
     static int pages = 0;
-    const std::string name = "page" + std::to_string(++pages) + ".html";
-    return visit(browser, recorder, directory.write(name, html));
+    return visit(browser, recorder, directory.write(std::to_string(++pages) + ".html", html));
   }
 
   /// Loads an address and waits until it has been painted.
@@ -231,19 +209,6 @@ class BrowserTest : public testing::Test {
   void press(int key, int modifiers = 0) {
     browser->KeyDown(key, modifiers);
     browser->KeyUp(key, modifiers);
-  }
-  void type(const std::u16string& text) {
-    for (char16_t character : text) press(character);
-  }
-
-  /// The element with an id; one of no kind when there is none.
-  LARKA::LarkaHTMLControl control(LARKA::ControlType type, const std::string& id) {
-    LARKA::LarkaHTMLControl found;
-    for (LARKA::LarkaHTMLControl* control : browser->GetControls(type)) {
-      if (control->GetControlId() == id) found = *control;
-      delete control;
-    }
-    return found;
   }
 
   Host host;

@@ -6,8 +6,8 @@
 // "on EVENT: a & b" does them when the event is next heard. $DIR is the test's directory, $HTTP the
 // address of its server, \xE4 is a byte, "#" begins a comment.
 #include <QMap>
+#include <QPoint>
 #include <QRegularExpression>
-#include <iomanip>
 
 #include "Host.h"
 #include "HttpServer.h"
@@ -23,6 +23,10 @@ QString fromBytes(const std::string& bytes) {
 std::string toBytes(const QString& text) { return text.toLatin1().toStdString(); }
 
 std::string yes(bool is) { return is ? "yes" : "no"; }
+
+QPoint point(const QString& text) {
+  return {text.section(',', 0, 0).toInt(), text.section(',', 1).toInt()};
+}
 
 std::string rectangle(int x, int y, int width, int height) {
   return toBytes(QString("%1,%2 %3x%4").arg(x).arg(y).arg(width).arg(height));
@@ -152,29 +156,33 @@ class PageTest : public test::BrowserTest {
   std::string result(const QString& word, const QString& rest) {
     const QString first = rest.section(' ', 0, 0), more = rest.section(' ', 1);
     const std::string text = toBytes(rest), end = toBytes(more);
-    const int x = first.section(',', 0, 0).toInt(), y = first.section(',', 1).toInt();
+    const int x = point(first).x(), y = point(first).y();
+    const auto direction = static_cast<Directions>(kDirections.indexOf(first));
 
     // The host and its listeners.
     if (word == "events" || word == "heard") return events(rest, word == "events");
     if (word == "pump") return host.manager->PumpEvents(), kDone;
     if (word == "settle") return settle(), kDone;
-    if (word == "browser") return makeBrowser(text == "larka"), kDone;
+    if (word == "browser") {
+      destroy(true);
+      browser = host.createBrowser(&recorder, 640, 360, text == "larka");
+      return kDone;
+    }
     if (word == "control") return asked(control(first), more);
     if (word == "plugin") return asked(plugin(first), more);
     if (!browser) throw std::runtime_error("there is no browser");
     if (word == "destroy-later") return destroy(false), kDone;
     if (word == "shutdown") return destroy(true), host.manager->Shutdown(true), kDone;
-    if (word == "shutdown-later") return host.manager->Shutdown(false), kDone;
     if (word == "listen") return browser->AddListener(listener(rest)), kDone;
     if (word == "unlisten") return browser->RemoveListener(listener(rest)), kDone;
     if (word == "answer") return answer(listener(first == "-" ? "" : first), end), kDone;
 
     // Pages.
-    if (word == "page") return page(toBytes(first), end), kDone;
+    if (word == "page") return page(toBytes(first), end);
     if (word == "serve-raw") return m_server.answer("/" + toBytes(first), end), kDone;
     if (word == "requests") return requests(text);
-    if (word == "load") return go(host.directory.write("loaded.html", text)), kDone;
-    if (word == "go") return go(text), kDone;
+    if (word == "load") return go(page("loaded.html", text));
+    if (word == "go") return go(text);
     if (word == "finish") return finish(rest);
     if (word == "navigate") return browser->Navigate(text.c_str()), kDone;
     if (word == "back") return browser->Back(), kDone;
@@ -183,9 +191,9 @@ class PageTest : public test::BrowserTest {
     if (word == "stop") return browser->Stop(), kDone;
     if (word == "title") return browser->GetTitle();
     if (word == "location") return browser->GetCurrentLocation();
-    if (word == "length") return std::to_string(browser->GetHistoryLength());
-    if (word == "previous") return browser->GetPrevLocation();
-    if (word == "next") return browser->GetNextLocation();
+    if (word == "history")
+      return std::to_string(browser->GetHistoryLength()) + " " + browser->GetPrevLocation() + " " +
+             browser->GetNextLocation();
     if (word == "meta") return browser->GetMetaTagValue(text.c_str());
     if (word == "js") return browser->ExecuteJavascript(text.c_str());
     if (word == "do") return result("js", rest + ";1"), result("settle", "");
@@ -197,7 +205,7 @@ class PageTest : public test::BrowserTest {
     if (word == "up") return browser->MouseUp(x, y, 7), kDone;
     if (word == "click") return clicks(rest), kDone;
     if (word == "wheel") return browser->MouseWheel(x, y, 7), kDone;
-    if (word == "turn") return browser->MouseWheel(direction(first), more.toInt(), 0), kDone;
+    if (word == "turn") return browser->MouseWheel(direction, more.toInt(), 0), kDone;
     if (word == "focus-next") return yes(browser->FocusNext());
     if (word == "focus-previous") return yes(browser->FocusPrev());
     if (word == "resize") return browser->Resize(x, y), kDone;
@@ -205,14 +213,14 @@ class PageTest : public test::BrowserTest {
     if (word == "zoomed") return std::to_string(static_cast<int>(browser->GetZoomLevel()));
     if (word == "scroll") return browser->Scroll(x, y), viewPort();
     if (word == "scroll-to") return browser->ScrollToPoint(x, y), viewPort();
-    if (word == "step") return browser->Scroll(direction(first), more.toInt()), viewPort();
+    if (word == "step") return browser->Scroll(direction, more.toInt()), viewPort();
 
     // Elements and pixels.
     if (word == "controls") return controls(kKinds.indexOf(rest));
     if (word == "keep") return m_kept = control(first), kDone;
     if (word == "keep-plugin") return m_keptPlugin = plugin(first), kDone;
     if (word == "plugins") return plugins();
-    if (word == "pixel") return pixels(text);
+    if (word == "pixel") return pixels(rest);
     if (word != "image") throw std::runtime_error("an unknown step");
     return browser->GetBrowserImage() ? std::to_string(browser->GetBrowserStride() / 4) : "none";
   }
@@ -224,11 +232,6 @@ class PageTest : public test::BrowserTest {
   }
 
   // The host and its listeners.
-
-  void makeBrowser(bool hasScriptObject) {
-    destroy(true);
-    browser = host.createBrowser(&recorder, 640, 360, hasScriptObject);
-  }
 
   void destroy(bool immediate) {
     host.manager->DestroyBrowser(std::exchange(browser, nullptr), immediate);
@@ -272,9 +275,8 @@ class PageTest : public test::BrowserTest {
 
   // Pages.
 
-  void page(const std::string& name, const std::string& html) {
-    m_server.page("/" + name, html);
-    host.directory.write(name, html);
+  std::string page(const std::string& name, const std::string& html) {
+    return m_server.page("/" + name, html), host.directory.write(name, html);
   }
 
   std::string requests(const std::string& path) {
@@ -291,15 +293,11 @@ class PageTest : public test::BrowserTest {
     return yes(recorder.ok);
   }
 
-  void go(const std::string& url) {
-    if (!visit(url)) throw std::runtime_error("can't be loaded");
+  std::string go(const std::string& url) {
+    return visit(url) ? kDone : throw std::runtime_error("can't be loaded");
   }
 
   // Input.
-
-  static Directions direction(const QString& name) {
-    return static_cast<Directions>(kDirections.indexOf(name));
-  }
 
   /// Names and numbers, "shift+tab", "228", and texts in quotes, which are typed; "space/" goes
   /// down only, "/space" up.
@@ -317,8 +315,8 @@ class PageTest : public test::BrowserTest {
   }
 
   void clicks(const QString& points) {
-    for (const QString& point : points.split(' '))
-      browser->MouseClick(point.section(',', 0, 0).toInt(), point.section(',', 1).toInt(), 7);
+    for (const QString& each : points.split(' '))
+      browser->MouseClick(point(each).x(), point(each).y(), 7);
   }
 
   std::string viewPort() {
@@ -339,8 +337,7 @@ class PageTest : public test::BrowserTest {
   /// The element with an id, at a point, or the kept one.
   LarkaHTMLControl control(const QString& name) {
     if (name == "kept") return m_kept;
-    if (name.contains(','))
-      return browser->HitTest(name.section(',', 0, 0).toInt(), name.section(',', 1).toInt());
+    if (name.contains(',')) return browser->HitTest(point(name).x(), point(name).y());
     for (int kind = 0; kind <= CONTROL_UNKNOWN; ++kind) {
       auto found = BrowserTest::control(static_cast<ControlType>(kind), toBytes(name));
       if (!found.GetControlId().empty()) return found;
@@ -363,13 +360,11 @@ class PageTest : public test::BrowserTest {
     return found;
   }
 
-  std::string pixels(const std::string& points) {
-    std::ostringstream colours;
-    int x, y;
-    char comma;
-    for (std::istringstream in(points); in >> x >> comma >> y;)
-      colours << std::hex << std::setw(8) << std::setfill('0') << test::pixel(browser, x, y) << " ";
-    return colours.str();
+  std::string pixels(const QString& points) {
+    QStringList colours;
+    for (const QString& each : points.split(' '))
+      colours += QString::number(test::pixel(browser, point(each).x(), point(each).y()), 16);
+    return toBytes(colours.join(' '));
   }
 
   std::string m_file;

@@ -45,8 +45,8 @@ const QMap<QString, int> kKeys = {
     {"home", 278},    {"end", 279},   {"page-up", 280},  {"page-down", 281}};
 const char kDone[] = "done";  // no result
 
-std::string ask(LarkaHTMLControl control, const QString& what, const std::string& name,
-                const std::string& value) {
+std::string ask(LarkaHTMLControl control, const QString& what, const QStringList& more) {
+  const std::string name = toBytes(more.value(0)), value = toBytes(more.mid(1).join(' '));
   int x = 0, y = 0, width = 0, height = 0;
   if (what == "rect") control.GetControlRect(&x, &y, &width, &height);
   if (what == "zoom") control.GetZoomRect(&x, &y, &width, &height);
@@ -64,8 +64,8 @@ std::string ask(LarkaHTMLControl control, const QString& what, const std::string
   throw std::runtime_error("no control does that");
 }
 
-std::string ask(LarkaPluginWidget plugin, const QString& what, const std::string& name,
-                const std::string& value) {
+std::string ask(LarkaPluginWidget plugin, const QString& what, const QStringList& more) {
+  const std::string name = toBytes(more.value(0)), value = toBytes(more.mid(1).join(' '));
   if (what == "names")
     return plugin.GetTagName() + " " + plugin.GetMimeType() + " " + plugin.GetName();
   if (what == "z-index") return std::to_string(plugin.GetZIndex());
@@ -134,7 +134,11 @@ class PageTest : public test::BrowserTest {
     static const QRegularExpression form("^ *(\\S+)(.*?)(?: ([=~])> ?(.*))?\\z",
                                          QRegularExpression::DotMatchesEverythingOption);
     if (HasFailure()) return;
-    if (step.startsWith("on ")) return hook(step.mid(3));
+    if (step.startsWith("on ")) {
+      m_hooks.insert(
+          {step.mid(3).section(": ", 0, 0), step.section(": ", 1).replace(" & ", " | ")});
+      return;
+    }
     const QStringList parts = form.match(step).capturedTexts();
     const std::string expected = toBytes(parts.value(4));
     std::string seen;
@@ -154,7 +158,8 @@ class PageTest : public test::BrowserTest {
   }
 
   std::string result(const QString& word, const QString& rest) {
-    const QString first = rest.section(' ', 0, 0), more = rest.section(' ', 1);
+    const QStringList words = rest.split(' ');
+    const QString first = words[0], more = rest.section(' ', 1);
     const std::string text = toBytes(rest), end = toBytes(more);
     const int x = point(first).x(), y = point(first).y();
     const auto direction = static_cast<Directions>(kDirections.indexOf(first));
@@ -163,13 +168,11 @@ class PageTest : public test::BrowserTest {
     if (word == "events" || word == "heard") return events(rest, word == "events");
     if (word == "pump") return host.manager->PumpEvents(), kDone;
     if (word == "settle") return settle(), kDone;
-    if (word == "browser") {
-      destroy(true);
-      browser = host.createBrowser(&recorder, 640, 360, text == "larka");
-      return kDone;
-    }
-    if (word == "control") return asked(control(first), more);
-    if (word == "plugin") return asked(plugin(first), more);
+    if (word == "browser")
+      return destroy(true), browser = host.createBrowser(&recorder, 640, 360, text == "larka"),
+                            kDone;
+    if (word == "control") return ask(control(first), words.value(1), words.mid(2));
+    if (word == "plugin") return ask(plugin(first), words.value(1), words.mid(2));
     if (!browser) throw std::runtime_error("there is no browser");
     if (word == "destroy-later") return destroy(false), kDone;
     if (word == "shutdown") return destroy(true), host.manager->Shutdown(true), kDone;
@@ -216,19 +219,12 @@ class PageTest : public test::BrowserTest {
     if (word == "step") return browser->Scroll(direction, more.toInt()), viewPort();
 
     // Elements and pixels.
-    if (word == "controls") return controls(kKinds.indexOf(rest));
     if (word == "keep") return m_kept = control(first), kDone;
     if (word == "keep-plugin") return m_keptPlugin = plugin(first), kDone;
     if (word == "plugins") return plugins();
     if (word == "pixel") return pixels(rest);
     if (word != "image") throw std::runtime_error("an unknown step");
     return browser->GetBrowserImage() ? std::to_string(browser->GetBrowserStride() / 4) : "none";
-  }
-
-  template <typename Thing>
-  static std::string asked(const Thing& thing, const QString& what) {
-    return ask(thing, what.section(' ', 0, 0), toBytes(what.section(' ', 1, 1)),
-               toBytes(what.section(' ', 2)));
   }
 
   // The host and its listeners.
@@ -248,10 +244,6 @@ class PageTest : public test::BrowserTest {
           m_hooks.insert({start, steps});
     };
     return &listener;
-  }
-
-  void hook(const QString& text) {
-    m_hooks.insert({text.section(": ", 0, 0), text.section(": ", 1).replace(" & ", " | ")});
   }
 
   /// The events of these names since the last look, each of them or only how it was first heard.
@@ -326,13 +318,6 @@ class PageTest : public test::BrowserTest {
   }
 
   // Elements and pixels.
-
-  std::string controls(int kind) {
-    std::string ids;
-    for (LarkaHTMLControl* control : browser->GetControls(static_cast<ControlType>(kind)))
-      ids += std::unique_ptr<LarkaHTMLControl>(control)->GetControlId() + " ";
-    return ids;
-  }
 
   /// The element with an id, at a point, or the kept one.
   LarkaHTMLControl control(const QString& name) {

@@ -79,7 +79,6 @@ std::string ask(LarkaPluginWidget plugin, const QString& what, const QStringList
   if (what == "focus") return plugin.SetFocus(name != "no"), kDone;
   if (what == "full") return plugin.SetFullScreen(name == "on", value == "painted", false), kDone;
   if (what == "is-full") return yes(plugin.IsFullScreen());
-  if (what == "has-pixels") return yes(plugin.GetPixelData() || plugin.GetPixelRGBA(0, 0));
   throw std::runtime_error("no plug-in does that");
 }
 
@@ -183,7 +182,6 @@ class PageTest : public test::BrowserTest {
     // Pages.
     if (word == "page") return page(toBytes(first), end);
     if (word == "serve-raw") return m_server.answer("/" + toBytes(first), end), kDone;
-    if (word == "requests") return requests(text);
     if (word == "load") return go(page("loaded.html", text));
     if (word == "go") return go(text);
     if (word == "finish") return finish(rest);
@@ -269,12 +267,6 @@ class PageTest : public test::BrowserTest {
 
   std::string page(const std::string& name, const std::string& html) {
     return m_server.page("/" + name, html), host.directory.write(name, html);
-  }
-
-  std::string requests(const std::string& path) {
-    std::string found;
-    for (const auto& each : m_server.requests(path)) found += each.method + " " + each.body + " ";
-    return found;
   }
 
   /// Performs a step, and waits for the end of the load that it begins.

@@ -19,16 +19,6 @@ const QRect kWhole(0, 0, 640, 360);
 
 class PaintingTest : public test::BrowserTest {
  protected:
-  static QGraphicsView* window() {
-    for (QWidget* widget : QApplication::topLevelWidgets())
-      if (auto* window = qobject_cast<QGraphicsView*>(widget)) return window;
-    return nullptr;
-  }
-  static QGraphicsWebView* view() {
-    return dynamic_cast<QGraphicsWebView*>(window()->items().value(0));
-  }
-  static QWebFrame* frame() { return view()->page()->mainFrame(); }
-
   /// Loads a page. From then on no time passes by itself, and so nothing is mended at rest.
   bool loadAndStop(const std::string& html) {
     const bool loaded = load(html);
@@ -36,12 +26,19 @@ class PaintingTest : public test::BrowserTest {
     Clock::stop();
     return loaded;
   }
-  void run(const char* code, int number = 0) {
+  void SetUp() override {
+    BrowserTest::SetUp();
+    for (QWidget* widget : QApplication::topLevelWidgets())
+      if (auto* found = qobject_cast<QGraphicsView*>(widget)) window = found;
+    view = dynamic_cast<QGraphicsWebView*>(window->items().value(0));
+    frame = view->page()->mainFrame();
+  }
+  void run(const char* code, int number) {
     script(QString(code).replace("%1", QString::number(number)).toStdString());
   }
   /// What QtWebKit announces of changes; handles all events.
-  static void announce(const QList<QRect>& rects) {
-    for (const QRect& rect : rects) emit view()->page()->repaintRequested(rect);
+  void announce(const QList<QRect>& rects) {
+    for (const QRect& rect : rects) emit view->page()->repaintRequested(rect);
     for (int i = 0; i < 30; ++i) QCoreApplication::processEvents();
   }
   QImage image() {
@@ -52,25 +49,26 @@ class PaintingTest : public test::BrowserTest {
   /// Whether a part of the image is what a page or an element looks like now.
   template <typename Painted>
   testing::AssertionResult shows(Painted* painted, const QRect& part) {
+    // On 32-bit x86 Qt computes with other roundings: at the edge of what is repainted a 255th of
+    // what was there before stays.
+    const int rounding = sizeof(void*) == 4 ? 1 : 0;
     QImage fresh(kWhole.size(), QImage::Format_ARGB32_Premultiplied);
     fresh.fill(0);
     QPainter painter(&fresh);
-    painter.setRenderHints(window()->renderHints());
+    painter.setRenderHints(window->renderHints());
     painted->render(&painter);
-    for (int y = part.top(); y <= part.bottom(); ++y)
-      for (int x = part.left(); x <= part.right(); ++x)
-        if (!alike(test::pixel(browser, x, y), fresh.pixel(x, y)))
-          return testing::AssertionFailure() << "stale at " << x << "," << y;
+    for (int y = part.top(); y <= part.bottom(); ++y) {
+      const uchar* line = browser->GetBrowserImage() + y * browser->GetBrowserStride();
+      for (int byte = part.left() * 4; byte < (part.right() + 1) * 4; ++byte)
+        if (std::abs(line[byte] - fresh.constScanLine(y)[byte]) > rounding)
+          return testing::AssertionFailure() << "stale at " << byte / 4 << "," << y;
+    }
     return testing::AssertionSuccess();
   }
-  // On 32-bit x86 the toolkit computes with other roundings: at the edge of what is repainted a
-  // 255th of what was there before stays.
-  static bool alike(QRgb a, QRgb b) {
-    const auto near = [&](int bit) {
-      return std::abs(int(a >> bit & 255) - int(b >> bit & 255)) < 2;
-    };
-    return a == b || (sizeof(void*) == 4 && near(0) && near(8) && near(16) && near(24));
-  }
+
+  QGraphicsView* window = nullptr;
+  QGraphicsWebView* view = nullptr;
+  QWebFrame* frame = nullptr;
 };
 
 const char kPage[] = R"(<!doctype html><meta charset=utf-8><style>
@@ -87,94 +85,78 @@ for (i = 0; i < 40; i++) document.write('<div class=cell id=c' + i + ' style="le
 
 TEST_F(PaintingTest, ThePageImageIsNeverStale) {
   ASSERT_TRUE(loadAndStop(kPage));
-  const std::pair<const char*, std::function<void(int)>> kChanges[] = {
-      {"text",
-       [this](int i) {
-         browser->SetZoomLevel(50 + i / 3 * 50);
-         Clock::pass(40);
-         run(i % 2 ? "$('c%1').textContent='jfW/'" : "$('c%1').textContent='ffyQ'", i % 5);
-       }},
-      {"colours",
-       [this](int i) { run("for(i=0;i<40;i++)$('c'+i).style.background='#'+(%1+i*7)", 100 + i); }},
-      {"zoom", [this](int i) { browser->SetZoomLevel(67 + i * 33 % 100); }},
-      {"movement", [this](int i) { run("$('mover').style.cssText='top:%1px;left:%1px'", 3 * i); }},
-      {"scroll", [this](int i) { browser->Scroll(0, i % 2 ? 333 * i : -207 * i); }},
-      {"focus", [this](int i) { i % 3 == 2 ? browser->FocusPrev() : browser->FocusNext(); }},
-      {"size", [this](int i) { browser->Resize(i % 2 ? 640 : 500, i % 2 ? 360 : 300); }},
-      {"items beside it", [this](int i) {
-         view()->scene()->addRect(QRectF(i * 3000 - 500, i * 2500 - 400, 50, 50))->setZValue(-1);
-         run("$('c39').style.background=$('c0').style.background='#f%1f'", i % 10);
-       }}};
-  for (const auto& [what, change] : kChanges) {
+  const std::function<void(int)> kChanges[] = {
+      [this](int i) {
+        browser->SetZoomLevel(50 + i / 3 * 50);
+        Clock::pass(40);
+        run(i % 2 ? "$('c%1').textContent='jfW/'" : "$('c%1').textContent='ffyQ'", i % 5);
+      },
+      [this](int i) { browser->SetZoomLevel(67 + i * 33 % 100); },
+      [this](int i) { run("$('mover').style.cssText='top:%1px;left:%1px'", 3 * i); },
+      [this](int i) { browser->Scroll(0, i % 2 ? 333 * i : -207 * i); },
+      [this](int i) { i % 3 == 2 ? browser->FocusPrev() : browser->FocusNext(); },
+      [this](int i) { browser->Resize(i % 2 ? 640 : 500, i % 2 ? 360 : 300); },
+      [this](int i) {
+        view->scene()->addRect(i * 3000 - 500, i * 2500 - 400, 50, 50)->setZValue(-1);
+        run("$('c39').style.background=$('c0').style.background='#f%1f'", i % 10);
+      }};
+  for (const auto& change : kChanges) {
     for (int i = 0; i < 12; ++i) {
       change(i);
       Clock::pass(40);
-      ASSERT_TRUE(shows(frame(), kWhole & view()->rect().toRect())) << what << i;
+      ASSERT_TRUE(shows(frame, kWhole & view->rect().toRect())) << &change - kChanges << " " << i;
     }
     browser->SetZoomLevel(100);
     browser->ScrollToPoint(0, 0);
   }
 }
 
-TEST_F(PaintingTest, WhatIsAnnouncedIsPaintedOnceAndNoMore) {
+TEST_F(PaintingTest, WhatIsAnnouncedIsPaintedOnceAndTheRestIsMendedAtRest) {
   ASSERT_TRUE(loadAndStop(kPage));
-  QSignalSpy dirty(view(), SIGNAL(dirty(QRect)));
-  recorder.onEvent = [](const std::string&) {
-    EXPECT_FALSE(window()->viewport()->paintingActive());
+  QSignalSpy dirty(view, SIGNAL(dirty(QRect)));
+  recorder.onEvent = [this](const std::string&) {
+    EXPECT_FALSE(window->viewport()->paintingActive());
   };
-  image().fill(Qt::magenta);
-  view()->update();
-  announce({});
-  EXPECT_EQ(dirty.count(), 0) << "nothing was pending";
-  const QRect part(100, 40, 30, 20);
-  QMetaObject::invokeMethod(dynamic_cast<QObject*>(browser), "renderToScreen");
-  announce({part});
-  EXPECT_EQ(view()->property("flipRegion").toRect(), part) << "what isn't on the screen yet";
-  EXPECT_EQ(dirty.last()[0].toRect(), part);
-  EXPECT_TRUE(shows(frame(), part));
-  EXPECT_EQ(test::pixel(browser, 90, 40), 0xffff00ffu) << "painted more than was asked for";
-  announce({QRect(0, 0, 5, 5), QRect(20, 50, 5, 5)});
-  EXPECT_EQ(dirty.last()[0].toRect(), QRect(0, 0, 25, 55)) << "the bounds of both";
-  emit view()->page()->scrollRequested(0, 3, QRect(1, 2, 3, 4));
-  announce({});
-  EXPECT_EQ(dirty.last()[0].toRect(), kWhole) << "a scroll changes everything";
-  EXPECT_EQ(dirty.count(), 3);
-}
-
-TEST_F(PaintingTest, AtRestThePageImageIsMended) {
-  ASSERT_TRUE(loadAndStop(kPage));
-  QSignalSpy dirty(view(), SIGNAL(dirty(QRect)));
-  const unsigned char* const pixels = browser->GetBrowserImage();
-  for (int i = 0; i < 3; ++i) image().setPixel(637 + i, 200 + i, 0xffff00ff);
+  const QRect part(100, 40, 30, 20), stale(637, 200, 3, 1);
+  for (int x = 637; x < 640; ++x) image().setPixel(x, 200, 0xffff00ff);
+  view->update();
   Clock::pass(500);
   EXPECT_EQ(dirty.count(), 0) << "nothing had changed";
-  announce({QRect(10, 10, 30, 20)});
+  QMetaObject::invokeMethod(dynamic_cast<QObject*>(browser), "renderToScreen");
+  image().setPixel(90, 40, 0xffff00ff);
+  announce({part});
+  EXPECT_EQ(view->property("flipRegion").toRect(), part) << "what isn't on the screen yet";
+  EXPECT_EQ(dirty.last()[0].toRect(), part);
+  EXPECT_TRUE(shows(frame, part));
+  EXPECT_EQ(test::pixel(browser, 90, 40), 0xffff00ffu) << "painted more than was asked for";
+  announce({QRect(0, 0, 5, 5), QRect(20, 50, 85, 5)});
+  EXPECT_EQ(dirty.last()[0].toRect(), QRect(0, 0, 105, 55)) << "the bounds of both";
   Clock::pass(150);
-  EXPECT_EQ(dirty.count(), 1) << "not at rest yet";
+  EXPECT_EQ(dirty.count(), 2) << "not at rest yet";
   Clock::pass(600);
-  ASSERT_EQ(dirty.count(), 2);
-  EXPECT_EQ(dirty[1][0].toRect(), QRect(637, 200, 3, 3));
-  EXPECT_TRUE(shows(frame(), kWhole));
-  EXPECT_EQ(browser->GetBrowserImage(), pixels);
-  announce({QRect(10, 10, 30, 20)});
+  EXPECT_EQ(dirty.last()[0].toRect(), stale);
+  EXPECT_TRUE(shows(frame, kWhole));
+  emit view->page()->scrollRequested(0, 3, QRect(1, 2, 3, 4));
+  announce({});
+  EXPECT_EQ(dirty.last()[0].toRect(), kWhole) << "a scroll changes everything";
   Clock::pass(600);
-  EXPECT_EQ(dirty.count(), 3) << "a notice without a change";
+  EXPECT_EQ(dirty.count(), 4) << "a notice without a change";
 }
 
 // Nothing that was painted before shows through: neither the page, nor the element as it was.
 TEST_F(PaintingTest, WhatIsTransparentLeavesNoTrail) {
-  QPalette palette = view()->page()->palette();
+  QPalette palette = view->page()->palette();
   palette.setBrush(QPalette::Base, Qt::transparent);
-  view()->page()->setPalette(palette);
+  view->page()->setPalette(palette);
   ASSERT_TRUE(
       loadAndStop("<!doctype html><body style='margin:0;background:rgba(0,255,0,0.5)'>"
                   "<embed id=e type=a/b style='position:absolute;left:40px;top:30px;"
                   "width:200px;height:100px;background:rgba(255,0,0,0.5)'>"));
   for (int i = 0; i < 3; ++i) announce({kWhole});
-  EXPECT_TRUE(shows(frame(), kWhole));
+  EXPECT_TRUE(shows(frame, kWhole));
   Clock::pass(300);
-  EXPECT_TRUE(shows(frame(), kWhole)) << "at rest";
-  QWebElement element = frame()->findFirstElement("#e");
+  EXPECT_TRUE(shows(frame, kWhole)) << "at rest";
+  QWebElement element = frame->findFirstElement("#e");
   browser->GetPluginWidgets().at(0).SetFullScreen(true, true, false);
   for (const char* radius : {"0", "40px", "10px"}) {
     element.setStyleProperty("border-radius", radius);
@@ -188,20 +170,6 @@ TEST_F(PaintingTest, WhatIsTransparentLeavesNoTrail) {
   element.setAttribute("style", "width:50px;height:25px;background:#00ff00");
   Clock::pass(150);
   EXPECT_EQ(test::pixel(browser, 199, 99), 0xff00ff00u);
-}
-
-TEST_F(PaintingTest, TheFocusedFrameIsWhatIsSavedAndMeasured) {
-  ASSERT_TRUE(
-      load("<body style='background:#ff0000'><iframe srcdoc=\"<body style='margin:0;width:900px;"
-           "height:700px;background:#00ff00'><input>\"></iframe>"));
-  script("frames[0].document.querySelector('input').focus()");
-  const std::string path = host.directory.file("frame.jpg");
-  browser->SaveBrowserImage(path.c_str(), 640, 360);
-  EXPECT_GT(qGreen(QImage(path.c_str()).pixel(200, 100)), 200);
-  int width = 0, height = 0;
-  browser->GetFrameContentSize(width, height);
-  EXPECT_EQ(QSize(width, height), QSize(900, 700));
-  EXPECT_EQ(script("frames[0].innerWidth-frames[0].document.documentElement.clientWidth"), "10");
 }
 
 }  // namespace

@@ -11,11 +11,13 @@
 
 namespace test {
 
-/// Runs as usual until it is stopped. From then on time passes only here, for QElapsedTimer, QTimer,
-/// QDateTime and std::chrono alike: they all call the functions below instead of libc's.
+/// Runs as usual until it is stopped. From then on time passes only here, for QElapsedTimer,
+/// QTimer, QDateTime and std::chrono alike: they all call the functions below instead of libc's.
 class Clock {
  public:
-  static void stop() { s_stoppedAt = real(CLOCK_MONOTONIC); }
+  static void stop() {
+    for (clockid_t clock : {CLOCK_REALTIME, CLOCK_MONOTONIC}) s_stoppedAt[clock] = real(clock);
+  }
 
   /// Lets time pass without handling an event.
   static void skip(int milliseconds) { s_passed += milliseconds * 1000000LL; }
@@ -32,8 +34,8 @@ class Clock {
 
   /// In nanoseconds.
   static int64_t now(clockid_t clock) {
-    const bool stands = s_stoppedAt != 0 && (clock == CLOCK_REALTIME || clock == CLOCK_MONOTONIC);
-    return real(clock) + (stands ? s_passed - (real(CLOCK_MONOTONIC) - s_stoppedAt) : 0);
+    const bool stands = clock <= CLOCK_MONOTONIC && s_stoppedAt[clock] != 0;
+    return stands ? s_stoppedAt[clock] + s_passed : real(clock);
   }
 
  private:
@@ -43,7 +45,7 @@ class Clock {
     return time.tv_sec * 1000000000LL + time.tv_nsec;
   }
 
-  static inline int64_t s_stoppedAt = 0, s_passed = 0;
+  static inline int64_t s_stoppedAt[2] = {}, s_passed = 0;
 };
 
 }  // namespace test

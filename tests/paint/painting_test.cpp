@@ -1,4 +1,5 @@
-// The page image against what QtWebKit itself would render, and the way of a repaint to it.
+// The page image against what QtWebKit itself would render, the way of a repaint to it, and what a
+// host reads of it.
 #include <QApplication>
 #include <QGraphicsScene>
 #include <QGraphicsView>
@@ -13,7 +14,9 @@
 
 namespace {
 
+using LARKA::ILarkaBrowser;
 using test::Clock;
+using test::pixel;
 
 const QRect kWhole(0, 0, 640, 360);
 
@@ -33,17 +36,13 @@ class PaintingTest : public test::BrowserTest {
     view = dynamic_cast<QGraphicsWebView*>(window->items().value(0));
     frame = view->page()->mainFrame();
   }
-  void run(const char* code, int number) {
-    script(QString(code).replace("%1", QString::number(number)).toStdString());
-  }
   /// What QtWebKit announces of changes; handles all events.
   void announce(const QList<QRect>& rects) {
     for (const QRect& rect : rects) emit view->page()->repaintRequested(rect);
     for (int i = 0; i < 30; ++i) QCoreApplication::processEvents();
   }
-  QImage image() {
-    return QImage(browser->GetBrowserImage(), 640, 360, browser->GetBrowserStride(),
-                  QImage::Format_ARGB32_Premultiplied);
+  void spoil(int x, int y, int pixels) {
+    memset(browser->GetBrowserImage() + y * browser->GetBrowserStride() + x * 4, 0x77, pixels * 4);
   }
 
   /// Whether a part of the image is what a page or an element looks like now.
@@ -77,7 +76,7 @@ body{margin:0;background:#182838;color:#fff;font:16px sans-serif;height:1800px}
 .cell:nth-child(odd){font:italic 22px serif}
 a{position:absolute;top:330px;color:#9cf}a:focus{outline:3px solid #fc0}
 #mover{position:absolute;top:700px;width:90px;height:60px;background:#a33;border-radius:12px}
-</style><script>function $(id) { return document.getElementById(id) }
+</style><script>n = 0; function $(id) { return document.getElementById(id) }
 for (i = 0; i < 40; i++) document.write('<div class=cell id=c' + i + ' style="left:' +
   (i % 10) * 62 + 'px;top:' + Math.floor(i / 10) * 70 + 'px">' + i + '</div>')
 </script><a href=#1 style="left:10px">one</a><a href=#2 style="left:120px">two</a>
@@ -89,16 +88,15 @@ TEST_F(PaintingTest, ThePageImageIsNeverStale) {
       [this](int i) {
         browser->SetZoomLevel(50 + i / 3 * 50);
         Clock::pass(40);
-        run(i % 2 ? "$('c%1').textContent='jfW/'" : "$('c%1').textContent='ffyQ'", i % 5);
+        script("$('c' + n % 5).textContent = n++ % 2 ? 'jfW/' : 'ffyQ'");
       },
-      [this](int i) { browser->SetZoomLevel(67 + i * 33 % 100); },
-      [this](int i) { run("$('mover').style.cssText='top:%1px;left:%1px'", 3 * i); },
+      [this](int) { script("s = $('mover').style; s.left = s.top = 3 * n++ + 'px'"); },
       [this](int i) { browser->Scroll(0, i % 2 ? 333 * i : -207 * i); },
       [this](int i) { i % 3 == 2 ? browser->FocusPrev() : browser->FocusNext(); },
       [this](int i) { browser->Resize(i % 2 ? 640 : 500, i % 2 ? 360 : 300); },
       [this](int i) {
         view->scene()->addRect(i * 3000 - 500, i * 2500 - 400, 50, 50)->setZValue(-1);
-        run("$('c39').style.background=$('c0').style.background='#f%1f'", i % 10);
+        script("$('c39').style.background = $('c0').style.background = '#f' + n++ % 10 + 'f'");
       }};
   for (const auto& change : kChanges) {
     for (int i = 0; i < 12; ++i) {
@@ -118,17 +116,17 @@ TEST_F(PaintingTest, WhatIsAnnouncedIsPaintedOnceAndTheRestIsMendedAtRest) {
     EXPECT_FALSE(window->viewport()->paintingActive());
   };
   const QRect part(100, 40, 30, 20), stale(637, 200, 3, 1);
-  for (int x = 637; x < 640; ++x) image().setPixel(x, 200, 0xffff00ff);
+  spoil(637, 200, 3);
   view->update();
   Clock::pass(500);
   EXPECT_EQ(dirty.count(), 0) << "nothing had changed";
   QMetaObject::invokeMethod(dynamic_cast<QObject*>(browser), "renderToScreen");
-  image().setPixel(90, 40, 0xffff00ff);
+  spoil(90, 40, 1);
   announce({part});
   EXPECT_EQ(view->property("flipRegion").toRect(), part) << "what isn't on the screen yet";
   EXPECT_EQ(dirty.last()[0].toRect(), part);
   EXPECT_TRUE(shows(frame, part));
-  EXPECT_EQ(test::pixel(browser, 90, 40), 0xffff00ffu) << "painted more than was asked for";
+  EXPECT_EQ(pixel(browser, 90, 40), 0x77777777u) << "painted more than was asked for";
   announce({QRect(0, 0, 5, 5), QRect(20, 50, 85, 5)});
   EXPECT_EQ(dirty.last()[0].toRect(), QRect(0, 0, 105, 55)) << "the bounds of both";
   Clock::pass(150);
@@ -150,9 +148,9 @@ TEST_F(PaintingTest, WhatIsTransparentLeavesNoTrail) {
   view->page()->setPalette(palette);
   ASSERT_TRUE(
       loadAndStop("<!doctype html><body style='margin:0;background:rgba(0,255,0,0.5)'>"
-                  "<embed id=e type=a/b style='position:absolute;left:40px;top:30px;"
-                  "width:200px;height:100px;background:rgba(255,0,0,0.5)'>"));
-  for (int i = 0; i < 3; ++i) announce({kWhole});
+                  "<embed id=e type=a/b style='width:200px;height:100px;"
+                  "background:rgba(255,0,0,0.5)'>"));
+  announce({kWhole});
   EXPECT_TRUE(shows(frame, kWhole));
   Clock::pass(300);
   EXPECT_TRUE(shows(frame, kWhole)) << "at rest";
@@ -163,13 +161,62 @@ TEST_F(PaintingTest, WhatIsTransparentLeavesNoTrail) {
     Clock::pass(150);
     EXPECT_TRUE(shows(&element, QRect(0, 0, 200, 100))) << radius;
   }
-  // Hidden, it shows nothing; shown again in another size, it fills its image.
-  element.setStyleProperty("display", "none");
-  Clock::pass(150);
-  EXPECT_EQ(test::pixel(browser, 70, 20), 0u);
   element.setAttribute("style", "width:50px;height:25px;background:#00ff00");
   Clock::pass(150);
-  EXPECT_EQ(test::pixel(browser, 199, 99), 0xff00ff00u);
+  EXPECT_EQ(pixel(browser, 199, 99), 0xff00ff00u) << "it fills its image";
+}
+
+TEST_F(PaintingTest, TheImageHasTheSizeOfItsFirstPaintAndNoMoreThan1280By720) {
+  EXPECT_EQ(browser->GetBrowserImage(), nullptr);
+  EXPECT_EQ(browser->GetBrowserStride(), 0);
+  ASSERT_TRUE(load("<body style='margin:0;background:linear-gradient(90deg,#f00 50%,#00f 50%)'>"));
+  for (const auto& [width, height] : {std::pair(640, 360), {1000, 500}, {320, 180}}) {
+    browser->Resize(width, height);
+    settle();
+    EXPECT_EQ(browser->GetBrowserStride(), 640 * 4);
+    EXPECT_EQ(pixel(browser, width / 2 - 10, height / 2), 0xffff0000u) << width;
+    EXPECT_EQ(pixel(browser, width / 2 + 10, height / 2), 0xff0000ffu) << width;
+  }
+  test::Recorder listener;
+  ILarkaBrowser* other = host.createBrowser(&listener, 0, 0);
+  EXPECT_FALSE(host.load(other, &listener, "<body style='background:#123456'>"));
+  EXPECT_EQ(listener.dirty, 0) << "without a size";
+  other->Resize(1920, 1080);
+  ASSERT_TRUE(host.pumpUntil([&] { return listener.dirty > 0; }));
+  EXPECT_EQ(other->GetBrowserStride(), 1280 * 4);
+  EXPECT_EQ(pixel(other, 1279, 719), 0xff123456u);
+  host.manager->DestroyBrowser(other, true);
+}
+
+// One browser in a scene has the focus; the pages must not notice which.
+TEST_F(PaintingTest, TheKeyboardFocusIsSeenInEveryBrowser) {
+  const char page[] =
+      "<style>input{position:absolute;left:0;top:0;width:300px;height:100px}"
+      "input:focus{background:#ffcc00;outline:none}</style><input>";
+  test::Recorder second;
+  ILarkaBrowser* other = host.createBrowser(&second);
+  ASSERT_TRUE(load(page) && host.load(other, &second, page));
+  EXPECT_TRUE(browser->FocusNext() && other->FocusNext());
+  for (ILarkaBrowser* each : {browser, other})
+    EXPECT_TRUE(host.pumpUntil([&] { return pixel(each, 200, 80) == 0xffffcc00u; }, 2000));
+  EXPECT_TRUE(recorder.dirtyBrowser == browser && second.dirtyBrowser == other);
+  host.manager->DestroyBrowser(other, true);
+}
+
+TEST_F(PaintingTest, TheFocusedFrameIsSavedWithItsProportions) {
+  ASSERT_TRUE(
+      load("<body style='background:#ff0000'><iframe srcdoc=\"<body style='margin:0;width:900px;"
+           "height:700px;background:#00ff00'><input>\"></iframe>"));
+  script("frames[0].document.querySelector('input').focus()");
+  int width = 0, height = 0;
+  browser->GetFrameContentSize(width, height);
+  EXPECT_TRUE(width == 900 && height == 700);
+  const std::string path = host.directory.file("thumb.png");
+  browser->SaveBrowserImage(path.c_str(), 160, 160);
+  const QImage saved(path.c_str(), "jpeg");  // whatever its name
+  EXPECT_EQ(saved.size(), QSize(160, 90));
+  EXPECT_LT(saved.pixelColor(60, 30).red(), 10);
+  EXPECT_GT(saved.pixelColor(0, 0).green(), 200) << "the frame, not the page";
 }
 
 }  // namespace

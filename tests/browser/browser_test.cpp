@@ -1,14 +1,12 @@
 // The smaller classes: the end of a load that QtWebKit forgets, and what a host may use by itself.
 #include "browser/LarkaBrowserQt.h"
 
-#include <QMetaProperty>
+#include <QMetaMethod>
 #include <QSignalSpy>
 
 #include "Clock.h"
 #include "Host.h"
-#include "larka/LarkaSystemInfoJavaScriptObject.h"
 #include "larka/RepaintCollector.h"
-#include "larka/SystemInfoData.h"
 #include "network/CacheWrapper.h"
 
 namespace {
@@ -34,19 +32,6 @@ TEST(LoadWatchTest, EndsALoadOnceNothingHasGoneOnForAWhile) {
 TEST(CacheLimitTest, IsGivenInMegabytesAndWraps) {
   EXPECT_EQ(LARKA::cacheLimit(-1), 209715200);
   EXPECT_EQ(LARKA::cacheLimit(2048), -2147483648LL);
-}
-
-TEST(SystemInfoTest, GivesTheRecordToScript) {
-  SystemInfoData info = {"1", "B\xe4r", "3", "V", "4294967297", "-99999999999", "T", nullptr, "n"};
-  const LarkaSystemInfoJavaScriptObject object(nullptr, &info);
-  QString properties;
-  for (int i = 1; i < object.metaObject()->propertyCount(); ++i) {
-    const QMetaProperty property = object.metaObject()->property(i);
-    properties += property.name() + ("=" + property.read(&object).toString()) + ' ';
-  }
-  EXPECT_EQ(properties,
-            "serialnumber=1 productname=B\u00e4r firmwareversion=3 vendor=V resolution=2147483647 "
-            "network=-2147483648 techplatform=T secureSerialNumber= debug_free=n ");
 }
 
 TEST(RepaintCollectorTest, TellsOnlyWhatIsNew) {

@@ -131,7 +131,15 @@ class ReentrancyTest : public testing::TestWithParam<Scene> {
       perform(action, own);
     };
     perform(GetParam().second, played);
-    waitForQuiet();
+    size_t events = 0;
+    int quiet = 0;
+    host.pumpUntil(
+        [&] {
+          quiet = events == recorder.events.size() ? quiet + 1 : 0;
+          events = recorder.events.size();
+          return quiet > 12;
+        },
+        200);
     recorder.onEvent = nullptr;
     const auto comesTo = [&](const char* title) {
       return host.pumpUntil([&] { return browser->GetTitle() == title; }, 3000);
@@ -156,16 +164,6 @@ class ReentrancyTest : public testing::TestWithParam<Scene> {
   }
   std::string file(const std::string& name) {
     return "file://" + host.directory.file(name + ".html");
-  }
-
-  /// Pumps until no event has come for a while.
-  void waitForQuiet() {
-    size_t events = 0;
-    for (int quiet = 0, pumps = 0; quiet < 4 && pumps < 60; ++pumps) {
-      quiet = events == recorder.events.size() ? quiet + 1 : 0;
-      events = recorder.events.size();
-      host.pumpFor(3);
-    }
   }
 
   test::Host host;

@@ -132,14 +132,11 @@ class ReentrancyTest : public testing::TestWithParam<Scene> {
     };
     perform(GetParam().second, played);
     size_t events = 0;
-    int quiet = 0;
-    host.pumpUntil(
-        [&] {
-          quiet = events == recorder.events.size() ? quiet + 1 : 0;
-          events = recorder.events.size();
-          return quiet > 12;
-        },
-        200);
+    for (int quiet = 0, pumps = 0; quiet < 4 && pumps < 60; ++pumps) {
+      quiet = events == recorder.events.size() ? quiet + 1 : 0;
+      events = recorder.events.size();
+      host.pumpFor(3);
+    }
     recorder.onEvent = nullptr;
     const auto comesTo = [&](const char* title) {
       return host.pumpUntil([&] { return browser->GetTitle() == title; }, 3000);

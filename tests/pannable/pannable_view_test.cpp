@@ -84,13 +84,11 @@ TEST_F(PannableViewTest, ASwipeKeepsToTheDirectionItMostlyHasAndSlowsDown) {
 
 TEST_F(PannableViewTest, AShortClickIsATapUnlessItStopsAGlide) {
   QSignalSpy tapped(view, &PannableView::tapped);
-  const auto kLeft = Qt::LeftButton;
-  for (const auto& [by, button, taps, glides] : {std::tuple(0, kLeft, 1, false),
-                                                 {-19, kLeft, 2, false},
-                                                 {-20, kLeft, 2, true},
-                                                 {0, kLeft, 2, false},
-                                                 {0, kLeft, 3, false},
-                                                 {-60, Qt::RightButton, 3, false}}) {
+  const Qt::MouseButton kLeft = Qt::LeftButton, kRight = Qt::RightButton;
+  const std::tuple<int, Qt::MouseButton, int, bool> kSwipes[] = {
+      {0, kLeft, 1, false}, {-19, kLeft, 2, false}, {-20, kLeft, 2, true},
+      {0, kLeft, 2, false}, {0, kLeft, 3, false},   {-60, kRight, 3, false}};
+  for (const auto& [by, button, taps, glides] : kSwipes) {
     const double before = inner()->x();
     swipe({200, 100}, {by, 0}, 20, button);
     EXPECT_EQ(inner()->x(), before + (button == kLeft ? by : 0));
@@ -122,12 +120,9 @@ TEST_F(PannableViewTest, MovesToItemsUntilItIsPlacedElsewhere) {
 TEST_F(PannableViewTest, ReadsTheSizeOfItsContentAtEachPress) {
   QGraphicsWidget content;
   view->setWidget(&content);
-  for (const auto& [size, preferred, width] : {std::tuple(1000, 1000, 1000),
-                                               {0, 1500, 1500},
-                                               {0, 700, 700},
-                                               {2000, 700, 2000},
-                                               {900, 700, 900},
-                                               {600, 700, 700}}) {
+  const std::tuple<int, int, int> kSizes[] = {{1000, 1000, 1000}, {0, 1500, 1500}, {0, 700, 700},
+                                              {2000, 700, 2000},  {900, 700, 900}, {600, 700, 700}};
+  for (const auto& [size, preferred, width] : kSizes) {
     if (size > 0) content.resize(size, kHeight);
     content.setPreferredSize(preferred, kHeight);
     view->moveToItem(&content);  // the press ends it

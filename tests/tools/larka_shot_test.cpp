@@ -83,7 +83,6 @@ TEST_F(LarkaShotTest, WritesWhatItIsAskedFor) {
     EXPECT_EQ(output, says);
     EXPECT_EQ(image(file).size(), size) << arguments;
   }
-  EXPECT_EQ(test::readFile(directory.file("a.JPG")).substr(0, 3), "\xff\xd8\xff");
 }
 
 TEST_F(LarkaShotTest, SaysInOneLineWhatIsWrong) {
@@ -93,7 +92,6 @@ TEST_F(LarkaShotTest, SaysInOneLineWhatIsWrong) {
       {2, "", "no address"},
       {2, "p.html -o picture.gif", ".png"},
       {2, "p.html --size 1281x720", "--size"},
-      {2, "p.html --keys shift+", "--keys"},
       {2, "p.html --cookie =x", "--cookie"},
       {2, "p.html --cookie-jar p.html", "--cookie-jar"},
       {2, "p.html --proxy http://x", "--proxy"},

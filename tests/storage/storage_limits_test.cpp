@@ -66,7 +66,6 @@ TEST_F(StorageLimitsTest, AnOriginKeepsWhatItsLimitAllows) {
       {browser, 5, 100, "database(3 << 20)", "kept"},
       {browser, 5, 100, "database(3 << 20)", "error 4"},
       {browser, 7, 100, "database(3 << 20)", "kept"},
-      {browser, 5, 100, "indexedDB.open('i').onsuccess = function () { done = 'kept'; }", "kept"},
       {browser, 5, 0, "local(2)", "QuotaExceededError"},
       {browser, 5, 100, "local(4 << 20)", "kept"}};
   ASSERT_TRUE(show(browser, 0) && show(without, 0));
@@ -74,8 +73,6 @@ TEST_F(StorageLimitsTest, AnOriginKeepsWhatItsLimitAllows) {
     LARKA::SetStorageLimits(perOrigin << 20, inAll << 20);
     EXPECT_EQ(run(in, script), outcome) << script << " of " << perOrigin << ", " << inAll;
   }
-  const fs::directory_iterator databases(storage + "/databases");
-  EXPECT_EQ(std::distance(begin(databases), end(databases)), 2) << "one origin and the list";
   for (ILarkaBrowser* each : {browser, without}) host.manager->DestroyBrowser(each, true);
   EXPECT_TRUE(host.pumpUntil([&] { return isLarge(0); }));
   browser = create();

@@ -316,7 +316,11 @@ class PageTest : public test::BrowserTest {
     if (name == "kept") return m_kept;
     if (name.contains(',')) return browser->HitTest(point(name).x(), point(name).y());
     for (int kind = 0; kind <= CONTROL_UNKNOWN; ++kind) {
-      auto found = BrowserTest::control(static_cast<ControlType>(kind), toBytes(name));
+      LarkaHTMLControl found;
+      for (LarkaHTMLControl* each : browser->GetControls(static_cast<ControlType>(kind))) {
+        if (each->GetControlId() == toBytes(name)) found = *each;
+        delete each;
+      }
       if (!found.GetControlId().empty()) return found;
     }
     throw std::runtime_error("there is no such control");

@@ -3,7 +3,7 @@
 
 build_packages="g++ cmake ninja-build help2man qtbase5-dev libqt5webkit5-dev qt5-style-plugins
   fonts-dejavu-core fonts-dejavu-extra gstreamer1.0-plugins-base gstreamer1.0-plugins-good"
-test_packages="libgtest-dev libbenchmark-dev xvfb xauth openssl tinyproxy microsocks
+test_packages="libgtest-dev libbenchmark-dev xvfb xauth openssl tinyproxy
   abigail-tools doxygen pkgconf gstreamer1.0-tools"
 package_packages="dpkg-dev file"
 fuzz_packages="clang libclang-rt-14-dev"

@@ -2,12 +2,9 @@
 #include "browser/LarkaBrowserQt.h"
 
 #include <QMetaMethod>
-#include <QSignalSpy>
 
 #include "Clock.h"
 #include "Host.h"
-#include "larka/RepaintCollector.h"
-#include "network/CacheWrapper.h"
 
 namespace {
 
@@ -27,19 +24,6 @@ TEST(LoadWatchTest, EndsALoadOnceNothingHasGoneOnForAWhile) {
   EXPECT_TRUE(watch.end());
   test::Clock::pass(4100);
   EXPECT_EQ(ended, 1);
-}
-
-TEST(CacheLimitTest, IsGivenInMegabytesAndWraps) {
-  EXPECT_EQ(LARKA::cacheLimit(-1), 209715200);
-  EXPECT_EQ(LARKA::cacheLimit(2048), -2147483648LL);
-}
-
-TEST(RepaintCollectorTest, TellsOnlyWhatIsNew) {
-  RepaintCollector collector(nullptr);
-  QSignalSpy changed(&collector, SIGNAL(changed()));
-  for (const QRect& rect : {QRect(0, 0, 10, 10), QRect(2, 2, 3, 3), QRect(), QRect(5, 5, 10, 10)})
-    QMetaObject::invokeMethod(&collector, "addRect", Q_ARG(QRect, rect));
-  EXPECT_EQ(changed.count(), 2);
 }
 
 TEST(BrowserTest, KeepsItsSlotsInTheirOrder) {

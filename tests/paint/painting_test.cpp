@@ -188,35 +188,4 @@ TEST_F(PaintingTest, TheImageHasTheSizeOfItsFirstPaintAndNoMoreThan1280By720) {
   host.manager->DestroyBrowser(other, true);
 }
 
-// One browser in a scene has the focus; the pages must not notice which.
-TEST_F(PaintingTest, TheKeyboardFocusIsSeenInEveryBrowser) {
-  const char page[] =
-      "<style>input{position:absolute;left:0;top:0;width:300px;height:100px}"
-      "input:focus{background:#ffcc00;outline:none}</style><input>";
-  test::Recorder second;
-  ILarkaBrowser* other = host.createBrowser(&second);
-  ASSERT_TRUE(load(page) && host.load(other, &second, page));
-  EXPECT_TRUE(browser->FocusNext() && other->FocusNext());
-  for (ILarkaBrowser* each : {browser, other})
-    EXPECT_TRUE(host.pumpUntil([&] { return pixel(each, 200, 80) == 0xffffcc00u; }, 2000));
-  EXPECT_TRUE(recorder.dirtyBrowser == browser && second.dirtyBrowser == other);
-  host.manager->DestroyBrowser(other, true);
-}
-
-TEST_F(PaintingTest, TheFocusedFrameIsSavedWithItsProportions) {
-  ASSERT_TRUE(
-      load("<body style='background:#ff0000'><iframe srcdoc=\"<body style='margin:0;width:900px;"
-           "height:700px;background:#00ff00'><input>\"></iframe>"));
-  script("frames[0].document.querySelector('input').focus()");
-  int width = 0, height = 0;
-  browser->GetFrameContentSize(width, height);
-  EXPECT_TRUE(width == 900 && height == 700);
-  const std::string path = host.directory.file("thumb.png");
-  browser->SaveBrowserImage(path.c_str(), 160, 160);
-  const QImage saved(path.c_str(), "jpeg");  // whatever its name
-  EXPECT_EQ(saved.size(), QSize(160, 90));
-  EXPECT_LT(saved.pixelColor(60, 30).red(), 10);
-  EXPECT_GT(saved.pixelColor(0, 0).green(), 200) << "the frame, not the page";
-}
-
 }  // namespace

@@ -25,6 +25,7 @@ class PannableViewTest : public testing::Test {
     window.show();
     Clock::stop();
   }
+  ~PannableViewTest() override { delete strip; }
   QGraphicsWidget* inner() { return static_cast<QGraphicsWidget*>(view->childItems().value(0)); }
 
   void swipe(QPoint from, QPoint by, int milliseconds, Qt::MouseButton button = Qt::LeftButton) {
@@ -95,64 +96,6 @@ TEST_F(PannableViewTest, AShortClickIsATapUnlessItStopsAGlide) {
     EXPECT_EQ(tapped.count(), taps) << by;
     EXPECT_EQ(view->isScrolling(), glides) << by;
   }
-}
-
-TEST_F(PannableViewTest, MovesToItemsUntilItIsPlacedElsewhere) {
-  Poster outside(0, nullptr);
-  view->moveToItem(&outside);
-  const std::pair<std::function<void()>, double> kEnds[] = {
-      {[] {}, 0.5 * (kWidth - PosterStrip::kPosterWidth) - 9 * 180},
-      {[this] { view->moveToBegin(); }, 0},
-      {[this] { view->setWidget(new PosterStrip(3)); }, 0},
-      {[this] { delete strip.data(); }, 0}};
-  for (const auto& [end, x] : kEnds) {
-    view->setWidget(strip = new PosterStrip(20));
-    view->moveToItem(strip->posters()[9]);
-    view->setWidget(strip);  // the same content: nothing ends
-    Clock::pass(100);
-    EXPECT_LT(inner()->x(), -100) << x;
-    end();
-    Clock::pass(900);
-    EXPECT_EQ(inner()->pos(), QPointF(x, 0));
-  }
-}
-
-TEST_F(PannableViewTest, ReadsTheSizeOfItsContentAtEachPress) {
-  QGraphicsWidget content;
-  view->setWidget(&content);
-  const std::tuple<int, int, int> kSizes[] = {{1000, 1000, 1000}, {0, 1500, 1500}, {0, 700, 700},
-                                              {2000, 700, 2000},  {900, 700, 900}, {600, 700, 700}};
-  for (const auto& [size, preferred, width] : kSizes) {
-    if (size > 0) content.resize(size, kHeight);
-    content.setPreferredSize(preferred, kHeight);
-    view->moveToItem(&content);  // the press ends it
-    tap({300, 100});
-    view->moveToEnd();
-    EXPECT_EQ(content.size().width(), width);
-    EXPECT_EQ(inner()->x(), width - kWidth);
-  }
-  view->setWidget(nullptr);
-  EXPECT_EQ(content.preferredWidth(), 700) << "it was written to";
-}
-
-// Rows in a column: a tap reaches everything under it once, in its own coordinates.
-TEST_F(PannableViewTest, ATapReachesAViewInAViewAndMayEndIt) {
-  auto* column = new QGraphicsWidget;
-  column->resize(400, 1000);
-  auto* row = new PannableView(Qt::Horizontal, kWidth, kHeight, column);
-  row->setWidget(strip);
-  view->setWidget(column);  // leaves alone what is elsewhere by now
-  QSignalSpy outer(view, &PannableView::tapped), inside(row, &PannableView::tapped);
-  tap({210, 120});
-  EXPECT_EQ(outer.count() + inside.count(), 2);
-  EXPECT_TRUE(strip->posters()[1]->isChosen());
-  EXPECT_EQ(strip->posters()[1]->lastPress(), QPointF(30, 120));
-  view->setWidget(nullptr);
-  EXPECT_TRUE(!column->scene() && !column->parentItem());
-  delete column;
-  QObject::connect(view, &PannableView::tapped, view, [this] { delete view; });
-  tap({100, 100});
-  EXPECT_TRUE(view.isNull());
 }
 
 }  // namespace

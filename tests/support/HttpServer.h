@@ -23,13 +23,10 @@ class HttpServer {
     std::string method, path, headers, body;
   };
 
-  explicit HttpServer(int port = 0) : m_thread([=] { serve(port); }) { m_listens.acquire(); }
-  ~HttpServer() { stop(); }
-
-  /// Refuses every connection from now on.
-  void stop() {
+  HttpServer() : m_thread([this] { serve(); }) { m_listens.acquire(); }
+  ~HttpServer() {
     m_stopped = true;
-    if (m_thread.joinable()) m_thread.join();
+    m_thread.join();
   }
 
   /// What to answer `path` with, to the byte; nothing at all, and never, for the empty text. After
@@ -65,10 +62,10 @@ class HttpServer {
     size_t pauseAfter = 0;
   };
 
-  void serve(int port) {
+  void serve() {
     QTcpServer listener;
     listener.setProxy(QNetworkProxy::NoProxy);
-    if (!listener.listen(QHostAddress::LocalHost, static_cast<quint16>(port))) abort();
+    if (!listener.listen(QHostAddress::LocalHost)) abort();
     m_port = listener.serverPort();
     m_listens.release();
     while (!m_stopped)

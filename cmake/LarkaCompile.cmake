@@ -18,7 +18,7 @@ if(NOT LARKA_SANITIZE)
                          $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
   target_link_options(larka_compile INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
 endif()
-# Names deprecated after this release of the toolkit are warned about, earlier ones don't exist.
+# Names that were deprecated after this release of Qt cause warnings; older ones don't exist.
 target_compile_definitions(larka_compile INTERFACE QT_NO_CAST_TO_ASCII
                            QT_DEPRECATED_WARNINGS)
 

@@ -20,7 +20,7 @@ esac
 # shellcheck disable=SC2086
 ensure_packages $build_packages $test_packages
 if [ "$preset" = dev ]; then
-  # First, so that a changed interface is not told by a heap of other errors.
+  # First, so that a changed interface isn't hidden among other errors.
   build_preset dev larkabrowser
   scripts/abi.sh check build/dev/src/liblarkabrowser-*-linux.so.0 || exit 1
 fi

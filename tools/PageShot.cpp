@@ -232,7 +232,7 @@ bool PageShot::settled() {
   return m_pumped > std::max(m_active, m_painted);
 }
 
-// A page may go on loading anew, itself or its frames, and never come to rest.
+// A page may keep loading again, itself or its frames, and never come to rest.
 bool PageShot::isRestless() const {
   const std::chrono::seconds timeout(m_options.timeoutSeconds);
   const milliseconds wait(m_options.waitMilliseconds);

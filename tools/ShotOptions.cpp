@@ -248,7 +248,7 @@ std::string parseOptions(int argc, char** argv, ShotOptions* options) {
   const std::vector<Option> withValues = optionsWithValues(options, &asked);
   for (const Option& option : withValues) parser.addOption(option.option);
   parser.addOptions({{"quiet", "say nothing but errors"},
-                     {"verbose", "show the engine's own diagnostics"},
+                     {"verbose", "show QtWebKit's own diagnostics"},
                      {{"h", "help"}, "show this text"},
                      {"version", "show the version"}});
 

@@ -23,8 +23,8 @@ void openStandardStreams() {
 
 enum Status { kRendered = 0, kFailed = 1, kWrongUsage = 2, kIncomplete = 3 };
 
-/// The exit status: also that of a failure where what was said on standard output hasn't arrived
-/// there, which is told on `errors`.
+/// Returns the exit status. It is that of a failure if standard output could not be written, which
+/// is reported on `errors`.
 int exitStatus(Status status, FILE* errors) {
   if (fflush(stdout) == 0 && !ferror(stdout)) return status;
   fprintf(errors, "larka-shot: can't write to the standard output\n");

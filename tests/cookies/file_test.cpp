@@ -43,9 +43,9 @@ class CookieFileTest : public testing::Test {
 TEST_F(CookieFileTest, IsWrittenAfterABurstAndEveryTenSecondsOfASteadyStream) {
   test::Clock::stop();
   set("burst=1");
-  test::Clock::pass(1900);
+  test::Clock::pass(1850);  // Qt fires a timer up to 5 % early or late
   EXPECT_TRUE(bytes().isEmpty());
-  test::Clock::pass(200);
+  test::Clock::pass(300);
   const QByteArray burst = bytes();
   EXPECT_TRUE(burst.contains("burst"));
   int time = 0;

@@ -74,7 +74,7 @@ TEST_F(PannableViewTest, ASwipeKeepsToTheDirectionItMostlyHasAndSlowsDown) {
     inner()->setPos(from);
     QSignalSpy moved(view, &PannableView::posChanged);
     swipe({280, 190}, by, milliseconds);
-    EXPECT_TRUE(moved.isEmpty() || !view->isScrolling()) << "dragging is not told";
+    EXPECT_TRUE(moved.isEmpty() || !view->isScrolling()) << "dragging sends no signal";
     EXPECT_NEAR(Clock::passUntil([this] { return !view->isScrolling(); }), glides, 40);
     Clock::pass(900);
     EXPECT_EQ(inner()->pos().toPoint(), end) << from.x() << by.x();

@@ -41,13 +41,13 @@ inline std::string readFile(const std::string& path) {
   return std::string((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
 }
 
-/// A listener that writes down what it is told, as "OnTitleChanged Demo".
+/// A listener that writes its events down, as "OnTitleChanged Demo".
 class Recorder : public LARKA::CallbacksAdapter {
  public:
   std::vector<std::string> events;
   std::function<void(const std::string&)> onEvent;  // called after each event is written down
   std::string promptAnswer, chosenFile, larkaAnswer;
-  std::vector<LARKA::LarkaPluginWidget> plugins;  // that were told
+  std::vector<LARKA::LarkaPluginWidget> plugins;  // that were announced
   bool confirms = false, answersPrompt = false;
   int dirty = 0;
   LARKA::ILarkaBrowser* dirtyBrowser = nullptr;  // of the last OnDirty

@@ -15,8 +15,8 @@
 
 namespace test {
 
-/// Answers each path as it was told to beforehand, one request a connection, and keeps what came
-/// in.
+/// Answers each path as set with answer() or page(), one request a connection, and keeps the
+/// requests.
 class HttpServer {
  public:
   struct Request {

@@ -166,6 +166,7 @@ class PageTest : public test::BrowserTest {
     // The host and its listeners.
     if (word == "events" || word == "heard") return events(rest, word == "events");
     if (word == "pump") return host.manager->PumpEvents(), kDone;
+    if (word == "shell") return yes(system(text.c_str()) == 0);
     if (word == "settle") return settle(), kDone;
     if (word == "browser")
       return destroy(true), browser = host.createBrowser(&recorder, 640, 360, text == "larka"),

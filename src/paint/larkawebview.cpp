@@ -163,7 +163,12 @@ void LarkaWebView::paintPage(const std::vector<DirtyRect>& rects,
                              const QStyleOptionGraphicsItem* option, QWidget* widget) {
   QPainter painter(pageImage());
   painter.setRenderHints(kRenderHints, true);
-  if (!m_fullScreenElement.isNull()) return paintElement(&painter);
+  if (!m_fullScreenElement.isNull()) {
+    QRect bounds;
+    for (const DirtyRect& each : rects) bounds |= each.rect;
+    painter.setClipRect(bounds);
+    return paintElement(&painter);
+  }
   for (const auto& [rect, margin] : rects) {
     const QRect painted = rect & pageImage()->rect();
     painter.setClipRect(painted, Qt::ReplaceClip);

@@ -35,8 +35,10 @@ class BarePage : public Page {
   void load(const std::string& url) override {
     m_page.mainFrame()->load(QUrl::fromEncoded(url.c_str()));
   }
+  // Without the null QtWebKit turns the script's value into a QVariant: an element with all that
+  // can be reached from it takes a second.
   void script(const std::string& code) override {
-    m_page.mainFrame()->evaluateJavaScript(QString::fromStdString(code));
+    m_page.mainFrame()->evaluateJavaScript(QString::fromStdString(code + ";null"));
   }
   void type(char letter) override {
     for (const auto kind : {QEvent::KeyPress, QEvent::KeyRelease}) {

@@ -22,16 +22,17 @@ const char kUsage[] =
     "usage: larka-bench [options]\n"
     "Compares the library with QtWebKit alone and prints a table.\n"
     "\n"
-    "  --pairs N      how often each side is measured (default: 5)\n"
+    "  --pairs N      how often each side is measured (default: 4)\n"
     "  --only TEXT    only scenarios with this text in their names, or only the loop run or pump\n"
     "  --against DIR  compare with the library in this directory, not with QtWebKit alone\n"
-    "  --csv          print every measurement, not the table\n";
+    "  --csv          print every measurement, not the table";
 
 struct Options {
-  int pairs = 5;
+  int pairs = 4;
   std::string only;
   std::string against;
   bool csv = false;
+  bool help = false;
 };
 
 struct Scenario {
@@ -46,23 +47,23 @@ const Scenario kScenarios[] = {
     {"start to first image: portal", "run", "start", kPortal, ""},
     {"start to first image: portal", "pump", "start", kPortal, ""},
     {"start to first image: article", "run", "start", kPages + "article.html", ""},
-    {"larka-shot: portal", "pump", "shot", kPortal, kImageFile},
+    {"larka-shot: portal", "-", "shot", kPortal, kImageFile},
     {"input", "run", "input", kPages + "field.html", ""},
     {"input", "pump", "input", kPages + "field.html", ""},
     {"full-view canvas", "run", "animation", kPages + "canvas-full.html", ""},
     {"full-view canvas", "pump", "animation", kPages + "canvas-full.html", ""},
     {"200x200 canvas", "run", "animation", kPages + "canvas-small.html", ""},
     {"200x200 canvas", "pump", "animation", kPages + "canvas-small.html", ""},
-    {"200x200 canvas, 16 browsers", "run", "crowd", kPages + "canvas-small.html",
+    {"200x200 canvas, 15 more open", "run", "crowd", kPages + "canvas-small.html",
      kPages + "still.html"},
     {"moving row of posters", "run", "animation", kPages + "posters.html", ""},
     {"moving row of posters", "pump", "animation", kPages + "posters.html", ""},
     {"two opposite corners", "run", "animation", kPages + "boxes.html?corners", ""},
     {"ten scattered boxes", "run", "animation", kPages + "boxes.html?scattered", ""},
     {"scrolling article", "run", "animation", kPages + "article.html?scroll", ""},
-    {"still page", "run", "animation", kPages + "still.html", ""},
-    {"still page", "pump", "animation", kPages + "still.html", ""},
-    {"memory: portal", "run", "memory", kPortal, ""},
+    {"still page", "run", "still", kPages + "still.html", ""},
+    {"still page", "pump", "still", kPages + "still.html", ""},
+    {"memory: portal", "-", "memory", kPortal, ""},
 };
 
 /// The results of one measure: for both sides one of each pair.
@@ -85,6 +86,18 @@ double median(const std::vector<double>& values) { return quantile(values, 0.5);
 
 double spread(const std::vector<double>& values) {
   return quantile(values, 0.75) - quantile(values, 0.25);
+}
+
+std::string text(const char* format, double value) {
+  char buffer[32];
+  snprintf(buffer, sizeof(buffer), format, value);
+  return buffer;
+}
+
+std::string withQuartiles(const std::vector<double>& values) {
+  const char* format = median(values) < 10 ? "%.2f" : "%.1f";
+  return text(format, median(values)) + " (" + text(format, quantile(values, 0.25)) + " to " +
+         text(format, quantile(values, 0.75)) + ")";
 }
 
 double nowMilliseconds() {
@@ -120,15 +133,15 @@ class Bench {
   }
 
   void printTable() const {
-    const char* other = m_options.against.empty() ? "QtWebKit alone" : "other library";
-    printf("| %-31s | loop | %-20s | %-22s | %-22s | %-6s | %-9s |\n", "what", "measure", other,
-           "library", "ratio", "frames/s");
-    printf("|---|---|---|---|---|---|---|\n");
+    printRow({"what", "loop", "measure", m_options.against.empty() ? "QtWebKit alone" : "other",
+              "library", "ratio", "difference", "frames/s"});
+    printf("|---|---|---|---|---|---|---|---|\n");
     for (const Row& row : m_rows)
-      if (row.measure != kFrames) printRow(row);
+      if (row.measure != kFrames) printRow(cells(row));
     printf(
-        "\nMedians of %d pairs, in brackets the quartiles. ~ means that a side's quartiles lie "
-        "further apart\nthan the medians of the two sides.\n",
+        "\nMedians of %d pairs, in brackets the quartiles; of the frames the medians of both "
+        "sides. "
+        "~ means that\nthe quartiles of one side lie further apart than the medians of both.\n",
         m_options.pairs);
   }
 
@@ -154,15 +167,17 @@ class Bench {
 
   std::string command(const Scenario& scenario, int side) const {
     const bool bare = side == 0 && m_options.against.empty();
-    std::string words = "exec env ";
-    if (side == 0 && !bare) words += "LD_LIBRARY_PATH='" + m_options.against + "' ";
+    std::vector<std::string> words = {"exec", "env"};
+    if (side == 0 && !bare) words.push_back("LD_LIBRARY_PATH=" + m_options.against);
     if (scenario.kind == "shot" && !bare)
-      return words + LARKA_SHOT " --quiet -o " + scenario.more + " " + scenario.page;
-    words += bare ? LARKA_BARE_PROBE : LARKA_PROBE;
-    for (const std::string& word :
-         {scenario.loop, scenario.kind, scenario.page, std::to_string(nowMilliseconds())})
-      words += " '" + word + "'";
-    return words + " '" + scenario.more + "' 2>/dev/null";
+      words.insert(words.end(), {LARKA_SHOT, "--quiet", "-o", scenario.more, scenario.page});
+    else
+      words.insert(words.end(), {bare ? LARKA_BARE_PROBE : LARKA_PROBE,
+                                 scenario.loop == "pump" ? "pump" : "run", scenario.kind,
+                                 scenario.page, std::to_string(nowMilliseconds()), scenario.more});
+    std::string line;
+    for (const std::string& word : words) line += "'" + word + "' ";
+    return line + "2>/dev/null";
   }
 
   /// Runs one process and notes what it prints. Only the whole process of a picture is measured
@@ -196,28 +211,28 @@ class Bench {
     row->sides[side].push_back(value);
   }
 
-  void printRow(const Row& row) const {
+  std::vector<std::string> cells(const Row& row) const {
     const double other = median(row.sides[0]), library = median(row.sides[1]);
     const double widest = std::max(spread(row.sides[0]), spread(row.sides[1]));
-    char ratio[32];
-    snprintf(ratio, sizeof(ratio), "%.2f%s", library / other,
-             widest > std::fabs(library - other) ? " ~" : "");
-    std::string cells[2], frames;
-    for (int side = 0; side < 2; ++side) {
-      char cell[64];
-      snprintf(cell, sizeof(cell), "%.2f (%.2f to %.2f)", median(row.sides[side]),
-               quantile(row.sides[side], 0.25), quantile(row.sides[side], 0.75));
-      cells[side] = cell;
-    }
-    for (const Row& each : m_rows) {
-      if (each.scenario != row.scenario || each.measure != kFrames) continue;
-      char cell[64];
-      snprintf(cell, sizeof(cell), "%.0f, %.0f", median(each.sides[0]), median(each.sides[1]));
-      frames = cell;
-    }
-    printf("| %-31s | %-4s | %-20s | %-22s | %-22s | %-6s | %-9s |\n", row.scenario->name.c_str(),
-           row.scenario->loop.c_str(), row.measure.c_str(), cells[0].c_str(), cells[1].c_str(),
-           ratio, frames.c_str());
+    const bool unclear = widest > std::fabs(library - other);
+    std::string frames;
+    for (const Row& each : m_rows)
+      if (each.scenario == row.scenario && each.measure == kFrames)
+        frames = text("%.0f", median(each.sides[0])) + ", " + text("%.0f", median(each.sides[1]));
+    return {row.scenario->name,
+            row.scenario->loop,
+            row.measure,
+            withQuartiles(row.sides[0]),
+            withQuartiles(row.sides[1]),
+            text("%.2f", library / other) + (unclear ? " ~" : ""),
+            text("%+.2f", library - other),
+            frames};
+  }
+
+  static void printRow(const std::vector<std::string>& cells) {
+    const int widths[] = {30, 4, 21, 22, 22, 6, 10, 8};
+    for (size_t i = 0; i < cells.size(); ++i) printf("| %-*s ", widths[i], cells[i].c_str());
+    printf("|\n");
   }
 
   Options m_options;
@@ -225,16 +240,16 @@ class Bench {
 };
 
 bool parse(int argc, char** argv, Options* options) {
-  const option known[] = {{"pairs", required_argument, nullptr, 'p'},
-                          {"only", required_argument, nullptr, 'o'},
-                          {"against", required_argument, nullptr, 'a'},
-                          {"csv", no_argument, nullptr, 'c'},
-                          {nullptr, 0, nullptr, 0}};
+  const option known[] = {
+      {"pairs", required_argument, nullptr, 'p'},   {"only", required_argument, nullptr, 'o'},
+      {"against", required_argument, nullptr, 'a'}, {"csv", no_argument, nullptr, 'c'},
+      {"help", no_argument, nullptr, 'h'},          {nullptr, 0, nullptr, 0}};
   for (int found; (found = getopt_long(argc, argv, "", known, nullptr)) != -1;) {
     if (found == 'p') options->pairs = atoi(optarg);
     if (found == 'o') options->only = optarg;
     if (found == 'a') options->against = optarg;
     if (found == 'c') options->csv = true;
+    if (found == 'h') options->help = true;
     if (found == '?') return false;
   }
   return optind == argc && options->pairs > 0;
@@ -245,7 +260,13 @@ bool parse(int argc, char** argv, Options* options) {
 int main(int argc, char** argv) {
   Options options;
   if (!parse(argc, argv, &options)) {
-    fputs(kUsage, stderr);
+    fprintf(stderr, "%s\n", kUsage);
+    return 2;
+  }
+  if (options.help) return puts(kUsage) < 0;
+  // Without this the library would be compared with itself.
+  if (!options.against.empty() && access((options.against + "/" LARKA_LIBRARY).c_str(), R_OK)) {
+    fprintf(stderr, "larka-bench: no " LARKA_LIBRARY " in %s\n", options.against.c_str());
     return 2;
   }
   Bench bench(options);

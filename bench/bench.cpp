@@ -139,9 +139,8 @@ class Bench {
     for (const Row& row : m_rows)
       if (row.measure != kFrames) printRow(cells(row));
     printf(
-        "\nMedians of %d pairs, in brackets the quartiles; of the frames the medians of both "
-        "sides. "
-        "~ means that\nthe quartiles of one side lie further apart than the medians of both.\n",
+        "\nMedians of %d pairs, in brackets the quartiles; frames of both sides. ~ means that the\n"
+        "quartiles of one side lie further apart than the two medians.\n",
         m_options.pairs);
   }
 
@@ -180,8 +179,7 @@ class Bench {
     return line + "2>/dev/null";
   }
 
-  /// Runs one process and notes what it prints. Only the whole process of a picture is measured
-  /// from here.
+  /// Runs one process and notes what it prints. Only "shot" is measured from here.
   void measure(const Scenario& scenario, int side) {
     const double started = nowMilliseconds(), cpu = childrensCpuMilliseconds();
     const std::string what = command(scenario, side);

@@ -829,11 +829,8 @@ void LarkaBrowser::addRect(const QRect& rect) {
   if (m_webView) m_webView->AddRect(rect);
 }
 
-// A scroll repaints everything, whatever has moved.
-void LarkaBrowser::scrollRequested(int, int, const QRect&) {
-  if (!m_webView) return;
-  m_webView->AddRect(QRect(QPoint(0, 0), m_webView->size().toSize()));
-  m_webView->update();
+void LarkaBrowser::scrollRequested(int dx, int dy, const QRect& rect) {
+  if (m_webView) m_webView->scrollBy(QPoint(dx, dy), rect);
 }
 
 void LarkaBrowser::repaintRequested(const QRect& rect) { notifyOnDirty(rect); }

@@ -12,6 +12,8 @@ namespace {
 // text. QtWebKit walks the page's tree for each paint, and paints whole runs of text.
 const qint64 kPixelsOfAPaint = 80000;
 
+const int kTallestLine = 240;
+const int kSharpEdges = 2;
 const size_t kMost = 64;  // more only make the comparison slow
 
 qint64 costOf(const DirtyRect& part) {
@@ -22,7 +24,7 @@ qint64 costOf(const DirtyRect& part) {
 /// but glyphs reach beyond them. How far depends on the font size, which is at most about the
 /// height of the box: none of ten fonts, upright or italic, needed more than a fifth of it.
 int overhang(const QRect& rect) {
-  const int kTallestLine = 240, kUsualLine = 100, kSharpEdges = 2;
+  const int kUsualLine = 100;
   return kSharpEdges + (rect.height() > kTallestLine ? kUsualLine : rect.height()) / 4;
 }
 
@@ -35,9 +37,20 @@ DirtyRect merged(const DirtyRect& a, const DirtyRect& b) {
 void DirtyRects::add(const QRect& rect) {
   if (rect.isEmpty()) return;
   const int margin = overhang(rect);
-  const DirtyRect added = {rect.adjusted(-margin, -margin, margin, margin), margin};
+  add({rect.adjusted(-margin, -margin, margin, margin), margin});
+}
+
+void DirtyRects::addExposed(const QRect& rect) {
+  add({rect.adjusted(-kSharpEdges, -kSharpEdges, kSharpEdges, kSharpEdges), kTallestLine / 4});
+}
+
+void DirtyRects::extend(const QMargins& margins) {
+  for (DirtyRect& each : m_rects) each.rect += margins;
+}
+
+void DirtyRects::add(const DirtyRect& added) {
   for (const DirtyRect& other : m_rects)
-    if (other.rect.contains(added.rect) && other.margin >= margin) return;
+    if (other.rect.contains(added.rect) && other.margin >= added.margin) return;
   m_rects.push_back(added);
   if (m_rects.size() > kMost) m_rects = {bounds()};
 }

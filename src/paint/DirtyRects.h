@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QMargins>
 #include <QRect>
 #include <vector>
 
@@ -18,11 +19,18 @@ class DirtyRects {
   /// Adds a rectangle that QtWebKit announced, with a margin around it.
   void add(const QRect& rect);
 
+  /// Adds a part that comes into view. Text around it may reach into it.
+  void addExposed(const QRect& rect);
+
+  /// Makes the rectangles larger that were added so far.
+  void extend(const QMargins& margins);
+
   /// Returns the rectangles to paint, which cover all that were added, and forgets them. They may
   /// overlap.
   std::vector<DirtyRect> take();
 
  private:
+  void add(const DirtyRect& added);
   DirtyRect bounds() const;
   void mergeNeighbours();
 

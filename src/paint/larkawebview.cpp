@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "paint/larkawebview.h"
 
+#include <QCoreApplication>
 #include <QFocusEvent>
+#include <QGraphicsScene>
+#include <QGraphicsView>
 #include <QMutexLocker>
 #include <QPaintDevice>
 #include <QPainter>
@@ -21,6 +24,7 @@ namespace LARKA {
 
 namespace {
 
+const QEvent::Type kPaint = static_cast<QEvent::Type>(QEvent::registerEventType());
 const QImage::Format kImageFormat = QImage::Format_ARGB32_Premultiplied;
 const int kMaxPendingRects = 20;
 const int kFullScreenWatchMilliseconds = 100;
@@ -60,6 +64,7 @@ void clear(QPainter* painter, const QRect& rect) {
 
 LarkaWebView::LarkaWebView() {
   setAutoFillBackground(false);
+  setOpacity(0);  // the scene ignores updates of an item that it can't see
   connect(&m_animations, SIGNAL(finished()), this, SLOT(AnimationFinished()));
   connect(&m_fullScreenWatch, &QTimer::timeout, this, &LarkaWebView::leaveFullScreenWithItsElement);
   m_fullScreenWatch.setInterval(kFullScreenWatchMilliseconds);
@@ -74,43 +79,72 @@ LarkaWebView::~LarkaWebView() {
   StopAnimation();
 }
 
-// QtWebKit schedules the item's update first and emits the changed rectangle later, through a
-// queued connection. The paint may be over by then, so schedule another one.
 void LarkaWebView::AddRect(const QRect& rect) {
+  m_pendingRects.add(rect);
   {
     QMutexLocker lock(&m_mutex);
     m_pendingRegion += rect;
-    m_pendingRects.add(rect);
     if (m_pendingRegion.rectCount() > kMaxPendingRects)
       m_pendingRegion = m_pendingRegion.boundingRect();
   }
-  update(rect);
+  schedulePaint();
 }
 
-QRegion LarkaWebView::takePendingRegion(std::vector<DirtyRect>* rects) {
+// For the host, a scroll changes everything.
+void LarkaWebView::scrollBy(const QPoint& delta, const QRect& rect) {
+  m_scroll.add(delta, rect);
+  {
+    QMutexLocker lock(&m_mutex);
+    m_pendingRegion = QRect(QPoint(0, 0), size().toSize());
+  }
+  schedulePaint();
+}
+
+// All rectangles that the page announces in one turn of the event loop arrive before an event of
+// low priority, so one paint does for all.
+void LarkaWebView::schedulePaint() {
+  if (m_paintScheduled) return;
+  m_paintScheduled = true;
+  QCoreApplication::postEvent(this, new QEvent(kPaint), Qt::LowEventPriority);
+}
+
+bool LarkaWebView::event(QEvent* event) {
+  if (event->type() == QEvent::GraphicsSceneResize) schedulePaint();  // it may have had no size
+  if (event->type() != kPaint) return QGraphicsWebView::event(event);
+  m_paintScheduled = false;
+  if (scene() && !scene()->views().isEmpty())
+    paintPending(scene()->views().first()->viewport()->size());
+  return true;
+}
+
+QRegion LarkaWebView::takePendingRegion() {
   QMutexLocker lock(&m_mutex);
-  *rects = m_pendingRects.take();
   QRegion region;
   region.swap(m_pendingRegion);
   return region;
 }
 
-void LarkaWebView::paint(QPainter* painter, const QStyleOptionGraphicsItem* option,
-                         QWidget* widget) {
-  const QSize device(painter->device()->width(), painter->device()->height());
+void LarkaWebView::paint(QPainter* painter, const QStyleOptionGraphicsItem*, QWidget*) {
+  paintPending(QSize(painter->device()->width(), painter->device()->height()));
+}
+
+void LarkaWebView::paintPending(const QSize& device) {
   if (!hasPageImage() && imageSize(device).isEmpty()) return;  // the view has no size yet
   leaveFullScreenWithItsElement();
-  std::vector<DirtyRect> rects;
-  QRegion region = takePendingRegion(&rects);
+  QRegion region = takePendingRegion();
   if (region.isEmpty()) return;
   countFrame();
 
-  if (!hasPageImage()) {
-    createImages(imageSize(device));
-    region += pageImage()->rect();  // a new image has undefined pixels
-    rects = {{pageImage()->rect(), 0}};
+  const bool isFirst = !hasPageImage();
+  if (isFirst) createImages(imageSize(device));
+  const QPoint position = page()->mainFrame()->scrollPosition();
+  if (isFirst || !moveScrolled(position)) {
+    m_pendingRects.add(pageImage()->rect());
+    region += pageImage()->rect();
   }
-  paintPage(rects, option, widget);
+  paintPage(m_pendingRects.take());
+  // Painting lays the page out, which may scroll it.
+  m_scroll.painted(position, page()->mainFrame()->scrollPosition() == position);
   if (!m_animating) m_flipRegion += region;
   if (!m_fullScreenElement.isNull() && m_renderFullScreenElement) copyElementImage();
   m_lastPaint.start();
@@ -159,8 +193,17 @@ void LarkaWebView::createImages(const QSize& size) {
   m_spareImage = std::make_unique<QImage>(size, kImageFormat);
 }
 
-void LarkaWebView::paintPage(const std::vector<DirtyRect>& rects,
-                             const QStyleOptionGraphicsItem* option, QWidget* widget) {
+// Moves what was scrolled in the page image, for a page that now lies at `position`. Returns false
+// if the image has to be painted as a whole.
+bool LarkaWebView::moveScrolled(const QPoint& position) {
+  if (!m_fullScreenElement.isNull()) return !m_scroll.isPending();
+  if (!m_scroll.leadsTo(position, pageImage()->rect())) return false;
+  m_pendingRects.extend(m_scroll.reach());
+  for (const QRect& exposed : m_scroll.apply(pageImage())) m_pendingRects.addExposed(exposed);
+  return true;
+}
+
+void LarkaWebView::paintPage(const std::vector<DirtyRect>& rects) {
   QPainter painter(pageImage());
   painter.setRenderHints(kRenderHints, true);
   if (!m_fullScreenElement.isNull()) {
@@ -173,11 +216,11 @@ void LarkaWebView::paintPage(const std::vector<DirtyRect>& rects,
     const QRect painted = rect & pageImage()->rect();
     painter.setClipRect(painted, Qt::ReplaceClip);
     if (!hasOpaqueBase()) clear(&painter, painted);
-    // QtWebKit paints only boxes that touch the exposed rectangle. The one in `option` is what the
-    // hidden view exposed. Boxes beside the clip are included: their glyphs may reach into it.
-    QStyleOptionGraphicsItem pageOption(*option);
-    pageOption.exposedRect = painted.adjusted(-margin, -margin, margin, margin);
-    QGraphicsWebView::paint(&painter, &pageOption, widget);
+    // QtWebKit paints only boxes that touch the exposed rectangle. Boxes beside the clip are
+    // included: their glyphs may reach into it.
+    QStyleOptionGraphicsItem option;
+    option.exposedRect = painted.adjusted(-margin, -margin, margin, margin);
+    QGraphicsWebView::paint(&painter, &option);
   }
 }
 
@@ -204,7 +247,7 @@ QImage* LarkaWebView::hostImage() {
   return hasPageImage() ? pageImage() : nullptr;
 }
 
-void LarkaWebView::Update() { update(QRectF()); }
+void LarkaWebView::Update() { schedulePaint(); }
 
 void LarkaWebView::Navigate(const QUrl& url) { load(url); }
 

@@ -14,12 +14,14 @@
 #include <vector>
 
 #include "paint/DirtyRects.h"
+#include "paint/ScrollShift.h"
 
 namespace LARKA {
 
-/// The item of a page in the hidden scene. Whenever the scene's view repaints the item, it paints
+/// The item of a page in the hidden scene. From the event loop, after all other events, it paints
 /// what the page wants repainted into an image of its own, which the host reads, and emits dirty().
-/// It paints nothing into the scene's view itself. The browser owns it, and it owns its page.
+/// It is transparent in the scene, so that no change of the page costs anything there. The browser
+/// owns it, and it owns its page.
 class LarkaWebView : public QGraphicsWebView {
   Q_OBJECT
   Q_PROPERTY(QRect flipRegion READ flipRegion WRITE setFlipRegion)
@@ -29,11 +31,17 @@ class LarkaWebView : public QGraphicsWebView {
   LarkaWebView();
   ~LarkaWebView() override;
 
+  /// Paints what is pending. Only called if somebody makes the item visible in the scene.
   void paint(QPainter* painter, const QStyleOptionGraphicsItem* option,
              QWidget* widget = nullptr) override;
 
+  bool event(QEvent* event) override;
+
   /// Adds to what the next paint repaints, in view pixels, and schedules a paint.
   void AddRect(const QRect& rect);
+
+  /// Has the next paint show that QtWebKit has scrolled `rect` by `delta`.
+  void scrollBy(const QPoint& delta, const QRect& rect);
 
   void Navigate(const QUrl& url);
 
@@ -60,13 +68,15 @@ class LarkaWebView : public QGraphicsWebView {
 
  private:
   void leaveFullScreenWithItsElement();
-  QRegion takePendingRegion(std::vector<DirtyRect>* rects);
+  void schedulePaint();
+  void paintPending(const QSize& device);
+  QRegion takePendingRegion();
   QSize imageSize(const QSize& device) const;
   void createImages(const QSize& size);
   void repaintAtRest();
   bool hasOpaqueBase() const;
-  void paintPage(const std::vector<DirtyRect>& rects, const QStyleOptionGraphicsItem* option,
-                 QWidget* widget);
+  bool moveScrolled(const QPoint& position);
+  void paintPage(const std::vector<DirtyRect>& rects);
   void paintElement(QPainter* painter);
   void copyElementImage();
   bool hasPageImage() const { return !m_pageImages.empty(); }
@@ -76,11 +86,13 @@ class LarkaWebView : public QGraphicsWebView {
   bool m_renderFullScreenElement = false;
   std::vector<std::unique_ptr<QImage>> m_pageImages;  // empty until the first paint, then one
   std::unique_ptr<QImage> m_fullScreenImage;
+  bool m_paintScheduled = false;
   QTimer m_restTimer;  // runs from a paint until the page has come to rest
   QElapsedTimer m_lastPaint;
   QTimer m_fullScreenWatch;   // runs while there is a full-screen element
   QRegion m_pendingRegion;    // guarded by m_mutex
-  DirtyRects m_pendingRects;  // what is painted of it; guarded by m_mutex
+  DirtyRects m_pendingRects;  // what is painted of it
+  ScrollShift m_scroll;
   QMutex m_mutex;
 
   // Kept for the contract; nothing here is used. There is no animation, no second image, and nobody

@@ -63,6 +63,18 @@ QNetworkProxy::ProxyType toolkitProxyType(ProxyType type) {
 /// The negative of a number; of the lowest one, itself.
 int negated(int number) { return static_cast<int>(0u - static_cast<unsigned>(number)); }
 
+/// Keeps the event loop turning while there are browsers: it is connected to nothing. They share it,
+/// because fifty of them would wake the process for nothing 1,500 times a second.
+std::shared_ptr<QTimer> sharedFrameTick() {
+  static std::weak_ptr<QTimer> shared;
+  std::shared_ptr<QTimer> tick = shared.lock();
+  if (!tick) {
+    shared = tick = std::make_shared<QTimer>();
+    tick->start(kFrameIntervalMilliseconds);
+  }
+  return tick;
+}
+
 // No page of QtWebKit's is longer, and with more its sums would overflow.
 const qint64 kLongestScroll = 1 << 25;
 
@@ -120,7 +132,7 @@ void LarkaBrowser::setDialogParent() {
 void LarkaBrowser::Initialize(int width, int height, const char* cookiePath,
                               const char* localStoragePath, bool createScriptObject,
                               SystemInfoData*) {
-  if (!m_webView || m_frameTimer) return;
+  if (!m_webView || m_frameTick) return;
   const WebKitCall call(m_pageUse);
   if (createScriptObject) makeScriptObject();
   if (cookiePath)
@@ -142,11 +154,7 @@ void LarkaBrowser::Initialize(int width, int height, const char* cookiePath,
   connectPage();
   PageStorage::instance()->addPage(page(), storage);
 
-  // Connected to nothing: it keeps the event loop turning at least this often.
-  m_frameTimer = new QTimer(this);
-  m_frameTimer->setInterval(kFrameIntervalMilliseconds);
-  m_frameTimer->setSingleShot(false);
-  m_frameTimer->start();
+  m_frameTick = sharedFrameTick();
 }
 
 void LarkaBrowser::makeScriptObject() {
@@ -789,7 +797,11 @@ void LarkaBrowser::Resize(int width, int height) {
   if (!m_webView) return;
   const WebKitCall call(m_pageUse);
   m_webView->resize(QSizeF(width, height));
-  if (m_webView && m_frameTimer) correctScreenSize(mainFrame(), m_webView->size().toSize());
+  if (!m_webView) return;
+  // Without a size nobody sees the page, and it needn't animate. It learns so by its own events.
+  page()->setVisibilityState(m_webView->size().isEmpty() ? QWebPage::VisibilityStateHidden
+                                                         : QWebPage::VisibilityStateVisible);
+  if (m_webView && m_frameTick) correctScreenSize(mainFrame(), m_webView->size().toSize());
 }
 
 void LarkaBrowser::SetGlobalSurface(char*) {
@@ -839,7 +851,7 @@ void LarkaBrowser::notifyOnDirty(const QRect& rect) {
   if (!m_webView) return;
   // The event loop is turning anyway. The timer starts again, so that an animation isn't woken for
   // it.
-  if (m_frameTimer) m_frameTimer->start();
+  if (m_frameTick) m_frameTick->start();
   const QPointer<LarkaBrowser> self(this);
   m_listeners.notify([&](ILarkaCallbacks* listener) {
     listener->OnDirty(this);

@@ -12,6 +12,7 @@
 #include <QWebPage>
 #include <QWebSettings>
 #include <functional>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -225,7 +226,7 @@ class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
   QWebFrame* mainFrame() const;
 
   LarkaWebView* m_webView = nullptr;
-  QTimer* m_frameTimer = nullptr;
+  std::shared_ptr<QTimer> m_frameTick;  // null until Initialize
   StackUse m_pageUse = StackUse::partOf(webKitUse());
   Listeners m_listeners{this, m_pageUse};
   Navigation m_navigation{this, m_pageUse};

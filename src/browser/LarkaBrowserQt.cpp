@@ -200,7 +200,7 @@ void LarkaBrowser::connectPage() {
   connect(page(), SIGNAL(repaintRequested(QRect)), this, SLOT(addRect(QRect)));
   connect(page(), SIGNAL(scrollRequested(int, int, QRect)), this,
           SLOT(scrollRequested(int, int, QRect)));
-  connect(m_webView, SIGNAL(dirty(QRect)), this, SLOT(notifyOnDirty(QRect)), Qt::QueuedConnection);
+  connect(m_webView, SIGNAL(dirty(QRect)), this, SLOT(notifyOnDirty(QRect)));
 }
 
 void LarkaBrowser::frameCreated(QWebFrame* frame) {

@@ -72,12 +72,18 @@ bool postponesDestruction(QEvent* event, QObject* object, const StackUse& calls)
   return false;
 }
 
+QEvent::Type endOfPump() {
+  static const int type = QEvent::registerEventType();
+  return static_cast<QEvent::Type>(type);
+}
+
 void pump(QEventLoop::ProcessEventsFlags flags, bool everything) {
   if (!QCoreApplication::instance()) return;
   if (!webKitUse().isIdle()) DestructionFilter::install();
   {
     const OnStack pumping(pumpUse());
     QCoreApplication::processEvents(flags);
+    QCoreApplication::sendPostedEvents(nullptr, endOfPump());
   }
   carryOutDestructions(everything);
 }

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QEvent>
 #include <QEventLoop>
 
 #include "host/StackUse.h"
 
-class QEvent;
 class QObject;
 
 namespace LARKA {
@@ -22,6 +22,10 @@ void destroyLater(QObject* object);
 /// wait, for the host's code that the object is calling (`calls`), for QtWebKit, or for the end of
 /// the outermost pump. The object's destruction is asked for again then.
 bool postponesDestruction(QEvent* event, QObject* object, const StackUse& calls);
+
+/// The type of an event that is delivered at the end of a pump, even if it was posted in that pump;
+/// other events wait for the next one.
+QEvent::Type endOfPump();
 
 /// Processes the events that are waiting, with `flags`. The outermost pump then destroys what
 /// destroyLater was called for and, if `everything` is set, what anyone asked Qt to destroy: Qt

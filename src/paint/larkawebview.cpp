@@ -18,13 +18,13 @@
 
 #include "FrameRate.h"
 #include "elements/WebElement.h"
+#include "host/Destruction.h"
 #include "host/HostEvents.h"
 
 namespace LARKA {
 
 namespace {
 
-const QEvent::Type kPaint = static_cast<QEvent::Type>(QEvent::registerEventType());
 const QImage::Format kImageFormat = QImage::Format_ARGB32_Premultiplied;
 const int kMaxPendingRects = 20;
 const int kFullScreenWatchMilliseconds = 100;
@@ -101,19 +101,19 @@ void LarkaWebView::scrollBy(const QPoint& delta, const QRect& rect) {
 }
 
 // All rectangles that the page announces in one turn of the event loop arrive before an event of
-// low priority, so one paint does for all.
+// low priority or the end of the pump, so one paint does for all.
 void LarkaWebView::schedulePaint() {
   if (m_paintScheduled) return;
   m_paintScheduled = true;
-  QCoreApplication::postEvent(this, new QEvent(kPaint), Qt::LowEventPriority);
+  QCoreApplication::postEvent(this, new QEvent(endOfPump()), Qt::LowEventPriority);
 }
 
 bool LarkaWebView::event(QEvent* event) {
   if (event->type() == QEvent::GraphicsSceneResize) schedulePaint();  // it may have had no size
-  if (event->type() != kPaint) return QGraphicsWebView::event(event);
+  if (event->type() != endOfPump()) return QGraphicsWebView::event(event);
   m_paintScheduled = false;
-  if (scene() && !scene()->views().isEmpty())
-    paintPending(scene()->views().first()->viewport()->size());
+  const QRect painted = paintPending();
+  if (!painted.isEmpty()) emit dirty(painted);  // whose receivers may delete this
   return true;
 }
 
@@ -124,19 +124,18 @@ QRegion LarkaWebView::takePendingRegion() {
   return region;
 }
 
-void LarkaWebView::paint(QPainter* painter, const QStyleOptionGraphicsItem*, QWidget*) {
-  paintPending(QSize(painter->device()->width(), painter->device()->height()));
-}
+void LarkaWebView::paint(QPainter*, const QStyleOptionGraphicsItem*, QWidget*) { schedulePaint(); }
 
-void LarkaWebView::paintPending(const QSize& device) {
-  if (!hasPageImage() && imageSize(device).isEmpty()) return;  // the view has no size yet
+// Returns the bounds of what has been announced and is painted now.
+QRect LarkaWebView::paintPending() {
+  if (!hasPageImage() && imageSize().isEmpty()) return QRect();  // the view has no size yet
   leaveFullScreenWithItsElement();
   QRegion region = takePendingRegion();
-  if (region.isEmpty()) return;
+  if (region.isEmpty()) return QRect();
   countFrame();
 
   const bool isFirst = !hasPageImage();
-  if (isFirst) createImages(imageSize(device));
+  if (isFirst) createImages(imageSize());
   const QPoint position = page()->mainFrame()->scrollPosition();
   if (isFirst || !moveScrolled(position)) {
     m_pendingRects.add(pageImage()->rect());
@@ -149,7 +148,7 @@ void LarkaWebView::paintPending(const QSize& device) {
   if (!m_fullScreenElement.isNull() && m_renderFullScreenElement) copyElementImage();
   m_lastPaint.start();
   if (!m_restTimer.isActive()) m_restTimer.start(kRestMilliseconds);
-  emit dirty(region.boundingRect());
+  return region.boundingRect();
 }
 
 // The rectangles that QtWebKit announces don't always cover what it changes: at fractions of
@@ -183,9 +182,10 @@ bool LarkaWebView::hasOpaqueBase() const {
   return page()->palette().brush(QPalette::Base).isOpaque();
 }
 
-QSize LarkaWebView::imageSize(const QSize& device) const {
-  return QSize(std::min(device.width(), static_cast<int>(size().width())),
-               std::min(device.height(), static_cast<int>(size().height())));
+QSize LarkaWebView::imageSize() const {
+  if (!scene() || scene()->views().isEmpty()) return QSize();
+  const QSize whole(static_cast<int>(size().width()), static_cast<int>(size().height()));
+  return whole.boundedTo(scene()->views().first()->viewport()->size());
 }
 
 void LarkaWebView::createImages(const QSize& size) {

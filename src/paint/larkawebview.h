@@ -31,7 +31,7 @@ class LarkaWebView : public QGraphicsWebView {
   LarkaWebView();
   ~LarkaWebView() override;
 
-  /// Paints what is pending. Only called if somebody makes the item visible in the scene.
+  /// Schedules a paint. Nothing is painted into the scene's view.
   void paint(QPainter* painter, const QStyleOptionGraphicsItem* option,
              QWidget* widget = nullptr) override;
 
@@ -60,7 +60,7 @@ class LarkaWebView : public QGraphicsWebView {
   void keepPageFocused();
 
  signals:
-  /// Emitted when the page image was repainted within `rect`.
+  /// Emitted after the page image was repainted within `rect`, when QtWebKit is no longer painting.
   void dirty(const QRect& rect);
 
  protected:
@@ -69,9 +69,9 @@ class LarkaWebView : public QGraphicsWebView {
  private:
   void leaveFullScreenWithItsElement();
   void schedulePaint();
-  void paintPending(const QSize& device);
+  QRect paintPending();
   QRegion takePendingRegion();
-  QSize imageSize(const QSize& device) const;
+  QSize imageSize() const;
   void createImages(const QSize& size);
   void repaintAtRest();
   bool hasOpaqueBase() const;

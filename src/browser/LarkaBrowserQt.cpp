@@ -37,6 +37,7 @@
 #include "network/NetworkAccessManager.h"
 #include "page/WebPage.h"
 #include "page/WindowObjects.h"
+#include "paint/FocusRing.h"
 #include "paint/HiddenView.h"
 #include "paint/larkawebview.h"
 #include "plugins/PluginFactory.h"
@@ -117,6 +118,7 @@ void LarkaBrowser::installPage(QNetworkAccessManager* manager) {
   page->setNetworkAccessManager(manager);
   page->setPalette(QApplication::palette("QWebView"));
   m_webView->keepPageFocused();
+  new FocusRing(page);
 }
 
 // Dialogs that QtWebKit would open for a person are refused there.

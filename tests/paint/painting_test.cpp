@@ -80,7 +80,8 @@ a{position:absolute;top:330px;color:#9cf}a:focus{outline:3px solid #fc0}
 for (i = 0; i < 40; i++) document.write('<div class=cell id=c' + i + ' style="left:' +
   (i % 10) * 62 + 'px;top:' + Math.floor(i / 10) * 70 + 'px">' + i + '</div>')
 </script><a href=#1 style="left:10px">one</a><a href=#2 style="left:120px">two</a>
-<div id=mover></div>)";
+<input type=checkbox style="position:absolute;left:230px;top:335px"><div id=mover></div>
+<p style="position:absolute;left:330px;top:290px"><b tabindex=0><img width=40 height=30></b>)";
 
 TEST_F(PaintingTest, ThePageImageIsNeverStale) {
   ASSERT_TRUE(loadAndStop(kPage));

@@ -607,13 +607,19 @@ std::string LarkaBrowser::GetTitle() {
   return m_webView ? toHost(m_webView->title()) : std::string();
 }
 
-// Only single quotes are escaped; hosts rely on that.
+// Only single quotes are escaped; hosts rely on that. A script without a result gives an empty
+// text, and no error on the console.
 std::string LarkaBrowser::ExecuteJavascript(const char* script) {
   if (!m_webView) return std::string();
   const WebKitCall call(m_pageUse);
   QString escaped = fromHost(script);
   escaped.replace(QLatin1Char('\''), QLatin1String("\\'"));
-  const QString code = QLatin1String("eval('") + escaped + QLatin1String("').toString();");
+  const QString code =
+      QLatin1String(
+          "(function(result) {"
+          "  return result === void 0 || result === null ? void 0 : result.toString();"
+          "})(eval('") +
+      escaped + QLatin1String("'));");
   return toHost(mainFrame()->evaluateJavaScript(code).toString());
 }
 

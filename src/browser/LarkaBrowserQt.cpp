@@ -39,6 +39,7 @@
 #include "page/WindowObjects.h"
 #include "paint/FocusRing.h"
 #include "paint/HiddenView.h"
+#include "paint/UserStyleSheet.h"
 #include "paint/larkawebview.h"
 #include "plugins/PluginFactory.h"
 #include "storage/PageStorage.h"
@@ -64,8 +65,8 @@ QNetworkProxy::ProxyType toolkitProxyType(ProxyType type) {
 /// The negative of a number; of the lowest one, itself.
 int negated(int number) { return static_cast<int>(0u - static_cast<unsigned>(number)); }
 
-/// Keeps the event loop turning while there are browsers: it is connected to nothing. They share it,
-/// because fifty of them would wake the process for nothing 1,500 times a second.
+/// Keeps the event loop turning while there are browsers: it is connected to nothing. They share
+/// it, because fifty of them would wake the process for nothing 1,500 times a second.
 std::shared_ptr<QTimer> sharedFrameTick() {
   static std::weak_ptr<QTimer> shared;
   std::shared_ptr<QTimer> tick = shared.lock();
@@ -118,7 +119,7 @@ void LarkaBrowser::installPage(QNetworkAccessManager* manager) {
   page->setNetworkAccessManager(manager);
   page->setPalette(QApplication::palette("QWebView"));
   m_webView->keepPageFocused();
-  new FocusRing(page);
+  new FocusRing(new UserStyleSheet(page), page);
 }
 
 // Dialogs that QtWebKit would open for a person are refused there.
@@ -805,11 +806,17 @@ void LarkaBrowser::Resize(int width, int height) {
   if (!m_webView) return;
   const WebKitCall call(m_pageUse);
   m_webView->resize(QSizeF(width, height));
-  if (!m_webView) return;
-  // Without a size nobody sees the page, and it needn't animate. It learns so by its own events.
-  page()->setVisibilityState(m_webView->size().isEmpty() ? QWebPage::VisibilityStateHidden
-                                                         : QWebPage::VisibilityStateVisible);
+  if (m_webView) letPageAnimate(!m_webView->size().isEmpty());
   if (m_webView && m_frameTick) correctScreenSize(mainFrame(), m_webView->size().toSize());
+}
+
+// Without a size nobody sees the page, and it needn't cost anything. QtWebKit then slows its timers
+// down and stops its animation frames, but not the animations of style sheets.
+void LarkaBrowser::letPageAnimate(bool animates) {
+  const char kStill[] = "*,*:before,*:after{-webkit-animation-play-state:paused!important}";
+  UserStyleSheet::of(page())->set(UserStyleSheet::StillnessRules, animates ? "" : kStill);
+  page()->setVisibilityState(animates ? QWebPage::VisibilityStateVisible
+                                      : QWebPage::VisibilityStateHidden);
 }
 
 void LarkaBrowser::SetGlobalSurface(char*) {

@@ -205,6 +205,7 @@ class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
   /// Calls `operation` with the view, to begin or end a load.
   void navigate(std::function<void(LarkaWebView*)> operation);
 
+  void letPageAnimate(bool animates);
   void scrollBy(qint64 dx, qint64 dy);
   bool stepFocus(bool next);
   void send(QEvent&& event);

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "paint/FocusRing.h"
 
-#include <QUrl>
 #include <QWebElement>
 #include <QWebFrame>
 #include <QWebPage>
-#include <QWebSettings>
 
 #include "host/HostEvents.h"
+#include "paint/UserStyleSheet.h"
 
 namespace LARKA {
 
@@ -58,8 +57,9 @@ QByteArray rulesFor(const QWebElement& focused) {
 
 }  // namespace
 
-FocusRing::FocusRing(QWebPage* page) : QObject(page), m_page(page) {
-  draw(kRing);
+FocusRing::FocusRing(UserStyleSheet* style, QWebPage* page)
+    : QObject(page), m_style(style), m_page(page) {
+  m_style->set(UserStyleSheet::FocusRules, kRing);
   m_following.setSingleShot(true);
   connect(&m_following, &QTimer::timeout, this, &FocusRing::follow);
   // Emitted whenever the focus moves, while QtWebKit is on the stack.
@@ -69,17 +69,7 @@ FocusRing::FocusRing(QWebPage* page) : QObject(page), m_page(page) {
 void FocusRing::follow() {
   if (!webKitUse().isIdle()) return m_following.start(kLookAgainMilliseconds);
   const QWebElement focused = m_page->currentFrame()->findFirstElement(QStringLiteral(":focus"));
-  if (!focused.isNull()) draw(rulesFor(focused));
-}
-
-// QtWebKit computes the style of the whole page again when the rules change, and reads them at once
-// only in this form.
-void FocusRing::draw(const QByteArray& rules) {
-  if (rules == m_rules) return;
-  m_rules = rules;
-  m_page->settings()->setUserStyleSheetUrl(
-      QUrl(QLatin1String("data:text/css;charset=utf-8;base64,") +
-           QString::fromLatin1(rules.toBase64())));
+  if (!focused.isNull()) m_style->set(UserStyleSheet::FocusRules, rulesFor(focused));
 }
 
 }  // namespace LARKA

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QByteArray>
 #include <QObject>
 #include <QTimer>
 
@@ -9,20 +8,21 @@ class QWebPage;
 
 namespace LARKA {
 
+class UserStyleSheet;
+
 /// Has a page draw a ring around the focused element that can be seen from a sofa, unless the page
 /// has an outline of its own for it. A child of the page.
 class FocusRing : public QObject {
   Q_OBJECT
 
  public:
-  explicit FocusRing(QWebPage* page);
+  FocusRing(UserStyleSheet* style, QWebPage* page);
 
  private:
   void follow();
-  void draw(const QByteArray& rules);
 
+  UserStyleSheet* m_style;
   QWebPage* m_page;
-  QByteArray m_rules;
   QTimer m_following;
 };
 

@@ -5,9 +5,11 @@
 // "word a | word b", "each x y: a | b" does the steps for each word, which $EACH stands for, and
 // "on EVENT: a & b" does them when the event is next heard. $DIR is the test's directory, $HTTP the
 // address of its server, \xE4 is a byte, "#" begins a comment.
+#include <QImage>
 #include <QMap>
 #include <QPoint>
 #include <QRegularExpression>
+#include <random>
 
 #include "Host.h"
 #include "HttpServer.h"
@@ -37,7 +39,8 @@ const auto kKinds = QString(
                         "password image embed div object unknown")
                         .split(' ');
 const QStringList kDirections = {"down", "up", "right", "left"};  // any other is none
-const QMap<QString, int> kModifiers = {{"ctrl+", 1}, {"alt+", 8}, {"shift+", 16}, {"meta+", 64}};
+const QMap<QString, int> kModifiers = {{"ctrl+", 1},   {"ctrl2+", 2},   {"alt+", 8},
+                                       {"shift+", 16}, {"shift2+", 32}, {"meta+", 64}};
 const QMap<QString, int> kKeys = {
     {"backspace", 8}, {"tab", 9},     {"line-feed", 10}, {"return", 13},
     {"escape", 27},   {"space", 32},  {"delete", 127},   {"up", 273},
@@ -160,7 +163,7 @@ class PageTest : public test::BrowserTest {
     const QStringList words = rest.split(' ');
     const QString first = words[0], more = rest.section(' ', 1);
     const std::string text = toBytes(rest), end = toBytes(more);
-    const int x = point(first).x(), y = point(first).y();
+    int x = point(first).x(), y = point(first).y();
     const auto direction = static_cast<Directions>(kDirections.indexOf(first));
 
     // The host and its listeners.
@@ -189,6 +192,11 @@ class PageTest : public test::BrowserTest {
     if (word == "navigate") return browser->Navigate(text.c_str()), kDone;
     if (word == "back") return browser->Back(), kDone;
     if (word == "forward") return browser->Forward(), kDone;
+    if (word == "agent") return browser->SetUserAgent(text.empty() ? nullptr : end.c_str()), kDone;
+    if (word == "asked") {
+      const QString headers = fromBytes(m_server.requests("/" + toBytes(first)).at(0).headers);
+      return toBytes(headers.section(more + ": ", 1).section("\r\n", 0, 0));
+    }
     if (word == "reload") return browser->Reload(), kDone;
     if (word == "stop") return browser->Stop(), kDone;
     if (word == "title") return browser->GetTitle();
@@ -216,12 +224,20 @@ class PageTest : public test::BrowserTest {
     if (word == "scroll") return browser->Scroll(x, y), viewPort();
     if (word == "scroll-to") return browser->ScrollToPoint(x, y), viewPort();
     if (word == "step") return browser->Scroll(direction, more.toInt()), viewPort();
+    if (word == "content") return browser->GetFrameContentSize(x, y), rectangle(0, 0, x, y);
+    if (word == "mash") return mash(first.toInt(), more.split(" & ")), kDone;
 
     // Elements and pixels.
     if (word == "keep") return m_kept = control(first), kDone;
     if (word == "keep-plugin") return m_keptPlugin = plugin(first), kDone;
     if (word == "plugins") return plugins();
     if (word == "pixel") return pixels(rest);
+    if (word == "save") {
+      browser->SaveBrowserImage(host.directory.file("thumb").c_str(), x, y);
+      const QImage image(fromBytes(host.directory.file("thumb")));
+      return test::readFile(host.directory.file("thumb")).substr(6, 4) + " " +
+             rectangle(image.pixelColor(1, 1).red(), 0, image.width(), image.height());
+    }
     if (word != "image") throw std::runtime_error("an unknown step");
     return browser->GetBrowserImage() ? std::to_string(browser->GetBrowserStride() / 4) : "none";
   }
@@ -302,6 +318,17 @@ class PageTest : public test::BrowserTest {
   void clicks(const QString& points) {
     for (const QString& each : points.split(' '))
       browser->MouseClick(point(each).x(), point(each).y(), 7);
+  }
+
+  /// Steps at random, but always the same, with a number for each "?".
+  void mash(int times, const QStringList& steps) {
+    std::mt19937 random(20);
+    for (; times > 0; --times) {
+      QString step = steps[random() % steps.size()];
+      for (int at; (at = step.indexOf('?')) >= 0;)
+        step.replace(at, 1, QString::number(static_cast<int>(random()) >> random() % 32));
+      perform(step);
+    }
   }
 
   std::string viewPort() {

@@ -89,7 +89,7 @@ class Recorder : public LARKA::CallbacksAdapter {
   void OnJavaScriptAlert(const char* message) override { add(__func__, message); }
   bool OnJavaScriptConfirm(const char* text) override { return add(__func__, text), confirms; }
   std::string OnJavaScriptPrompt(const char* message, const char* value, bool* handled) override {
-    *handled = answersPrompt;
+    if (answersPrompt) *handled = true;
     return add(__func__, message, "|", value), promptAnswer;
   }
   void OnLinkHovered(bool hovering) override { add(__func__, hovering); }

@@ -50,6 +50,10 @@ const std::tuple<QString, QByteArray, QString, bool> kRules[] = {
     {"http://a.com/dir/page", "", "http://a.com/", false},
     {"http://a.com/", "; path=/dir", "http://a.com/dir", true},
     {"http://a.com/", "; path=/dir", "http://a.com/directory", false},
+    {"http://a.com/", "; path=/" + QByteArray(1023, 'x'), "http://a.com/" + QString(1023, 'x'),
+     true},
+    {"http://a.com/", "; path=/" + QByteArray(1024, 'x'), "http://a.com/" + QString(1024, 'x'),
+     false},
     {"https://a.com/", "; secure", "http://a.com/", false},
     {"http://a.com/", QByteArray(4094, 'x'), "http://a.com/", true},
     {"http://a.com/", QByteArray(4095, 'x'), "http://a.com/", false}};

@@ -52,8 +52,14 @@ TEST_F(ManagerTest, DestroysEverythingOnceAndInItsTime) {
       {"none", [&] { EXPECT_EQ(host.manager->CreateBrowser(), nullptr); }},
       {"end", [&] { browser->Shutdown(); }},
       {"empty", [&] { EXPECT_EQ(test::answersOf(browser), ""); }},
-      {"script", [&] { browser->ExecuteJavascript("document.cookie=\"a=1\""); }},
       {"now", [&] { destroy(true); }},
+      {"during",
+       [&] {
+         recorder.onEvent = [&](const std::string&) {
+           const auto once = std::exchange(recorder.onEvent, nullptr);
+           for (const char* word : {"later", "pump", "|"}) words.at(word)();
+         };
+       }},
       {"later", [&] { destroy(false); }},
       {"pump", [&] { host.pumpFor(30); }},
       {"timer",
@@ -70,8 +76,11 @@ TEST_F(ManagerTest, DestroysEverythingOnceAndInItsTime) {
       {"stop-later | pump init timer | run | pump", "|m|m|"},
       {"renew init stop-later | drop", "|m"},
       {"renew init load drop | renew now init load now stop", "m|bwbwm"},
-      {"renew init load stop none stop script pump | now", "m|bw"},
+      {"renew init load stop none stop document.cookie=\"a=1\" pump | now", "m|bw"},
       {"renew init load later stop pump", "mbw"},
+      {"renew init load during document.bgColor=1 pump pump pump pump", "|bw"},
+      {"load during alert(1) pump", "|bw"},
+      {"load during console.log(1) pump stop pump", "|bwm"},
       {"renew init load stop-later later pump", "mbw"},
   };
   const std::map<std::string, std::string> letters = {{"|", "|"},
@@ -81,7 +90,8 @@ TEST_F(ManagerTest, DestroysEverythingOnceAndInItsTime) {
   for (const auto& [steps, destroyed] : rows) {
     testing::internal::CaptureStderr();
     std::istringstream script(steps);
-    for (std::string word; script >> word;) words.at(word)();
+    for (std::string word; script >> word;)
+      words.count(word) ? words.at(word)() : void(browser->ExecuteJavascript(word.c_str()));
     std::istringstream written(testing::internal::GetCapturedStderr());
     std::string order;
     for (std::string line; std::getline(written, line);)
@@ -112,7 +122,7 @@ TEST(ManagerDeathTest, AProcessMayEndAtAnyTime) {
 
 TEST_F(ManagerTest, TimersFireOnlyWhileTheyAreStarted) {
   host.initialize();
-  int fired = 0, disposed = 0;
+  int fired = 0, disposed = 0, once = 0;
   const auto count = [](LARKA::ITimer*, void* data) { ++*static_cast<int*>(data); };
   static test::Host* pumped = &host;
   const auto dispose = [](LARKA::ITimer* self, void* data) {
@@ -123,9 +133,10 @@ TEST_F(ManagerTest, TimersFireOnlyWhileTheyAreStarted) {
   };
   LARKA::ITimer* repeated = host.manager->CreateTimer(count, 5, false, &fired);
   LARKA::ITimer* single = host.manager->CreateTimer(dispose, 20, true, &disposed);
+  LARKA::ITimer* another = host.manager->CreateTimer(count, 1, true, &once);
   host.pumpFor(30);
   EXPECT_EQ(fired + disposed, 0) << "before they are started";
-  for (LARKA::ITimer* each : {repeated, single}) each->Start();
+  for (LARKA::ITimer* each : {repeated, single, another}) each->Start();
   repeated->SetInterval(1000000);  // counts from the next start
   ASSERT_TRUE(host.pumpUntil([&] { return fired >= 5 && disposed; }));
   repeated->Start();
@@ -137,8 +148,11 @@ TEST_F(ManagerTest, TimersFireOnlyWhileTheyAreStarted) {
   repeated->Stop();
   host.pumpFor(30);
   EXPECT_EQ(fired, 0) << "it was not stopped";
-  EXPECT_EQ(disposed, 1);
-  host.manager->DisposeTimer(repeated);
+  EXPECT_TRUE(disposed == 1 && once == 1);
+  repeated->Start();
+  for (LARKA::ITimer* each : {repeated, another}) host.manager->DisposeTimer(each);
+  host.pumpFor(30);
+  EXPECT_EQ(fired, 0) << "it was not disposed of";
 }
 
 }  // namespace

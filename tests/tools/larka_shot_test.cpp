@@ -55,7 +55,7 @@ TEST_F(LarkaShotTest, WritesThePagesOfAListAsTheyAreAtRest) {
   run("--list list --jobs 2 --timeout 4 --quiet -o shot.png --cookie 'a=1 2' --cache cache");
   EXPECT_EQ(status, 1);
   EXPECT_NE(server.requests("/task").at(0).headers.find("Cookie: a=1 2\r\n"), std::string::npos);
-  EXPECT_TRUE(std::filesystem::is_directory(directory.file("cache")));
+  EXPECT_FALSE(std::filesystem::is_empty(directory.file("cache")));
   EXPECT_EQ(errors, "larka-shot: missing.html: could not be loaded\nlarka-shot: " +
                         server.url("/silent: timed out after 4 s\nlarka-shot: ") +
                         server.url("/image: timed out after 4 s; the image has what was there\n"));
@@ -68,8 +68,9 @@ TEST_F(LarkaShotTest, WritesThePagesOfAListAsTheyAreAtRest) {
 TEST_F(LarkaShotTest, WritesWhatItIsAskedFor) {
   directory.write("f.html", "<form action=g.html><input name=q><input type=submit></form>");
   directory.write("g.html", "<p>found</p>");
+  directory.write("jar", "");
   const std::tuple<const char*, const char*, const char*, QSize> rows[] = {
-      {"g.html --thumbnail 100x100 --wait 50", "", "larka-shot.png", {100, 56}},
+      {"g.html --thumbnail 100x100 --wait 50 --cookie-jar jar", "", "larka-shot.png", {100, 56}},
       {"g.html -o a.JPG --size 320x200", "", "a.JPG", {320, 200}},
       {"f.html g.html -o s/ --script 1", "f.html: 1\ng.html: 1\n", "s/002.png", {1280, 720}},
       {"f.html --keys 'tab,h,shift+I 5 é,comma,273 tab return' --zoom 200 --user-agent TV/2 "
@@ -88,16 +89,19 @@ TEST_F(LarkaShotTest, WritesWhatItIsAskedFor) {
 TEST_F(LarkaShotTest, SaysInOneLineWhatIsWrong) {
   directory.write("p.html", "x");
   const std::string nobody = "http://127.0.0.1:" + std::to_string(test::freePort());
-  const std::tuple<int, std::string, const char*> rows[] = {
+  std::vector<std::tuple<int, std::string, const char*>> rows = {
       {2, "", "no address"},
       {2, "p.html -o picture.gif", ".png"},
       {2, "p.html --size 1281x720", "--size"},
-      {2, "p.html --cookie =x", "--cookie"},
-      {2, "p.html --cookie-jar p.html", "--cookie-jar"},
       {2, "p.html --proxy http://x", "--proxy"},
+      {2, "p.html --keys huh", "--keys"},
       {1, "--help >/dev/full", "can't write to the standard output"},
       {1, "p.html -o nowhere/p.png", "p.html: can't write nowhere/p.png"},
       {1, server.url("") + " --proxy " + nobody, "could not be loaded"}};
+  for (const char* value : {"=x", "'a=1;b=2'", "'a=1 '", "a"})
+    rows.emplace_back(2, std::string("p.html --cookie ") + value, "--cookie");
+  for (const char* value : {"p.html", ".", "no/such"})
+    rows.emplace_back(2, std::string("p.html --cookie-jar ") + value, "--cookie-jar");
   for (const auto& [expected, arguments, word] : rows) {
     run(arguments);
     EXPECT_EQ(status, expected) << arguments;

@@ -98,4 +98,45 @@ TEST_F(PannableViewTest, AShortClickIsATapUnlessItStopsAGlide) {
   }
 }
 
+TEST_F(PannableViewTest, MovesToItsEndsAndToItems) {
+  view->moveToEnd();
+  EXPECT_EQ(inner()->x(), 3580 - kWidth);
+  view->moveToBegin();
+  EXPECT_EQ(inner()->x(), 0);
+  swipe({300, 100}, {-100, 0}, 100);
+  QGraphicsWidget outside;
+  strip->posters()[9]->setY(50);
+  view->moveToItem(strip->posters()[9]);
+  view->moveToItem(&outside);
+  EXPECT_FALSE(view->isScrolling());
+  Clock::pass(900);
+  EXPECT_EQ(inner()->pos().toPoint(), QPoint(-9 * 180 + 120, 0));
+}
+
+// As large as it prefers, or as the host made it if that is more.
+TEST_F(PannableViewTest, ShowsAnyContentAndHandsItBack) {
+  auto* column = new QGraphicsWidget;
+  auto* row = new PannableView(Qt::Horizontal, kWidth, kHeight, column);
+  row->setWidget(strip);
+  view->moveToEnd();
+  view->setWidget(column);  // leaves the strip where it is now
+  EXPECT_EQ(inner()->pos(), QPointF(0, 0));
+  view->setOrientation(Qt::Vertical);
+  QSignalSpy inside(row, &PannableView::tapped);
+  const int kSizes[][3] = {{1000, 0, 1000}, {700, 2000, 2000}, {700, 700, 700}, {500, 0, 500}};
+  for (const auto& [prefers, given, height] : kSizes) {
+    column->setPreferredSize(kWidth, prefers);
+    if (given) column->resize(kWidth, given);
+    tap({200, 100});
+    view->moveToEnd();
+    EXPECT_EQ(inner()->y(), height - kHeight) << prefers << " " << given;
+    view->moveToBegin();
+  }
+  EXPECT_EQ(inside.count(), 4);
+  EXPECT_EQ(strip->posters()[1]->lastPress(), QPointF(20, 100));
+  view->setWidget(nullptr);
+  EXPECT_TRUE(!column->scene() && !column->parentItem());
+  delete column;
+}
+
 }  // namespace

@@ -156,6 +156,10 @@ TEST_F(PaintingTest, WhatIsTransparentLeavesNoTrail) {
   Clock::pass(300);
   EXPECT_TRUE(shows(frame, kWhole)) << "at rest";
   QWebElement element = frame->findFirstElement("#e");
+  script("e=document.all.e;e.style.display='none';e.offsetWidth;e.style.display=''");
+  Clock::pass(300);
+  EXPECT_EQ(browser->GetPluginWidgets().at(0).GetHandle(),
+            view->childItems().last()->toGraphicsObject());
   browser->GetPluginWidgets().at(0).SetFullScreen(true, true, false);
   for (const char* radius : {"0", "40px", "10px"}) {
     element.setStyleProperty("border-radius", radius);
@@ -167,17 +171,9 @@ TEST_F(PaintingTest, WhatIsTransparentLeavesNoTrail) {
   EXPECT_EQ(pixel(browser, 199, 99), 0xff00ff00u) << "it fills its image";
 }
 
-TEST_F(PaintingTest, TheImageHasTheSizeOfItsFirstPaintAndNoMoreThan1280By720) {
+TEST_F(PaintingTest, TheImageWaitsForASizeAndIsNoLargerThan1280By720) {
   EXPECT_EQ(browser->GetBrowserImage(), nullptr);
   EXPECT_EQ(browser->GetBrowserStride(), 0);
-  ASSERT_TRUE(load("<body style='margin:0;background:linear-gradient(90deg,#f00 50%,#00f 50%)'>"));
-  for (const auto& [width, height] : {std::pair(640, 360), {1000, 500}, {320, 180}}) {
-    browser->Resize(width, height);
-    settle();
-    EXPECT_EQ(browser->GetBrowserStride(), 640 * 4);
-    EXPECT_EQ(pixel(browser, width / 2 - 10, height / 2), 0xffff0000u) << width;
-    EXPECT_EQ(pixel(browser, width / 2 + 10, height / 2), 0xff0000ffu) << width;
-  }
   test::Recorder listener;
   ILarkaBrowser* other = host.createBrowser(&listener, 0, 0);
   EXPECT_FALSE(host.load(other, &listener, "<body style='background:#123456'>"));

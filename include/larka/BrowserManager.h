@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+/// @file
+/// Starts the library, creates browsers and timers, handles events: where a host begins.
 #pragma once
 
 #include "larka/Export.h"
@@ -11,15 +13,16 @@ class ILarkaBrowser;
 
 /// Starts and stops the library, creates browsers and timers, and runs the event loop.
 ///
-/// The host constructs exactly one, calls Initialize, creates and destroys browsers and timers
-/// while it drives the event loop with PumpEvents or RunEventLoop, calls Shutdown, and destroys it.
-/// Every call belongs on the thread that called Initialize; the library starts no threads of its
-/// own. Nothing here throws or reports errors; diagnostics go to the standard error stream.
+/// The host constructs exactly one, calls Initialize(), creates and destroys browsers and timers
+/// while it drives the event loop with PumpEvents() or RunEventLoop(), calls Shutdown(), and
+/// destroys it. Every call belongs on the thread that called Initialize(); the library starts no
+/// threads of its own. Nothing here throws or reports errors; diagnostics go to the standard error
+/// stream.
 class LARKA_EXPORT BrowserManager {
  public:
   BrowserManager();
 
-  /// Destroys at once everything that the browsers share, unless Shutdown already did.
+  /// Destroys at once everything that the browsers share, unless Shutdown() already did.
   ~BrowserManager();
 
   BrowserManager(const BrowserManager&) = delete;
@@ -31,33 +34,33 @@ class LARKA_EXPORT BrowserManager {
   /// arguments that it knows.
   ///
   /// A host with an application object of its own must create it on this thread, as a QApplication,
-  /// and keep it until after Shutdown. If it doesn't, or if the process ends first, what the
+  /// and keep it until after Shutdown(). If it doesn't, or if the process ends first, what the
   /// browsers share is not destroyed.
   void Initialize(int argc, char** argv);
 
-  /// Stops the library and ends RunEventLoop. With `immediate`, destroys everything shared at once;
-  /// otherwise the next PumpEvents, the end of the running RunEventLoop or the destructor does,
-  /// whichever comes first. Destroy all browsers before this call: one that is left can still be
-  /// destroyed safely, but does nothing else. Qt's application object stays. A second call has no
-  /// effect.
+  /// Stops the library and ends RunEventLoop(). With `immediate`, destroys everything shared at
+  /// once; otherwise the next PumpEvents(), the end of the running RunEventLoop() or the destructor
+  /// does, whichever comes first. Destroy all browsers before this call: one that is left can still
+  /// be destroyed safely, but does nothing else. Qt's application object stays. A second call has
+  /// no effect.
   void Shutdown(bool immediate);
 
   /// Creates a browser. Call ILarkaBrowser::Initialize on it before loading anything, and
-  /// DestroyBrowser when done. Returns null before Initialize, after Shutdown, and if the host's
-  /// application object is not a QApplication.
+  /// DestroyBrowser() when done. Returns null before Initialize(), after Shutdown(), and if the
+  /// host's application object is not a QApplication.
   ILarkaBrowser* CreateBrowser();
 
-  /// Destroys a browser that CreateBrowser returned; ignores null.
+  /// Destroys a browser that CreateBrowser() returned; ignores null.
   ///
   /// With `immediate`, the browser calls no listener any more and is destroyed before this returns
   /// or, if its page script is waiting for a listener, as soon as that script has ended. Otherwise
-  /// the next PumpEvents or pass of RunEventLoop destroys it, but never while one of its callbacks
-  /// is running.
+  /// the next PumpEvents() or pass of RunEventLoop() destroys it, but never while one of its
+  /// callbacks is running.
   ///
   /// An inspector (ILarkaBrowser::LaunchInspector) is only shut down, because its browser owns it.
   void DestroyBrowser(ILarkaBrowser* browser, bool immediate);
 
-  /// Creates a timer, stopped; give it back with DisposeTimer. Once started it calls `callback`,
+  /// Creates a timer, stopped; give it back with DisposeTimer(). Once started it calls `callback`,
   /// unless that is null, with itself and `userData`: every `intervalMilliseconds`, or once per
   /// start with `singleShot`. An interval of 0 fires at every pump, a negative one never.
   ITimer* CreateTimer(TimerCallback callback, int intervalMilliseconds, bool singleShot,
@@ -73,8 +76,8 @@ class LARKA_EXPORT BrowserManager {
   /// running. A host with its own loop calls this at least once per frame.
   void PumpEvents();
 
-  /// Handles events as they arrive, until Shutdown. Sleeps between events; each initialised browser
-  /// wakes it about thirty times a second.
+  /// Handles events as they arrive, until Shutdown(). Sleeps between events; each initialised
+  /// browser wakes it about thirty times a second.
   void RunEventLoop();
 
  private:

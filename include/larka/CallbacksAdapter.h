@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+/// @file
+/// A listener to derive from.
 #pragma once
 
 #include <string>

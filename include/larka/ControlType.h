@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+/// @file
+/// The kinds of page elements.
 #pragma once
 
 namespace LARKA {

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+/// @file
+/// The directions of scrolling.
 #pragma once
 
 namespace LARKA {

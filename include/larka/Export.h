@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+/// @file
+/// The mark of what the library exports.
 #pragma once
 
 /// Marks a class or function that hosts can link against. The shared library hides everything else,

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+/// @file
+/// One browser.
 #pragma once
 
 #include <string>
@@ -71,7 +73,7 @@ class LARKA_EXPORT ILarkaBrowser {
   /// - `localStoragePath`: the directory in which pages keep their local storage. Null or empty: it
   ///   is not kept. The first directory that any browser of the process passes also holds the
   ///   databases and application caches of all browsers with a directory; browsers without one have
-  ///   neither. See SetStorageLimits.
+  ///   neither. See SetStorageLimits().
   /// - `createScriptObject`: whether page script gets the object "larka", in every frame of every
   ///   page. `larka.exec(text)` and `larka.exec2(text)` call ILarkaCallbacks::OnExecuteInLarka;
   ///   exec2 returns the listener's answer.
@@ -122,7 +124,7 @@ class LARKA_EXPORT ILarkaBrowser {
   virtual void ClearCache() = 0;
 
   /// Stores a cookie for the host `domain` and the hosts below it, in the store that this browser
-  /// uses. Call it after Initialize, which may choose another store.
+  /// uses. Call it after Initialize(), which may choose another store.
   ///
   /// - `domain`: a leading dot is ignored. If a path follows the host, the cookie applies to that
   ///   path's directory.
@@ -137,7 +139,7 @@ class LARKA_EXPORT ILarkaBrowser {
 
   /// Returns whether the current page has a cookie of this name. Despite its name it removes
   /// nothing: cookies go only when they expire, when the store is full and needs room for newer
-  /// ones, or with ClearAllCookies.
+  /// ones, or with ClearAllCookies().
   virtual bool ClearCookie(const char* name) = 0;
 
   /// Removes every cookie from the store that this browser uses, for every browser that shares it.
@@ -172,20 +174,20 @@ class LARKA_EXPORT ILarkaBrowser {
   /// element that was at that point before the click. `reserved` is not used.
   virtual void MouseClick(int x, int y, int reserved) = 0;
 
-  /// Turns the wheel by `amount` towards `direction`, at the point of the last MouseMove. 120 is
-  /// one notch; negative amounts turn the other way. An invalid direction counts as DIRECTION_UP.
+  /// Turns the wheel by `amount` towards `direction`, at the point of the last MouseMove(). 120 is
+  /// one notch; negative amounts turn the other way. An invalid direction counts as #DIRECTION_UP.
   /// `reserved` is not used.
   virtual void MouseWheel(Directions direction, int amount, int reserved) = 0;
 
   /// Turns the wheel vertically by `dy`, then horizontally by `dx`, at the point of the last
-  /// MouseMove. 120 is one notch; positive values turn up and left. `reserved` is not used.
+  /// MouseMove(). 120 is one notch; positive values turn up and left. `reserved` is not used.
   virtual void MouseWheel(int dx, int dy, int reserved) = 0;
 
-  /// Presses a key; see KeyCode and KeyModifier. The focused element gets it or, without one, the
+  /// Presses a key; see #KeyCode and #KeyModifier. The focused element gets it or, without one, the
   /// page, which scrolls.
   virtual void KeyDown(int key, int modifiers) = 0;
 
-  /// Releases a key; see KeyCode and KeyModifier.
+  /// Releases a key; see #KeyCode and #KeyModifier.
   virtual void KeyUp(int key, int modifiers) = 0;
 
   /// Scrolls the main frame by `amount` pixels; negative amounts scroll the other way. An invalid
@@ -221,7 +223,7 @@ class LARKA_EXPORT ILarkaBrowser {
   /// Goes one page forward. Does nothing at the last page.
   virtual void Forward() = 0;
 
-  /// Stops loading. A load that was under way ends with ILarkaCallbacks::OnLoadFinished(false).
+  /// Stops loading. A load that was under way ends with ILarkaCallbacks::OnLoadFinished and false.
   virtual void Stop() = 0;
 
   /// Does nothing.
@@ -241,7 +243,7 @@ class LARKA_EXPORT ILarkaBrowser {
   virtual std::string ExecuteJavascript(const char* script) = 0;
 
   /// Returns the address of the current page in readable form: percent-encoded only where it has to
-  /// be. Navigate accepts that form too. Listeners get all addresses in it.
+  /// be. Navigate() accepts that form too. Listeners get all addresses in it.
   virtual std::string GetCurrentLocation() = 0;
 
   /// Returns the title of the current page.

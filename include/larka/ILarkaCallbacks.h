@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+/// @file
+/// What a listener hears of its browsers.
 #pragma once
 
 #include <string>
@@ -26,10 +28,10 @@ class LarkaPluginWidget;
 /// them or while the host pumps. What a listener causes becomes an event of its own, after the
 /// current one.
 ///
-/// Page script waits for some events: OnJavaScriptAlert, OnJavaScriptConfirm, OnJavaScriptPrompt,
-/// OnChooseFile and OnExecuteInLarka. During those, operations that load, stop, go through the
-/// history or destroy the browser take effect once the script has ended, and so do the events that
-/// they cause.
+/// Page script waits for some events: OnJavaScriptAlert(), OnJavaScriptConfirm(),
+/// OnJavaScriptPrompt(), OnChooseFile() and OnExecuteInLarka(). During those, operations that load,
+/// stop, go through the history or destroy the browser take effect once the script has ended, and
+/// so do the events that they cause.
 ///
 /// String arguments are NUL-terminated UTF-8, valid only during the call. Returned strings are
 /// UTF-8.
@@ -56,9 +58,9 @@ class LARKA_EXPORT ILarkaCallbacks {
   /// A page load has ended. `ok` is false if the page could not be loaded or was stopped; the
   /// browser then shows an empty page titled "Failed loading page", or what it had received.
   ///
-  /// If another load replaces this one, this call comes, with false, before OnLoadStarted for the
-  /// other. Child frames that begin to load after the page has loaded cause OnLoadStarted and
-  /// OnLoadFinished too, always with true.
+  /// If another load replaces this one, this call comes, with false, before OnLoadStarted() for the
+  /// other. Child frames that begin to load after the page has loaded cause OnLoadStarted() and
+  /// OnLoadFinished() too, always with true.
   virtual void OnLoadFinished(bool ok) = 0;
 
   /// A page load is `percent` complete, from 0 to 100.
@@ -100,14 +102,14 @@ class LARKA_EXPORT ILarkaCallbacks {
 
   /// The page has a new plug-in; see LarkaPluginWidget for what counts as one. Called once for each
   /// plug-in, in the order of creation, after it has been laid out, so that the handle has its
-  /// position. Plug-ins of the page as it arrived are announced before OnLoadFinished.
+  /// position. Plug-ins of the page as it arrived are announced before OnLoadFinished().
   ///
   /// The pointer is valid only during the call; you may keep a copy of the handle. No event reports
   /// that a plug-in moves later, through script or further loading: ask the handle.
   virtual void OnPluginCreated(LarkaPluginWidget* plugin) = 0;
 
   /// The part of the page image where `plugin` lies was repainted. Called right after this
-  /// listener's OnDirty, once for each such plug-in. The pointer is valid only during the call.
+  /// listener's OnDirty(), once for each such plug-in. The pointer is valid only during the call.
   virtual void OnPluginDirty(LarkaPluginWidget* plugin) = 0;
 
   /// Page script sent `command` to the host with `larka.exec` or `larka.exec2`, and waits until the

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+/// @file
+/// Timers for hosts.
 #pragma once
 
 #include "larka/Export.h"

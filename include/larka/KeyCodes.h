@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+/// @file
+/// The numbers of keys and modifiers.
 #pragma once
 
 namespace LARKA {
@@ -20,11 +22,11 @@ namespace LARKA {
 enum KeyCode {
   KEYCODE_BACKSPACE = 8,   ///< deletes the character before the caret
   KEYCODE_TAB = 9,         ///< moves the focus on, with shift back
-  KEYCODE_LINE_FEED = 10,  ///< the same key as KEYCODE_RETURN
+  KEYCODE_LINE_FEED = 10,  ///< the same key as #KEYCODE_RETURN
   KEYCODE_RETURN = 13,     ///< follows a link, presses a button, submits a form, breaks a line
-  KEYCODE_ESCAPE = 27,
-  KEYCODE_SPACE = 32,  ///< presses the focused button, toggles the focused check box
-  KEYCODE_0 = 48,      ///< the digits follow in order
+  KEYCODE_ESCAPE = 27,     ///< ends the full screen of an element
+  KEYCODE_SPACE = 32,      ///< presses the focused button, toggles the focused check box
+  KEYCODE_0 = 48,          ///< the digits follow in order
   KEYCODE_9 = 57,
   KEYCODE_DELETE = 127,    ///< deletes the character after the caret
   KEYCODE_KEYPAD_0 = 256,  ///< the keypad's digits follow in order

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+/// @file
+/// Handles to the elements of a page.
 #pragma once
 
 #include <string>
@@ -18,7 +20,8 @@ class LarkaHTMLControlPrivate;
 /// the last of them. Use, copy and destroy handles only on the thread that pumps events.
 ///
 /// A handle stays safe to use once its page has been left or its browser destroyed, but is empty
-/// then. An empty handle is of type CONTROL_UNKNOWN, reads as empty and false, and changes nothing.
+/// then. An empty handle is of type #CONTROL_UNKNOWN, reads as empty and false, and changes
+/// nothing.
 class LARKA_EXPORT LarkaHTMLControl {
  public:
   /// Creates an empty handle.
@@ -41,8 +44,8 @@ class LARKA_EXPORT LarkaHTMLControl {
   static bool ConvertLarkaTypeToQTagAndType(ControlType type, std::string& tag,
                                             std::string& inputType);
 
-  /// Returns the kind of the element. An `input` of an unknown type is CONTROL_TEXT; one of type
-  /// "reset", "file", "image" or "button" is CONTROL_SUBMIT, and so is a `button`.
+  /// Returns the kind of the element. An `input` of an unknown type is #CONTROL_TEXT; one of type
+  /// "reset", "file", "image" or "button" is #CONTROL_SUBMIT, and so is a `button`.
   ControlType GetControlType();
 
   /// Returns the computed value of a CSS property, for example "rgb(0, 0, 0)" for "color", or an
@@ -82,7 +85,7 @@ class LARKA_EXPORT LarkaHTMLControl {
   /// Returns whether the element has the keyboard focus.
   bool HasFocus();
 
-  /// Reads a part of the page worth zooming to, in the coordinates of GetControlRect: the block
+  /// Reads a part of the page worth zooming to, in the coordinates of GetControlRect(): the block
   /// around the point of the hit test, or 0, 0, 1024, 768 if there is none. Pointers may be null.
   void GetZoomRect(int* x, int* y, int* width, int* height);
 

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+/// @file
+/// Handles to the plug-ins of a page.
 #pragma once
 
 #include <string>
@@ -105,17 +107,17 @@ class LARKA_EXPORT LarkaPluginWidget {
   void* GetUserData();
   ///@}
 
-  /// Returns what SetFullScreen of this plug-in was last called with, whatever is shown by now.
+  /// Returns what SetFullScreen() of this plug-in was last called with, whatever is shown by now.
   bool IsFullScreen() const;
 
   /// Shows the element in place of the page or, with `fullScreen` false, the page again, even if
   /// another plug-in of the browser was shown. When the element or its page goes away, the page is
   /// shown again. `reserved` is not used.
   ///
-  /// While the element is shown, ILarkaBrowser::GetBrowserImage and GetBrowserStride return another
-  /// image, with the size in pixels that the element has at this call: GetBrowserStride() / 4 wide,
-  /// with at least (GetHeight() - 0.5) * zoom / 100 rows, rounded down. The image is null if that
-  /// is empty, or more than 4096 by 4096 pixels.
+  /// While the element is shown, ILarkaBrowser::GetBrowserImage and ILarkaBrowser::GetBrowserStride
+  /// return another image, with the size in pixels that the element has at this call: a quarter of
+  /// the stride wide, with at least (GetHeight() - 0.5) * zoom / 100 rows, rounded down. The image
+  /// is null if that is empty, or more than 4096 by 4096 pixels.
   ///
   /// With `flag` the image shows what the page shows of the element, repainted whenever the view
   /// is; beyond the size of the page image it is transparent. Without `flag` it stays transparent.

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+/// @file
+/// Facts about the device, for script in a host's own QtWebKit pages.
 #pragma once
 
 #include <QObject>

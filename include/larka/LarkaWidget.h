@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+/// @file
+/// The class of the library's hidden widget.
 #pragma once
 
 #include <QWidget>

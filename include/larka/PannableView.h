@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+/// @file
+/// A view to drag, fling and tap, for a host's own graphics scenes.
 #pragma once
 
 #include <QGraphicsWidget>

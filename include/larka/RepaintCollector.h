@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+/// @file
+/// A region that grows, for hosts that gather repaints of their own.
 #pragma once
 
 #include <QObject>

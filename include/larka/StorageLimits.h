@@ -1,13 +1,17 @@
 // SPDX-License-Identifier: MIT
+/// @file
+/// How much pages may keep on disk.
 #pragma once
 
 #include "larka/Export.h"
 
 namespace LARKA {
 
-/// The limits until SetStorageLimits is called, in bytes.
+///@{
+/// A limit until SetStorageLimits() is called, in bytes.
 constexpr long long kDefaultStoragePerOrigin = 5LL << 20;
 constexpr long long kDefaultStorageInAll = 100LL << 20;
+///@}
 
 /// Limits what pages keep in the storage directories of all browsers of this process: local
 /// storage, databases and application caches. An origin is a scheme, a host and a port.

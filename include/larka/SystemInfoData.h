@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+/// @file
+/// Facts about the device.
 #pragma once
 
 /// Facts about the device that the host runs on, as NUL-terminated Latin-1. The host owns the

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+/// @file
+/// Where the library keeps its files.
 #pragma once
 
 #include <QString>

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The whole public interface, but for the headers that need Qt's.
+/// @file
+/// The whole public interface, but for the headers that need Qt's.
 #pragma once
 
 #include "larka/BrowserManager.h"
@@ -16,3 +17,9 @@
 #include "larka/StorageLimits.h"
 #include "larka/SystemInfoData.h"
 #include "larka/Version.h"
+
+/// The names of the public interface, except four classes (PannableView, RepaintCollector,
+/// LarkaSystemInfoJavaScriptObject, SystemInfoData) and the macros, which begin with "LARKA_".
+namespace LARKA {}
+
+/// @example minimal-host.cpp

@@ -5,7 +5,9 @@
 #   scripts/in-i486.sh COMMAND [ARGUMENT...]
 set -u
 . "$(dirname "$0")/setup.sh"
-[ $# -gt 0 ] || fail "usage: scripts/in-i486.sh COMMAND [ARGUMENT...]"
+case "${1:--}" in
+  -*) fail "usage: scripts/in-i486.sh COMMAND [ARGUMENT...]" ;;
+esac
 cd "$(dirname "$0")/.." || exit 1
 . scripts/roots.sh
 

@@ -1,10 +1,11 @@
 # Installs what the project needs on Debian 12. Sourced by the other scripts.
 # shellcheck disable=SC2034
 
-build_packages="g++ cmake ninja-build help2man qtbase5-dev libqt5webkit5-dev qt5-style-plugins
+build_packages="g++ cmake make ninja-build help2man qtbase5-dev libqt5webkit5-dev qt5-style-plugins
   fonts-dejavu-core fonts-dejavu-extra gstreamer1.0-plugins-base gstreamer1.0-plugins-good"
 test_packages="libgtest-dev libbenchmark-dev xvfb xauth openssl tinyproxy
-  abigail-tools doxygen pkgconf gstreamer1.0-tools"
+  abigail-tools pkgconf gstreamer1.0-tools"
+docs_packages="doxygen"
 package_packages="dpkg-dev file"
 fuzz_packages="clang libclang-rt-14-dev"
 lint_packages="clang-format clang-tidy shellcheck git"

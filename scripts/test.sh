@@ -18,7 +18,7 @@ case "${1:-}" in
 esac
 
 # shellcheck disable=SC2086
-ensure_packages $build_packages $test_packages
+ensure_packages $build_packages $test_packages $docs_packages
 if [ "$preset" = dev ]; then
   # First, so that a changed interface isn't hidden among other errors.
   build_preset dev larkabrowser

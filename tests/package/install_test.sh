@@ -13,19 +13,15 @@ ls "$tree/share/man/man1/larka-shot.1.gz" "$tree/share/doc/larkabrowser/integrat
 export PKG_CONFIG_PATH="$libraries/pkgconfig"
 version=$(pkg-config --modversion larkabrowser)
 "$tree/bin/larka-shot" --version | grep "$version"
-cat >"$folder/consumer/CMakeLists.txt" <<EOF
-cmake_minimum_required(VERSION 3.25)
-project(Consumer LANGUAGES CXX)
-find_package(LarkaBrowser $version EXACT REQUIRED)
-add_executable(host $source/examples/minimal-host.cpp)
-target_compile_features(host PRIVATE cxx_std_17)
-target_link_libraries(host PRIVATE Larka::Browser)
-EOF
-cmake -S "$folder/consumer" -B "$folder/consumer" -G Ninja -DCMAKE_PREFIX_PATH="$tree"
+# The README's project of a host.
+awk '/^```cmake$/ { show = 1; next } /^```$/ { show = 0 } show' "$source/README.md" \
+  >"$folder/consumer/CMakeLists.txt"
+cp "$source/examples/minimal-host.cpp" "$folder/consumer"
+cmake -S "$folder/consumer" -B "$folder/consumer" -DCMAKE_PREFIX_PATH="$tree"
 cmake --build "$folder/consumer"
 # What pkg-config says is quoted for a shell.
 eval "c++ -std=c++17 \"\$source/examples/minimal-host.cpp\" -o \"\$folder/host\" \
   $(pkg-config --cflags --libs larkabrowser) \"-Wl,-rpath,\$libraries\""
-for program in "$folder/consumer/host" "$folder/host"; do
+for program in "$folder/consumer/minimal-host" "$folder/host"; do
   "$program" | grep painted
 done

@@ -138,8 +138,9 @@ class LARKA_EXPORT ILarkaBrowser {
                            int lifetimeSeconds) = 0;
 
   /// Returns whether the current page has a cookie of this name. Despite its name it removes
-  /// nothing: cookies go only when they expire, when the store is full and needs room for newer
-  /// ones, or with ClearAllCookies().
+  /// nothing: to remove a cookie, call InjectCookie() with its domain and name and a lifetime of 0.
+  /// Other cookies go when they expire, when the store is full and needs room for newer ones, or
+  /// with ClearAllCookies().
   virtual bool ClearCookie(const char* name) = 0;
 
   /// Removes every cookie from the store that this browser uses, for every browser that shares it.
@@ -157,6 +158,8 @@ class LARKA_EXPORT ILarkaBrowser {
   /// an absolute address in its encoded form (no spaces, non-ASCII characters percent-encoded). An
   /// address that can't be parsed loads an empty page. If the current page asks whether it may be
   /// left, ILarkaCallbacks::OnJavaScriptConfirm is called first.
+  ///
+  /// A load that gets no answer never ends by itself: end it with Stop().
   virtual void Navigate(const char* url) = 0;
 
   /// Moves the pointer. After the first press the page sees every move as one with the left button
@@ -232,14 +235,14 @@ class LARKA_EXPORT ILarkaBrowser {
   /// Does nothing: the page image is always current.
   virtual void Invalidate() = 0;
 
-  /// Runs a script in the main frame and returns its value as text. Returns an empty string if the
-  /// script throws, or if its value is undefined or null. Nothing interrupts a script that never
-  /// ends.
+  /// Runs a script, as Latin-1, in the main frame and returns its value as text, as UTF-8. Returns
+  /// an empty string if the script throws, or if its value is undefined or null. Nothing interrupts
+  /// a script that never ends.
   ///
   /// The library passes the script to the page's eval() in single quotes, and escapes only the
   /// single quotes in it: backslashes lose one level, and a line break is a syntax error. A script
   /// arrives unchanged if every backslash, line break and character beyond ASCII in it is written
-  /// as \\uXXXX.
+  /// as `\uXXXX`.
   virtual std::string ExecuteJavascript(const char* script) = 0;
 
   /// Returns the address of the current page in readable form: percent-encoded only where it has to
@@ -285,8 +288,9 @@ class LARKA_EXPORT ILarkaBrowser {
   virtual unsigned char* GetBrowserImage() = 0;
 
   /// Writes what the view shows into a JPEG file, scaled to fit into `width` by `height` pixels
-  /// with its proportions kept. While a child frame has the focus, only that frame is written.
-  /// A failure is reported on the standard error stream only.
+  /// with its proportions kept. The file is a JPEG whatever its name; for a PNG encode the pixels
+  /// of GetBrowserImage(). While a child frame has the focus, only that frame is written. A failure
+  /// is reported on the standard error stream only.
   virtual void SaveBrowserImage(const char* path, int width, int height) = 0;
 
   /// Not supported: there is no native surface. Warns and returns null.

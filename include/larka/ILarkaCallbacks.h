@@ -82,8 +82,11 @@ class LARKA_EXPORT ILarkaCallbacks {
   virtual void OnStatusBarMessage(const char* text) = 0;
 
   /// The page is about to navigate, or asks for a new window, because of a link, a form, the
-  /// history or a reload, never because of a script or ILarkaBrowser::Navigate. The listener can't
-  /// refuse it.
+  /// history or a reload, never because of a script or ILarkaBrowser::Navigate.
+  ///
+  /// This is a notice: despite its name it has no answer, and no address. ILarkaBrowser::Stop in it
+  /// keeps the page, wherever it was about to go. OnUrlChanged() has the address of the page that
+  /// came instead.
   virtual void OnAcceptNavigationRequest() = 0;
 
   /// The page asked for another window size, in pixels. Nothing is resized. Not called by this
@@ -93,7 +96,8 @@ class LARKA_EXPORT ILarkaCallbacks {
   /// The browser is about to request `url`: the page itself, or anything it needs.
   virtual void OnCreatingRequest(const char* url) = 0;
 
-  /// The address of the page changed.
+  /// The address of the page changed. Comes a second time, with the same address, for a page that
+  /// has no title, such as most `data:` addresses: compare with the last one.
   virtual void OnUrlChanged(const char* url) = 0;
 
   /// ILarkaBrowser::MouseClick clicked the element `control`, or no element (an empty handle). The

@@ -17,8 +17,8 @@ namespace LARKA {
 /// them for caps lock. Characters beyond ASCII have the keyCode 0. Only return, enter and keys that
 /// type a character cause a keypress. The keypad types its digits and signs.
 ///
-/// The characters U+0100 to U+0119 (some letters with a caron or an ogonek) can't be sent, because
-/// keys have their numbers: a d with a caron would submit a form.
+/// Keys have the numbers of the letters U+0100 to U+0119. Add 65536 to type these: 65807 types a d
+/// with a caron (U+010F), 271 would submit a form.
 enum KeyCode {
   KEYCODE_BACKSPACE = 8,   ///< deletes the character before the caret
   KEYCODE_TAB = 9,         ///< moves the focus on, with shift back

@@ -61,9 +61,11 @@ class LARKA_EXPORT LarkaHTMLControl {
   bool IsClickable();
 
   /// Reads the element's position and size in the page, in pixels at a zoom of 100 % from the
-  /// page's top-left corner; frames and how far they are scrolled are taken into account. For the
-  /// position in the page image, subtract the viewport's (ILarkaBrowser::GetViewPort) and multiply
-  /// by the zoom factor. Pointers may be null. An element that isn't laid out gives 0, 0, 0, 0.
+  /// page's top-left corner; frames and how far they are scrolled are taken into account. The
+  /// rectangle has every pixel that the element touches, so its width and height are often one
+  /// larger than page script says, and more with another zoom. For the position in the page image,
+  /// subtract the viewport's (ILarkaBrowser::GetViewPort) and multiply by the zoom factor. Pointers
+  /// may be null. An element that isn't laid out gives 0, 0, 0, 0.
   void GetControlRect(int* x, int* y, int* width, int* height);
 
   /// Returns the element's id as UTF-8, or an empty string.

@@ -59,8 +59,10 @@ class LARKA_EXPORT LarkaPluginWidget {
   ///@{
   /// Returns the element's position or size in the page, in pixels at a zoom of 100 % from the
   /// page's top-left corner; frames and how far they are scrolled are taken into account. Lays the
-  /// page out first. For the position in the page image, subtract the viewport's
-  /// (ILarkaBrowser::GetViewPort) and multiply by the zoom factor.
+  /// page out first. The rectangle has every pixel that the element touches, so its width and
+  /// height are often one larger than page script says, and more with another zoom. For the
+  /// position in the page image, subtract the viewport's (ILarkaBrowser::GetViewPort) and multiply
+  /// by the zoom factor.
   int GetX();
   int GetY();
   int GetWidth();

@@ -306,9 +306,9 @@ class PageTest : public test::BrowserTest {
     static const QRegularExpression form("\"([^\"]*)\"|(/?)(\\w+\\+)?([a-z0-9-]+)(/?)");
     for (auto tokens = form.globalMatch(text); tokens.hasNext();) {
       const QStringList key = tokens.next().capturedTexts();
-      std::u16string typed = key[1].toStdU16String();
-      if (key.size() > 2) typed += static_cast<char16_t>(kKeys.value(key[4], key[4].toInt()));
-      for (const char16_t each : typed) {
+      std::u32string typed = key[1].toStdU32String();
+      if (key.size() > 2) typed += static_cast<char32_t>(kKeys.value(key[4], key[4].toInt()));
+      for (const char32_t each : typed) {
         if (key.value(2).isEmpty()) browser->KeyDown(each, kModifiers.value(key.value(3)));
         if (key.value(5).isEmpty()) browser->KeyUp(each, kModifiers.value(key.value(3)));
       }

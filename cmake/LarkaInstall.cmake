@@ -52,4 +52,5 @@ endif()
 install(FILES ${PROJECT_SOURCE_DIR}/docs/integration.md DESTINATION ${guide_directory}
   COMPONENT development)
 install(FILES ${PROJECT_SOURCE_DIR}/examples/minimal-host.cpp
+  ${PROJECT_SOURCE_DIR}/examples/careful-host.cpp
   DESTINATION ${guide_directory}/examples COMPONENT development)

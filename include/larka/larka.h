@@ -23,3 +23,4 @@
 namespace LARKA {}
 
 /// @example minimal-host.cpp
+/// @example careful-host.cpp

@@ -19,13 +19,26 @@ set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_COMPONENTS_ALL runtime development tools)
 set(CPACK_COMPONENTS_GROUPING ONE_PER_GROUP)
-set(CPACK_STRIP_FILES ON)
+set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/PackagesStrip.cmake)
+set(CPACK_POST_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/PackagesWithoutScripts.cmake)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/src)
+
+# What packages of hosts depend on. A symbol that the template lacks, or has too many, is an error:
+# add it there with the version that brings it.
+set(control_directory ${PROJECT_BINARY_DIR}/control)
+set(soname liblarkabrowser-${LARKA_CPU}-linux.so.0)
+configure_file(${templates}/symbols.in ${control_directory}/symbols.in @ONLY)
+add_custom_command(OUTPUT ${control_directory}/symbols
+  COMMAND dpkg-gensymbols -c2 -p${package_runtime} -v${PROJECT_VERSION} -e$<TARGET_FILE:larkabrowser>
+    -I${control_directory}/symbols.in -O${control_directory}/symbols
+  DEPENDS larkabrowser ${control_directory}/symbols.in
+  VERBATIM)
+add_custom_target(symbols ALL DEPENDS ${control_directory}/symbols)
 
 set(about "Larka renders web pages off screen, into images that a television\n\
 application shows inside its own screens. It lays out and paints pages\nwith QtWebKit.\n.")
@@ -36,7 +49,8 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS qt5-style-plugins)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS
   "fonts-dejavu-core, gstreamer1.0-plugins-base, gstreamer1.0-plugins-good")
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${templates}/triggers)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
+  ${templates}/triggers ${control_directory}/symbols)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "${about}\nThis package has the library.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME ${package_development})

@@ -25,7 +25,8 @@ $run sh -uc '. scripts/setup.sh
   cd build/package && cpack >cpack.log 2>&1 || fail "cpack failed: see build/package/cpack.log"' \
   package.sh || exit 1
 packages=$build/package/packages
-lintian --fail-on error "$packages"/*.deb || fail "lintian found errors"
+lintian --allow-root --display-info --fail-on error,warning,info "$packages"/*.deb ||
+  fail "lintian complains of the packages"
 
 copy_bare_root "$architecture" build/roots/fresh
 in_root build/roots/fresh "$build" sh -euc '

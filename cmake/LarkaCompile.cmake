@@ -22,7 +22,8 @@ endif()
 target_compile_definitions(larka_compile INTERFACE QT_NO_CAST_TO_ASCII
                            QT_DEPRECATED_WARNINGS)
 
-# i486 stands for all 32-bit x86.
+# i486 stands for all 32-bit x86. The instructions are those that the compiler takes by default: on
+# Debian those of an i686.
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(i.86|x86|x86_64|amd64|AMD64)$" AND CMAKE_SIZEOF_VOID_P EQUAL 4)
   set(LARKA_CPU i486)
 elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|amd64|AMD64)$")

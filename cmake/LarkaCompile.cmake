@@ -18,6 +18,9 @@ if(NOT LARKA_SANITIZE)
                          $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
   target_link_options(larka_compile INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
 endif()
+# Without it a 32-bit library could not open files beyond 2 GiB, nor tell those with large numbers
+# apart.
+target_compile_definitions(larka_compile INTERFACE _FILE_OFFSET_BITS=64)
 # Names that were deprecated after this release of Qt cause warnings; older ones don't exist.
 target_compile_definitions(larka_compile INTERFACE QT_NO_CAST_TO_ASCII
                            QT_DEPRECATED_WARNINGS)

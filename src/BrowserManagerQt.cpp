@@ -208,7 +208,8 @@ void BrowserManager::Initialize(int argc, char** argv) {
   if (d->application) QApplication::setStyle(new LarkaStyle);
   QNetworkProxyFactory::setUseSystemConfiguration(true);
   if (!d->cookieJar)
-    d->cookieJar = new CookieJar(applicationSupportPath(QStringLiteral("cookies")), d);
+    d->cookieJar =
+        new CookieJar(applicationSupportPath(QStringLiteral("cookies")), d, CookieJar::kWhenUsed);
   if (!d->diskCache) d->diskCache = new QNetworkDiskCache(d);
   d->diskCache->setCacheDirectory(applicationSupportPath(QStringLiteral("cache")));
   QPixmapCache::setCacheLimit(kPixmapCacheKilobytes);

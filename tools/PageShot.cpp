@@ -111,8 +111,8 @@ PageShot::PageShot(LARKA::BrowserManager* manager, const ShotOptions& options, c
   }
   m_browser = manager->CreateBrowser();
   m_browser->AddListener(this);
-  const char* jar = options.cookieJar.empty() ? nullptr : options.cookieJar.c_str();
-  m_browser->Initialize(options.size.width, options.size.height, jar, nullptr, false, nullptr);
+  m_browser->Initialize(options.size.width, options.size.height, options.cookieJar.c_str(), nullptr,
+                        false, nullptr);
   setUpNetwork();
   m_browser->SetZoomLevel(options.zoomPercent);
   m_browser->ExecuteJavascript(escaped(kWatchTimers).c_str());

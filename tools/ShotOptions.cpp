@@ -184,8 +184,8 @@ std::vector<Option> optionsWithValues(ShotOptions* options, Asked* asked) {
       "--cookie takes NAME=VALUE without semicolons, not",
       std::bind(parseCookie, _1, &options->cookies));
   add({"cookie-jar"}, "FILE",
-      "keep cookies in this file instead of the library's own; the pages are then rendered one "
-      "after the other",
+      "read cookies from this file and keep them in it; the pages are then rendered one after the "
+      "other (default: each page starts without cookies, and none are kept)",
       "--cookie-jar: can't keep cookies in", std::bind(parseCookieJar, _1, &options->cookieJar));
   add({"cache"}, "DIR", "keep what is loaded in this folder, and take it from there next time",
       "--cache: can't use the folder", std::bind(parseCache, _1, &options->cache));

@@ -38,7 +38,7 @@ struct ShotOptions {
   int jobs = 4;
   std::optional<std::string> userAgent, script;
   std::vector<std::pair<std::string, std::string>> cookies;
-  std::string cookieJar;  // empty for the library's own
+  std::string cookieJar;  // empty: each page forgets its cookies
   std::string cache;      // empty for none
   ShotProxy proxy;
   double zoomPercent = 100;

@@ -13,17 +13,23 @@ namespace LARKA {
 
 /// A cookie store in a file. It is read at construction and written 2 s after the last of a burst
 /// of changes, about every 10 s while changes go on, and, without session cookies, at destruction.
+/// Other stores, of this process or of others, may have the same file.
 class CookieJar : public NetworkCookieJar {
   Q_OBJECT
 
  public:
-  CookieJar(const QString& fileName, QObject* parent);
+  /// With `kWhenUsed` the file is read when cookies are first asked for or set, and stays as it is
+  /// if that never happens.
+  enum Reading { kAtOnce, kWhenUsed };
+
+  CookieJar(const QString& fileName, QObject* parent, Reading reading = kAtOnce);
   ~CookieJar() override;
 
   /// Writes every store as its destructor would. For the end of a process, which may not destroy
   /// them.
   static void endAll();
 
+  QList<QNetworkCookie> cookiesForUrl(const QUrl& url) const override;
   bool setCookiesFromUrl(const QList<QNetworkCookie>& cookies, const QUrl& url) override;
 
  signals:
@@ -34,15 +40,21 @@ class CookieJar : public NetworkCookieJar {
   /// cookie file.
   void load();
 
-  /// Writes the file, readable by its owner alone. At any time it is either the old or the new
-  /// file, unless it can only be overwritten: then it is not a valid cookie file until it is
-  /// complete.
+  /// Takes over what other stores have changed in the file, and writes it, readable by its owner
+  /// alone. If another store is about to write it, does so 2 s later. At any time it is either the
+  /// old or the new file, unless it can only be overwritten: then it is not a valid cookie file
+  /// until it is complete.
   void save();
 
-  /// Removes every cookie.
+  /// Removes every cookie, also those that other stores have written into the file.
   void clear();
 
  private:
+  QByteArray fileContents() const;
+  bool isReplaceable() const;
+  void loadWhenUsed();
+  void mergeAndWrite();
+  void end();
   void scheduleSave();
 
   static QList<CookieJar*> s_living;
@@ -50,6 +62,7 @@ class CookieJar : public NetworkCookieJar {
   QElapsedTimer m_firstChange;  // since the first change after a save; invalid if none
   QTimer* m_saveTimer;
   QString m_fileName;
+  bool m_isRead = false;
 };
 
 }  // namespace LARKA

@@ -4,8 +4,13 @@
 #include <QDateTime>
 #include <QMap>
 #include <QNetworkCookie>
+#include <QPair>
+#include <QSet>
 #include <QUrl>
 #include <algorithm>
+#include <map>
+#include <set>
+#include <tuple>
 #include <vector>
 
 #include "cookies/Trie.h"
@@ -53,22 +58,26 @@ static QList<QNetworkCookie> parsed(QByteArray text) {
 }
 
 // Only the first line counts.
-QDataStream& operator>>(QDataStream& stream, QNetworkCookie& cookie) {
+static void readText(QByteArray text, QNetworkCookie* cookie) {
   const int kLongestText = 1 << 20;
-  QByteArray text;
-  stream >> text;
-  if (text.size() > kLongestText) return stream;
+  if (text.size() > kLongestText) return;
   const int line = text.indexOf('\n');
   if (line >= 0) text.truncate(line);
   const bool encoded = text.endsWith(kEncoded);
   const QList<QNetworkCookie> cookies = parsed(text);
-  if (cookies.isEmpty()) return stream;
-  cookie = cookies.first();
-  if (!encoded) return stream;
-  cookie.setName(QByteArray::fromPercentEncoding(cookie.name()));
-  cookie.setValue(QByteArray::fromPercentEncoding(cookie.value()));
-  const QByteArray path = QByteArray::fromPercentEncoding(cookie.path().toUtf8());
-  cookie.setPath(QString::fromStdString(path.toStdString()));  // with any NUL in it
+  if (cookies.isEmpty()) return;
+  *cookie = cookies.first();
+  if (!encoded) return;
+  cookie->setName(QByteArray::fromPercentEncoding(cookie->name()));
+  cookie->setValue(QByteArray::fromPercentEncoding(cookie->value()));
+  const QByteArray path = QByteArray::fromPercentEncoding(cookie->path().toUtf8());
+  cookie->setPath(QString::fromStdString(path.toStdString()));  // with any NUL in it
+}
+
+QDataStream& operator>>(QDataStream& stream, QNetworkCookie& cookie) {
+  QByteArray text;
+  stream >> text;
+  readText(text, &cookie);
   return stream;
 }
 
@@ -137,10 +146,13 @@ bool shorterPaths(const QNetworkCookie& a, const QNetworkCookie& b) {
   return b.path().length() < a.path().length();
 }
 
-/// Returns whether a cookie that was read may be in the node at `keys`.
-bool mayBeAt(const QNetworkCookie& cookie, const QStringList& keys) {
-  const QStringList labels = splitHost(cookie.domain());
-  if (labels.isEmpty() || cookie.domain().length() > kLongestDomain || isTooLarge(cookie))
+/// Gives a cookie that was read in the node at `keys` its domain if it has none. Returns false if
+/// it may not be there.
+bool completeAt(const QStringList& keys, QNetworkCookie* cookie) {
+  if (cookie->name().isEmpty()) return false;
+  if (cookie->domain().isEmpty()) cookie->setDomain(normalized(keys.join(QLatin1Char('.'))));
+  const QStringList labels = splitHost(cookie->domain());
+  if (labels.isEmpty() || cookie->domain().length() > kLongestDomain || isTooLarge(*cookie))
     return false;
   // The file may spell an international name differently from Qt.
   return labels == keys || labels == splitHost(normalized(keys.join(QLatin1Char('.'))));
@@ -151,12 +163,65 @@ struct StoredCookie : QNetworkCookie {
   StoredCookie(const QNetworkCookie& cookie, quint64 serial)
       : QNetworkCookie(cookie), serial(serial) {}
 
-  mutable quint64 serial = 0;  // grows with every cookie that is set or read
+  mutable quint64 serial = 0;     // grows with every cookie that is set or read
+  bool isOfAnotherStore = false;  // a session cookie that this store only keeps in the file
 };
+
+/// Returns whether a cookie ends with this process, whatever other processes do.
+bool isOfThisSession(const StoredCookie& cookie) {
+  return cookie.isSessionCookie() && !cookie.isOfAnotherStore;
+}
 
 using Cookies = std::vector<const StoredCookie*>;
 
 bool isOlder(const StoredCookie* a, const StoredCookie* b) { return a->serial < b->serial; }
+
+/// What makes two cookies namesakes: domain, path, name.
+using Identity = std::tuple<QString, QString, QByteArray>;
+
+Identity identityOf(const QNetworkCookie& cookie) {
+  return {cookie.domain(), cookie.path(), cookie.name()};
+}
+
+/// The cookies of a saved state before they are parsed: the keys of the node and the text of each.
+struct SavedState {
+  QList<QPair<QStringList, QByteArray>> cookies;
+  bool isWhole = false;  // not cut off, nor damaged otherwise
+};
+
+bool readHeader(QDataStream* stream) {
+  qint32 magic = 0, version = 0;
+  *stream >> magic >> version;
+  return magic == kMagic && version == kVersion;
+}
+
+SavedState parsedState(const QByteArray& state) {
+  QDataStream stream(state);
+  if (!readHeader(&stream)) return {};
+  Trie<QByteArray> tree;
+  stream >> tree;
+  SavedState parsed;
+  parsed.isWhole = stream.status() == QDataStream::Ok && stream.atEnd() && tree.isConsistent();
+  tree.forEachNode([&parsed](const Trie<QByteArray>& node, QStringList keys) {
+    if (node.values.isEmpty() || keys.size() > kLongestDomain) return;
+    std::reverse(keys.begin(), keys.end());
+    for (const QByteArray& text : node.values) parsed.cookies.append({keys, text});
+  });
+  return parsed;
+}
+
+/// Returns the cookies of `state` that are not, or not the same, in `other`.
+QList<StoredCookie> difference(const SavedState& state, const SavedState& other) {
+  const QSet<QPair<QStringList, QByteArray>> known(other.cookies.begin(), other.cookies.end());
+  QList<StoredCookie> found;
+  for (const auto& read : state.cookies) {
+    StoredCookie cookie;
+    if (known.contains(read)) continue;
+    readText(read.second, &cookie);
+    if (completeAt(read.first, &cookie)) found.append(cookie);
+  }
+  return found;
+}
 
 /// If there are more than `most` cookies, removes and returns the surplus: all expired ones, then
 /// the oldest.
@@ -189,16 +254,25 @@ class NetworkCookieJarPrivate {
     return matchesBlacklist(labels.last()) ? 3 : 2;
   }
   QStringList family(const QStringList& labels) const;
+  const StoredCookie* namesake(const QNetworkCookie& cookie, const QStringList& labels) const;
   void insert(const QNetworkCookie& cookie, const QStringList& labels);
   void remove(const QNetworkCookie& cookie);
   void removeNamesake(const QNetworkCookie& cookie, const QStringList& labels);
   void makeRoom(const QStringList& labels, const QDateTime& now);
   void cut(const Trie<StoredCookie>& node, bool all, int most, const QDateTime& now);
+  Cookies withinLimits(const QList<StoredCookie>& cookies);
+  void plant(Cookies cookies);
   void checkRestored();
+  bool isChanged(const StoredCookie& cookie) const { return cookie.serial > savedSerial; }
+  bool prevails(const StoredCookie* own, bool wasSaved, const StoredCookie& theirs) const;
+  void merge(const QByteArray& state);
+  void insertBeforeChanges(const QList<StoredCookie>& cookies);
 
   Trie<StoredCookie> tree;
   int count = 0;  // of cookies in the tree
   quint64 lastSerial = 0;
+  QByteArray saved;         // what the file held when the store last read or wrote it
+  quint64 savedSerial = 0;  // of the last cookie that the store had then
   mutable bool secondLevelDomainsLoaded = false;
   mutable QStringList secondLevelDomains;  // sorted
 };
@@ -262,14 +336,21 @@ void NetworkCookieJarPrivate::remove(const QNetworkCookie& cookie) {
   if (tree.remove(splitHost(cookie.domain()), StoredCookie(cookie, 0))) --count;
 }
 
-void NetworkCookieJarPrivate::removeNamesake(const QNetworkCookie& cookie,
-                                             const QStringList& labels) {
-  const QList<StoredCookie> neighbours = tree.find(labels);
-  const auto old = std::find_if(neighbours.begin(), neighbours.end(), [&](const auto& other) {
+const StoredCookie* NetworkCookieJarPrivate::namesake(const QNetworkCookie& cookie,
+                                                      const QStringList& labels) const {
+  const Trie<StoredCookie>* node = tree.walkTo(labels);
+  if (!node) return nullptr;
+  const auto found = std::find_if(node->values.begin(), node->values.end(), [&](auto& other) {
     return other.name() == cookie.name() && other.domain() == cookie.domain() &&
            other.path() == cookie.path();
   });
-  if (old != neighbours.end() && tree.remove(labels, *old)) --count;
+  return found == node->values.end() ? nullptr : &*found;
+}
+
+void NetworkCookieJarPrivate::removeNamesake(const QNetworkCookie& cookie,
+                                             const QStringList& labels) {
+  const StoredCookie* old = namesake(cookie, labels);
+  if (old && tree.remove(labels, StoredCookie(*old))) --count;
 }
 
 /// Removes what exceeds the limits after a cookie was added at `labels`.
@@ -298,6 +379,29 @@ void NetworkCookieJarPrivate::cut(const Trie<StoredCookie>& node, bool all, int 
   for (const QNetworkCookie& cookie : surplus) remove(cookie);
 }
 
+/// Returns those cookies that the limits leave.
+Cookies NetworkCookieJarPrivate::withinLimits(const QList<StoredCookie>& cookies) {
+  const QDateTime now = QDateTime::currentDateTimeUtc();
+  QMap<QStringList, Cookies> families;
+  for (const StoredCookie& cookie : cookies)
+    families[family(splitHost(cookie.domain()))].push_back(&cookie);
+  Cookies kept;
+  for (Cookies& members : families) {
+    takeSurplus(&members, kMostOfADomain, now);
+    kept.insert(kept.end(), members.begin(), members.end());
+  }
+  takeSurplus(&kept, kMostInAll, now);
+  return kept;
+}
+
+/// Replaces the tree by one of these cookies.
+void NetworkCookieJarPrivate::plant(Cookies cookies) {
+  tree.clear();
+  count = static_cast<int>(cookies.size());
+  std::sort(cookies.begin(), cookies.end(), isOlder);
+  for (const StoredCookie* cookie : cookies) tree.insert(splitHost(cookie->domain()), *cookie);
+}
+
 /// Numbers the cookies of a tree that was read, in their order. If the tree is damaged, or holds
 /// cookies that it must not hold, rebuilds it from those that may stay.
 void NetworkCookieJarPrivate::checkRestored() {
@@ -311,28 +415,68 @@ void NetworkCookieJarPrivate::checkRestored() {
     for (const StoredCookie& read : node.values) {
       read.serial = ++lastSerial;
       if (splitHost(read.domain()) != keys) sound = false;
-      if (read.name().isEmpty()) continue;
       StoredCookie cookie = read;
-      if (cookie.domain().isEmpty()) cookie.setDomain(normalized(keys.join(QLatin1Char('.'))));
-      if (mayBeAt(cookie, keys)) found.append(cookie);
+      if (completeAt(keys, &cookie)) found.append(cookie);
     }
   });
 
-  const QDateTime now = QDateTime::currentDateTimeUtc();
-  QMap<QStringList, Cookies> families;
-  for (const StoredCookie& cookie : qAsConst(found))
-    families[family(splitHost(cookie.domain()))].push_back(&cookie);
-  Cookies kept;
-  for (Cookies& cookies : families) {
-    takeSurplus(&cookies, kMostOfADomain, now);
-    kept.insert(kept.end(), cookies.begin(), cookies.end());
-  }
-  takeSurplus(&kept, kMostInAll, now);
+  const Cookies kept = withinLimits(found);
   count = static_cast<int>(kept.size());
-  if (sound && count == total) return;
-  tree.clear();
-  std::sort(kept.begin(), kept.end(), isOlder);
-  for (const StoredCookie* cookie : kept) tree.insert(splitHost(cookie->domain()), *cookie);
+  if (!sound || count != total) plant(kept);
+}
+
+/// Returns whether what this store has of a cookie stays although another store has set the cookie.
+/// Who saves later wins.
+bool NetworkCookieJarPrivate::prevails(const StoredCookie* own, bool wasSaved,
+                                       const StoredCookie& theirs) const {
+  if (own && isChanged(*own)) return true;
+  if (theirs.isSessionCookie()) return own && isOfThisSession(*own);
+  return !own && wasSaved;  // removed here
+}
+
+/// Makes the changes that other stores have made to the file, which now holds `state`. They change
+/// nothing in this session, whose cookies end with the process.
+void NetworkCookieJarPrivate::merge(const QByteArray& state) {
+  const SavedState before = parsedState(saved), after = parsedState(state);
+  const QDateTime now = QDateTime::currentDateTimeUtc();
+  std::map<Identity, StoredCookie> gone;  // from `before`
+  for (const StoredCookie& cookie : difference(before, after)) gone[identityOf(cookie)] = cookie;
+
+  QList<StoredCookie> taken;
+  std::set<Identity> replaced;
+  for (StoredCookie cookie : difference(after, before)) {
+    const Identity identity = identityOf(cookie);
+    const auto old = gone.find(identity);
+    const bool wasSaved = old != gone.end() && !isExpired(old->second, now);
+    const StoredCookie* own = namesake(cookie, splitHost(cookie.domain()));
+    replaced.insert(identity);
+    if (prevails(own, wasSaved, cookie)) continue;
+    if (own) remove(*own);
+    cookie.isOfAnotherStore = cookie.isSessionCookie();
+    if (!isExpired(cookie, now)) taken.append(cookie);
+  }
+  // A damaged file may lack what nobody has removed.
+  for (const auto& [identity, cookie] : gone) {
+    if (!after.isWhole || replaced.count(identity) > 0) continue;
+    const StoredCookie* own = namesake(cookie, splitHost(cookie.domain()));
+    if (own && !isChanged(*own) && !isOfThisSession(*own)) remove(*own);
+  }
+  saved = state;
+  if (!taken.isEmpty()) insertBeforeChanges(taken);
+}
+
+/// Adds cookies that are newer than those that were saved, and older than those set since.
+void NetworkCookieJarPrivate::insertBeforeChanges(const QList<StoredCookie>& cookies) {
+  QList<StoredCookie> old, changed;
+  for (const StoredCookie& cookie : tree.all()) (isChanged(cookie) ? changed : old).append(cookie);
+  const auto isBefore = [](const auto& a, const auto& b) { return isOlder(&a, &b); };
+  std::sort(old.begin(), old.end(), isBefore);
+  std::sort(changed.begin(), changed.end(), isBefore);
+  old += cookies;
+  for (const StoredCookie& cookie : qAsConst(old)) cookie.serial = ++lastSerial;
+  savedSerial = lastSerial;
+  for (const StoredCookie& cookie : qAsConst(changed)) cookie.serial = ++lastSerial;
+  plant(withinLimits(old + changed));
 }
 
 NetworkCookieJar::NetworkCookieJar(QObject* parent)
@@ -366,6 +510,7 @@ QList<QNetworkCookie> NetworkCookieJar::cookiesForUrl(const QUrl& url) const {
   QList<QNetworkCookie> result;
   for (const StoredCookie& cookie : found) {
     if (!d->matchingPath(cookie, path) || (cookie.isSecure() && !secure)) continue;
+    if (cookie.isOfAnotherStore) continue;
     if (isExpired(cookie, now))
       d->remove(cookie);
     else
@@ -378,7 +523,7 @@ QList<QNetworkCookie> NetworkCookieJar::cookiesForUrl(const QUrl& url) const {
 void NetworkCookieJar::endSession() {
   const QDateTime now = QDateTime::currentDateTimeUtc();
   for (const StoredCookie& cookie : d->tree.all())
-    if (cookie.isSessionCookie() || isExpired(cookie, now)) d->remove(cookie);
+    if (isOfThisSession(cookie) || isExpired(cookie, now)) d->remove(cookie);
 }
 
 QByteArray NetworkCookieJar::saveState() const {
@@ -390,18 +535,28 @@ QByteArray NetworkCookieJar::saveState() const {
 
 bool NetworkCookieJar::restoreState(const QByteArray& state) {
   QDataStream stream(state);
-  qint32 magic = 0, version = 0;
-  if (stream.atEnd()) return false;
-  stream >> magic >> version;
-  if (magic != kMagic || version != kVersion) return false;
+  if (!readHeader(&stream)) return false;
   stream >> d->tree;
   d->checkRestored();
   return true;
 }
 
+void NetworkCookieJar::setSaved(const QByteArray& state) {
+  QDataStream stream(state);
+  if (!readHeader(&stream)) return;
+  d->saved = state;
+  d->savedSerial = d->lastSerial;
+}
+
+void NetworkCookieJar::merge(const QByteArray& state) {
+  QDataStream stream(state);
+  if (state != d->saved && readHeader(&stream)) d->merge(state);
+}
+
 QList<QNetworkCookie> NetworkCookieJar::allCookies() const {
   QList<QNetworkCookie> cookies;
-  for (const StoredCookie& cookie : d->tree.all()) cookies.append(cookie);
+  for (const StoredCookie& cookie : d->tree.all())
+    if (!cookie.isOfAnotherStore) cookies.append(cookie);
   return cookies;
 }
 

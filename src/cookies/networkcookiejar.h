@@ -42,6 +42,15 @@ class NetworkCookieJar : public QNetworkCookieJar {
   QList<QNetworkCookie> allCookies() const;
   void setAllCookies(const QList<QNetworkCookie>& cookies);
 
+  /// Notes that the file of this store holds `state`. What the store sets or removes from now on
+  /// counts as changed.
+  void setSaved(const QByteArray& state);
+
+  /// Makes the changes by which `state`, which the file now holds, differs from what it held
+  /// before, except to cookies that this store has changed as well. Session cookies of `state` stay
+  /// in the file but are given to no request. Like setSaved(), ignores what is no saved state.
+  void merge(const QByteArray& state);
+
  private:
   Q_DISABLE_COPY(NetworkCookieJar)
 

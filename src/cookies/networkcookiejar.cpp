@@ -9,7 +9,6 @@
 #include <QUrl>
 #include <algorithm>
 #include <map>
-#include <set>
 #include <tuple>
 #include <vector>
 
@@ -258,15 +257,20 @@ class NetworkCookieJarPrivate {
   void insert(const QNetworkCookie& cookie, const QStringList& labels);
   void remove(const QNetworkCookie& cookie);
   void removeNamesake(const QNetworkCookie& cookie, const QStringList& labels);
-  void makeRoom(const QStringList& labels, const QDateTime& now);
+  void makeRoom(const QStringList& labels, const QDateTime& now) {
+    makeRoomInFamily(labels, now);
+    makeRoomInAll(now);
+  }
+  void makeRoomInFamily(const QStringList& labels, const QDateTime& now);
+  void makeRoomInAll(const QDateTime& now) {
+    if (count > kMostInAll) cut(tree, true, kMostInAll, now);
+  }
   void cut(const Trie<StoredCookie>& node, bool all, int most, const QDateTime& now);
-  Cookies withinLimits(const QList<StoredCookie>& cookies);
-  void plant(Cookies cookies);
   void checkRestored();
   bool isChanged(const StoredCookie& cookie) const { return cookie.serial > savedSerial; }
   bool prevails(const StoredCookie* own, bool wasSaved, const StoredCookie& theirs) const;
   void merge(const QByteArray& state);
-  void insertBeforeChanges(const QList<StoredCookie>& cookies);
+  void insertBeforeChanges(const QList<StoredCookie>& cookies, const QDateTime& now);
 
   Trie<StoredCookie> tree;
   int count = 0;  // of cookies in the tree
@@ -353,13 +357,12 @@ void NetworkCookieJarPrivate::removeNamesake(const QNetworkCookie& cookie,
   if (old && tree.remove(labels, StoredCookie(*old))) --count;
 }
 
-/// Removes what exceeds the limits after a cookie was added at `labels`.
-void NetworkCookieJarPrivate::makeRoom(const QStringList& labels, const QDateTime& now) {
+/// Removes what exceeds the limit of a registrable domain after a cookie was added at `labels`.
+void NetworkCookieJarPrivate::makeRoomInFamily(const QStringList& labels, const QDateTime& now) {
   if (count <= kMostOfADomain) return;
   const QStringList shared = family(labels);
   const bool alone = isAddress(shared) || shared.size() < registrableSize(shared);
   cut(*tree.walkTo(shared), !alone, kMostOfADomain, now);
-  if (count > kMostInAll) cut(tree, true, kMostInAll, now);
 }
 
 /// Removes what exceeds `most` from the cookies of a node or, with `all`, of the node and those
@@ -377,29 +380,6 @@ void NetworkCookieJarPrivate::cut(const Trie<StoredCookie>& node, bool all, int 
   QList<QNetworkCookie> surplus;
   for (const StoredCookie* cookie : takeSurplus(&cookies, most, now)) surplus.append(*cookie);
   for (const QNetworkCookie& cookie : surplus) remove(cookie);
-}
-
-/// Returns those cookies that the limits leave.
-Cookies NetworkCookieJarPrivate::withinLimits(const QList<StoredCookie>& cookies) {
-  const QDateTime now = QDateTime::currentDateTimeUtc();
-  QMap<QStringList, Cookies> families;
-  for (const StoredCookie& cookie : cookies)
-    families[family(splitHost(cookie.domain()))].push_back(&cookie);
-  Cookies kept;
-  for (Cookies& members : families) {
-    takeSurplus(&members, kMostOfADomain, now);
-    kept.insert(kept.end(), members.begin(), members.end());
-  }
-  takeSurplus(&kept, kMostInAll, now);
-  return kept;
-}
-
-/// Replaces the tree by one of these cookies.
-void NetworkCookieJarPrivate::plant(Cookies cookies) {
-  tree.clear();
-  count = static_cast<int>(cookies.size());
-  std::sort(cookies.begin(), cookies.end(), isOlder);
-  for (const StoredCookie* cookie : cookies) tree.insert(splitHost(cookie->domain()), *cookie);
 }
 
 /// Numbers the cookies of a tree that was read, in their order. If the tree is damaged, or holds
@@ -420,9 +400,21 @@ void NetworkCookieJarPrivate::checkRestored() {
     }
   });
 
-  const Cookies kept = withinLimits(found);
+  const QDateTime now = QDateTime::currentDateTimeUtc();
+  QMap<QStringList, Cookies> families;
+  for (const StoredCookie& cookie : qAsConst(found))
+    families[family(splitHost(cookie.domain()))].push_back(&cookie);
+  Cookies kept;
+  for (Cookies& cookies : families) {
+    takeSurplus(&cookies, kMostOfADomain, now);
+    kept.insert(kept.end(), cookies.begin(), cookies.end());
+  }
+  takeSurplus(&kept, kMostInAll, now);
   count = static_cast<int>(kept.size());
-  if (!sound || count != total) plant(kept);
+  if (sound && count == total) return;
+  tree.clear();
+  std::sort(kept.begin(), kept.end(), isOlder);
+  for (const StoredCookie* cookie : kept) tree.insert(splitHost(cookie->domain()), *cookie);
 }
 
 /// Returns whether what this store has of a cookie stays although another store has set the cookie.
@@ -443,13 +435,10 @@ void NetworkCookieJarPrivate::merge(const QByteArray& state) {
   for (const StoredCookie& cookie : difference(before, after)) gone[identityOf(cookie)] = cookie;
 
   QList<StoredCookie> taken;
-  std::set<Identity> replaced;
   for (StoredCookie cookie : difference(after, before)) {
-    const Identity identity = identityOf(cookie);
-    const auto old = gone.find(identity);
+    const auto old = gone.find(identityOf(cookie));
     const bool wasSaved = old != gone.end() && !isExpired(old->second, now);
     const StoredCookie* own = namesake(cookie, splitHost(cookie.domain()));
-    replaced.insert(identity);
     if (prevails(own, wasSaved, cookie)) continue;
     if (own) remove(*own);
     cookie.isOfAnotherStore = cookie.isSessionCookie();
@@ -457,26 +446,33 @@ void NetworkCookieJarPrivate::merge(const QByteArray& state) {
   }
   // A damaged file may lack what nobody has removed.
   for (const auto& [identity, cookie] : gone) {
-    if (!after.isWhole || replaced.count(identity) > 0) continue;
+    if (!after.isWhole) break;
     const StoredCookie* own = namesake(cookie, splitHost(cookie.domain()));
     if (own && !isChanged(*own) && !isOfThisSession(*own)) remove(*own);
   }
   saved = state;
-  if (!taken.isEmpty()) insertBeforeChanges(taken);
+  insertBeforeChanges(taken, now);
 }
 
-/// Adds cookies that are newer than those that were saved, and older than those set since.
-void NetworkCookieJarPrivate::insertBeforeChanges(const QList<StoredCookie>& cookies) {
-  QList<StoredCookie> old, changed;
-  for (const StoredCookie& cookie : tree.all()) (isChanged(cookie) ? changed : old).append(cookie);
-  const auto isBefore = [](const auto& a, const auto& b) { return isOlder(&a, &b); };
-  std::sort(old.begin(), old.end(), isBefore);
-  std::sort(changed.begin(), changed.end(), isBefore);
-  old += cookies;
-  for (const StoredCookie& cookie : qAsConst(old)) cookie.serial = ++lastSerial;
-  savedSerial = lastSerial;
-  for (const StoredCookie& cookie : qAsConst(changed)) cookie.serial = ++lastSerial;
-  plant(withinLimits(old + changed));
+/// Adds cookies that count as newer than those that were saved, and older than those set since.
+void NetworkCookieJarPrivate::insertBeforeChanges(const QList<StoredCookie>& cookies,
+                                                  const QDateTime& now) {
+  Cookies changed;
+  tree.forEachNode([&](const Trie<StoredCookie>& node, const QStringList&) {
+    for (const StoredCookie& cookie : node.values)
+      if (isChanged(cookie)) changed.push_back(&cookie);
+  });
+  std::sort(changed.begin(), changed.end(), isOlder);
+  quint64 serial = lastSerial;
+  savedSerial = lastSerial += static_cast<quint64>(cookies.size());
+  for (const StoredCookie* cookie : changed) cookie->serial = ++lastSerial;
+  for (const StoredCookie& cookie : cookies) {
+    cookie.serial = ++serial;
+    tree.insert(splitHost(cookie.domain()), cookie);
+    ++count;
+  }
+  for (const StoredCookie& cookie : cookies) makeRoomInFamily(splitHost(cookie.domain()), now);
+  makeRoomInAll(now);
 }
 
 NetworkCookieJar::NetworkCookieJar(QObject* parent)

@@ -56,6 +56,7 @@ TEST_F(LarkaShotTest, WritesThePagesOfAListAsTheyAreAtRest) {
   EXPECT_EQ(status, 1);
   EXPECT_NE(server.requests("/task").at(0).headers.find("Cookie: a=1 2\r\n"), std::string::npos);
   EXPECT_FALSE(std::filesystem::is_empty(directory.file("cache")));
+  EXPECT_FALSE(std::filesystem::exists(directory.file("LarkaBrowser/cookies")));
   EXPECT_EQ(errors, "larka-shot: missing.html: could not be loaded\nlarka-shot: " +
                         server.url("/silent: timed out after 4 s\nlarka-shot: ") +
                         server.url("/image: timed out after 4 s; the image has what was there\n"));

@@ -17,7 +17,9 @@ const QUrl kUrl(QStringLiteral("http://www.site0.com/dir/page.html"));
 class Jar : public LARKA::NetworkCookieJar {
  public:
   using NetworkCookieJar::allCookies;
+  using NetworkCookieJar::merge;
   using NetworkCookieJar::setAllCookies;
+  using NetworkCookieJar::setSaved;
 };
 
 class QtJar : public QNetworkCookieJar {
@@ -105,6 +107,22 @@ BENCHMARK(restoreState)
     ->Range(30, kMostInAll)
     ->Complexity(benchmark::oN)
     ->Unit(benchmark::kMillisecond);
+
+// A full store takes over so many cookies that another process has changed.
+void mergeChanges(benchmark::State& state) {
+  QList<QNetworkCookie> stored = cookies(kMostInAll);
+  QByteArray states[2];
+  Jar jar;
+  for (QByteArray& each : states) {
+    jar.setAllCookies(stored);
+    each = jar.saveState();
+    jar.setSaved(each);
+    for (int i = 0; i < state.range(0); ++i) stored[i].setValue("changed");
+  }
+  for (int i = 0; state.KeepRunning(); ++i) jar.merge(states[i % 2]);
+  if (jar.allCookies().size() != kMostInAll) state.SkipWithError("lost cookies");
+}
+BENCHMARK(mergeChanges)->Arg(1)->Arg(100)->Arg(1000)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

@@ -67,9 +67,9 @@ class LARKA_EXPORT ILarkaBrowser {
   /// - `width`, `height`: the view's size in pixels. Negative counts as 0. A view without a size
   ///   has no image until it is resized. The page image never exceeds 1280 by 720.
   /// - `cookiePath`: the file of a cookie store for this browser alone. The library reads the file
-  ///   and overwrites it, whatever it held. Two browsers, or processes, that share a file lose each
-  ///   other's changes. Empty: a store for this browser that is not kept. Null: the store that all
-  ///   browsers share.
+  ///   and overwrites it, whatever it held. Browsers, or processes, that share a file take over
+  ///   each other's changes when they write it. Empty: a store for this browser that is not kept.
+  ///   Null: the store that all browsers share.
   /// - `localStoragePath`: the directory in which pages keep their local storage. Null or empty: it
   ///   is not kept. The first directory that any browser of the process passes also holds the
   ///   databases and application caches of all browsers with a directory; browsers without one have
@@ -143,7 +143,8 @@ class LARKA_EXPORT ILarkaBrowser {
   /// with ClearAllCookies().
   virtual bool ClearCookie(const char* name) = 0;
 
-  /// Removes every cookie from the store that this browser uses, for every browser that shares it.
+  /// Removes every cookie from the store that this browser uses, for every browser that shares it,
+  /// and what other processes have written into its file.
   virtual void ClearAllCookies() = 0;
 
   /// Returns the value of the current page's cookie of this name, or an empty string. Of several

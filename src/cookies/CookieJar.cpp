@@ -35,8 +35,8 @@ const int kHeader = 8;
 /// It is a flock() on the cookie file: the kernel drops it when a process dies, and it separates
 /// two stores of one process as well. There is no second file that would stay behind, or that could
 /// not be made in a folder that is not writable. Saving replaces the locked file by a new one that
-/// nobody has locked. So a lock counts only if the file still has its name then: only who has such
-/// a lock may replace it.
+/// nobody has locked. So a lock counts only if the locked file still has that name: nobody else can
+/// replace it then.
 class FileLock {
  public:
   FileLock(const QString& fileName, int waitMilliseconds);

@@ -1,5 +1,5 @@
-// Feeds the reader of the cookie file with whatever libFuzzer comes up with, as a file and as what
-// a page chooses; see scripts/fuzz.sh.
+// Feeds the reader of the cookie file with whatever libFuzzer comes up with, as a file, as what
+// another process has made of the file, and as what a page chooses; see scripts/fuzz.sh.
 #include <QNetworkCookie>
 #include <QUrl>
 #include <cstdlib>
@@ -11,6 +11,12 @@ namespace {
 void require(bool condition) {
   if (!condition) abort();
 }
+
+class Jar : public LARKA::NetworkCookieJar {
+ public:
+  using NetworkCookieJar::merge;
+  using NetworkCookieJar::setSaved;
+};
 
 }  // namespace
 
@@ -28,6 +34,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   require(copy.restoreState(saved));
   require(copy.saveState() == saved);
   jar.endSession();
+
+  Jar sharing;
+  for (const QByteArray& each : {state.left(state.size() / 2), state, saved}) {
+    sharing.setCookiesFromUrl({QNetworkCookie("own", each.right(9))}, url);
+    const QList<QNetworkCookie> own = sharing.cookiesForUrl(url);
+    sharing.merge(each);
+    for (const QNetworkCookie& cookie : sharing.cookiesForUrl(url))
+      require(cookie.name() != "own" || own.contains(cookie));
+    sharing.setSaved(each);
+  }
+  require(copy.restoreState(sharing.saveState()));
+  require(copy.saveState() == sharing.saveState());
 
   QUrl page(url);
   page.setPath(QLatin1Char('/') + QString::fromUtf8(state.constData(), state.size()));

@@ -12,10 +12,8 @@ void require(bool condition) {
   if (!condition) abort();
 }
 
-class Jar : public LARKA::NetworkCookieJar {
- public:
+struct Jar : LARKA::NetworkCookieJar {
   using NetworkCookieJar::merge;
-  using NetworkCookieJar::setSaved;
 };
 
 }  // namespace
@@ -36,15 +34,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   jar.endSession();
 
   Jar sharing;
-  for (const QByteArray& each : {state.left(state.size() / 2), state, saved}) {
-    sharing.setCookiesFromUrl({QNetworkCookie("own", each.right(9))}, url);
-    const QList<QNetworkCookie> own = sharing.cookiesForUrl(url);
-    sharing.merge(each);
-    for (const QNetworkCookie& cookie : sharing.cookiesForUrl(url))
-      require(cookie.name() != "own" || own.contains(cookie));
-    sharing.setSaved(each);
-  }
-  require(copy.restoreState(sharing.saveState()));
+  sharing.setCookiesFromUrl({QNetworkCookie("own", "1")}, url);
+  const QNetworkCookie own = sharing.cookiesForUrl(url).first();
+  for (const QByteArray& each : {state, saved, state}) sharing.merge(each);
+  require(sharing.cookiesForUrl(url).contains(own));
+  copy.restoreState(sharing.saveState());
   require(copy.saveState() == sharing.saveState());
 
   QUrl page(url);

@@ -113,7 +113,7 @@ const std::tuple<QByteArray, QByteArray, const char*, const char*> kChanges[] = 
     {"a=2#\nb=2#", "a=3#\nb=!", "a=3", "a=3"},
     {"b=!", "a=!", "", ""},
     {"b=!", "b=3#", "a=1 b=3", "a=1 b=3"},
-    {"s=1", "t=1", "a=1 b=1 s=1", "a=1 b=1 t=1"},
+    {"s=1", "s=2\nt=1", "a=1 b=1 s=1", "a=1 b=1 s=2 t=1"},
     {"s=1\nb=1", "s=2#\nb=!", "a=1 b=1 s=2", "a=1 s=2"}};
 
 TEST_F(CookieFileTest, StoresKeepWhatOthersWriteIntoIt) {

@@ -43,7 +43,9 @@ unpack() {
   dpkg-deb --fsys-tarfile "$package" | tar -t | LC_ALL=C sort |
     grep -E '^\./usr/share/[A-Za-z0-9_./+-]+\.(html?|js)$' >"build/real-pages/$1.new"
   # Some name their files from the root of the file system.
+  # Links are left out: they may lead into packages that come later.
   (cd build/real-pages/root && tr '\n' '\0' <"../$1.new" |
+    xargs -0r sh -c 'find "$@" -type f -print0' sh |
     xargs -0r sed -i -E "s#([\"'(])(file://)?/usr/share/#\1file://$root/usr/share/#g") || exit 1
   grep -v '\.js$' "build/real-pages/$1.new" >"build/real-pages/$1.list"
   rm "build/real-pages/$1.new"

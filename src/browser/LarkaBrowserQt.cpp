@@ -246,7 +246,10 @@ void LarkaBrowser::loadStarted() {
     ++m_loads;
     m_pageArrived = false;
   }
-  if (m_webView && m_pageLoads) page()->plugins()->forget();
+  if (m_webView && m_pageLoads) {
+    page()->plugins()->forget();
+    page()->forgetFailure();
+  }
   postHostEvent(this, m_pageUse, [this, leavesPage = m_pageLoads] {
     if (leavesPage) m_plugins.clear();
     m_listeners.notify([](ILarkaCallbacks* listener) { listener->OnLoadStarted(); });
@@ -257,9 +260,20 @@ bool LarkaBrowser::isBusyLoading() const {
   // While a page waits for the host, the loads of all pages rest.
   if (!m_webView || !webKitUse().isIdle()) return true;
   if (m_pageLoads && !m_pageArrived) return true;
+  return hasRunningRequests();
+}
+
+bool LarkaBrowser::hasRunningRequests() const {
+  if (!m_webView) return false;
   const auto* manager = qobject_cast<NetworkAccessManager*>(page()->networkAccessManager());
   return manager && manager->hasRunningReplies();
 }
+
+LoadFailure LarkaBrowser::loadFailure() const {
+  return m_webView ? page()->failure() : LoadFailure();
+}
+
+QString LarkaBrowser::loadFailureText() const { return loadFailure().text; }
 
 void LarkaBrowser::loadProgress(int percent) {
   m_listeners.post([=](ILarkaCallbacks* listener) { listener->OnLoadProgress(percent); });
@@ -850,6 +864,10 @@ void LarkaBrowser::SaveBrowserImage(const char* path, int width, int height) {
   const QImage thumbnail =
       image.scaled(width, height, Qt::KeepAspectRatio, Qt::SmoothTransformation);
   if (!thumbnail.save(QFile::decodeName(path), "jpg")) fputs("Thumbnail save failure\n", stderr);
+}
+
+void LarkaBrowser::mendImage() {
+  if (m_webView && webKitUse().isIdle()) m_webView->mend();
 }
 
 void LarkaBrowser::addRect(const QRect& rect) {

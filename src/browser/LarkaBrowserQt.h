@@ -22,6 +22,7 @@
 #include "host/Destruction.h"
 #include "input/PageInput.h"
 #include "larka/ILarkaBrowser.h"
+#include "page/LoadFailure.h"
 #include "page/PageHost.h"
 #include "plugins/PluginList.h"
 
@@ -50,6 +51,9 @@ class WebPage;
 /// manager.
 class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
   Q_OBJECT
+  // What larka-shot asks by name, because the public interface doesn't tell.
+  Q_PROPERTY(QString loadFailure READ loadFailureText)
+  Q_PROPERTY(bool hasRunningRequests READ hasRunningRequests)
 
  public:
   /// Takes `manager` for its page's requests. The caller keeps it alive as long as the page.
@@ -64,6 +68,17 @@ class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
 
   /// Calls no listener any more.
   void abandon();
+
+  /// Returns why the last load of the page failed.
+  LoadFailure loadFailure() const;
+  QString loadFailureText() const;
+
+  /// Returns whether the page, or anything in it, waits for an answer from the network or a file.
+  bool hasRunningRequests() const;
+
+  /// Replaces now what is stale in the page image, which otherwise happens when the page has been
+  /// at rest for a while.
+  Q_INVOKABLE void mendImage();
 
   void Initialize(int width, int height, const char* cookiePath, const char* localStoragePath,
                   bool createScriptObject, SystemInfoData* systemInfo) override;

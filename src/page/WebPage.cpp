@@ -55,6 +55,7 @@ bool WebPage::supportsExtension(Extension extension) const {
 bool WebPage::extension(Extension, const ExtensionOption* option, ExtensionReturn* output) {
   const auto* failed = static_cast<const ErrorPageExtensionOption*>(option);
   if (failed && failed->frame != mainFrame()) return false;
+  if (failed) m_failure = failureOf(*failed);
   if (!output) return true;
   auto* errorPage = static_cast<ErrorPageExtensionReturn*>(output);
   errorPage->content = kErrorPage;

@@ -5,6 +5,8 @@
 #include <QWebFullScreenRequest>
 #include <QWebPage>
 
+#include "page/LoadFailure.h"
+
 namespace LARKA {
 
 class PageHost;
@@ -35,6 +37,12 @@ class WebPage : public QWebPage {
   /// Returns whether the last navigation was that of the main frame. Right when a load begins, this
   /// distinguishes a load of the page from that of a child frame.
   bool mainFrameNavigates() const { return m_mainFrameNavigates; }
+
+  /// Returns why the last load of the page failed.
+  const LoadFailure& failure() const { return m_failure; }
+
+  /// Called when the page begins to load.
+  void forgetFailure() { m_failure = LoadFailure(); }
 
   bool extension(Extension extension, const ExtensionOption* option,
                  ExtensionReturn* output) override;
@@ -67,6 +75,7 @@ class WebPage : public QWebPage {
   bool m_mainFrameNavigates = true;
   bool m_isAboutToNavigate = false;
   bool m_showsFullScreenElement = false;
+  LoadFailure m_failure;
   QString m_userAgent;
 };
 

@@ -152,14 +152,18 @@ QRect LarkaWebView::paintPending() {
 }
 
 // The rectangles that QtWebKit announces don't always cover what it changes: at fractions of
-// pixels, with shadows, with glyphs larger than their lines. So once the page has come to rest,
-// this compares the page image with a fresh one of the whole page and replaces what is stale.
+// pixels, with shadows, with glyphs larger than their lines. So the page image is mended once the
+// page has come to rest.
 void LarkaWebView::repaintAtRest() {
   const qint64 left = kRestMilliseconds - m_lastPaint.elapsed();
   if (left > 0 || !webKitUse().isIdle()) {
     m_restTimer.start(static_cast<int>(std::max<qint64>(left, 1)));
     return;
   }
+  mend();
+}
+
+void LarkaWebView::mend() {
   if (!m_fullScreenElement.isNull() || !hasPageImage() || !scene()) return;
   QImage fresh(pageImage()->copy());
   {

@@ -54,6 +54,10 @@ class LarkaWebView : public QGraphicsWebView {
   /// otherwise that of the page. Null before the first paint.
   QImage* hostImage();
 
+  /// Compares the page image with a fresh one of the whole page and replaces what is stale. Call it
+  /// when no page is on the stack.
+  void mend();
+
   /// Makes the page believe that it has the keyboard focus, so that it draws the focus. In a scene
   /// with several views only one has the focus, and under some window systems none; the host may
   /// show them all.

@@ -1,9 +1,15 @@
 #include "PageShot.h"
 
+#include <QBuffer>
+#include <QFileInfo>
+#include <QObject>
 #include <QSaveFile>
 #include <QUrl>
+#include <QVariant>
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <utility>
 
 namespace {
@@ -15,12 +21,13 @@ using std::chrono::milliseconds;
 const milliseconds kLongestTurn(10);
 // A load that failed because script went elsewhere is followed by another one.
 const milliseconds kFailingFor(100);
-// A page is at rest when it has done nothing for the first; when what was repainted has been
-// compared with a whole new image, which the library does 200 ms after the last paint; when
-// requests that followed the load have had time to be answered; and when the timers of the first
-// second have run out, if there are any. It counts as moving after the last.
+// A page is at rest when no request is running; when the timers of the first second have run out;
+// and when so many pumps in a row have led to nothing. What QtWebKit still has to lay out and paint
+// it does in the next pump. A page that may change by itself, for example with an animation, has to
+// be quiet for longer. Requests that follow the load are given some time to be answered. The page
+// counts as moving after the last.
+const int kQuietPumps = 3;
 const milliseconds kQuietFor(80);
-const milliseconds kMendedAfter(220);
 const milliseconds kAnsweredWithin(600);
 const milliseconds kTimersFor(1000);
 const milliseconds kMovesFor(1250);
@@ -31,10 +38,11 @@ const milliseconds kKeyEvery(20);
 // The title of the page that a browser shows when it could load nothing.
 const char kFailedTitle[] = "Failed loading page";
 
-// Notes when the timers of a page are due. The first page that a browser loads keeps the variables
-// of the empty one before it, so that this can run ahead of the page's own script.
-const char kWatchTimers[] = R"((function (window) {
-  var due = {}, now = Date.now;
+// Notes when the timers of a page are due, and whether the page has what makes it change later
+// without them. The first page that a browser loads keeps the variables of the empty one before it,
+// so that this can run ahead of the page's own script.
+const char kWatch[] = R"((function (window) {
+  var due = {}, now = Date.now, usesMore = false;
   function watch(kind, start, stop, milliseconds) {
     var starts = window[start], stops = window[stop];
     window[start] = function (f, time) {
@@ -47,11 +55,45 @@ const char kWatchTimers[] = R"((function (window) {
       return stops.apply(window, arguments);
     };
   }
+  function soon() { return 20; }
   watch('timer', 'setTimeout', 'clearTimeout', function (time) { return 5 + (+time || 0); });
   watch('timer', 'setInterval', 'clearInterval', function (time) {
     return time > 1000 ? +time : Infinity;  // which is due again and again
   });
-  watch('frame', 'requestAnimationFrame', 'cancelAnimationFrame', function () { return 20; });
+  watch('frame', 'requestAnimationFrame', 'cancelAnimationFrame', soon);
+  watch('frame', 'webkitRequestAnimationFrame', 'webkitCancelAnimationFrame', soon);
+  var posts = window.postMessage;
+  window.postMessage = function () {
+    due.message = now() + soon();
+    return posts.apply(window, arguments);
+  };
+  ['Worker', 'WebSocket', 'EventSource', 'FileReader', 'MessageChannel', 'indexedDB',
+   'webkitIndexedDB', 'openDatabase'].forEach(function (name) {
+    var own = Object.getOwnPropertyDescriptor(window, name);
+    if (!own || !own.configurable) return;
+    Object.defineProperty(window, name, {configurable: true, enumerable: own.enumerable,
+      get: function () {
+        usesMore = true;
+        return own.get ? own.get.call(window) : own.value;
+      },
+      set: function (value) {
+        Object.defineProperty(window, name,
+          {configurable: true, enumerable: own.enumerable, writable: true, value: value});
+      }});
+  });
+  function isStill() {
+    var document = window.document, sheets = document.styleSheets, rules, count = 0;
+    if (usesMore || window.length || document.querySelector('video,audio,object,embed,applet,' +
+        'marquee,animate,animateTransform,animateMotion,animateColor,set,[src*=".gif"],' +
+        '[style*=animation],[style*=transition],meta[http-equiv=refresh]')) return false;
+    for (var i = 0; i < sheets.length; i++) {
+      rules = sheets[i].cssRules;  // null for a sheet from elsewhere
+      if ((count += rules.length) > 1000) return false;
+      for (var j = 0; j < rules.length; j++)
+        if (/animation|transition|\.gif|@import/i.test(rules[j].cssText)) return false;
+    }
+    return true;
+  }
   Object.defineProperty(window, 'larkaShotTimers', {value: function (limit) {
     var latest = 0;
     for (var id in due) {
@@ -62,16 +104,23 @@ const char kWatchTimers[] = R"((function (window) {
     }
     return latest;
   }});
+  Object.defineProperty(window, 'larkaShotIsStill', {value: function () {
+    try { return isStill(); } catch (e) { return false; }
+  }});
 })(window))";
 
-// Gives the milliseconds until the last watched timer that is due before `limit`. In the frames
-// where none is watched it starts and stops a timer and an animation frame, for QtWebKit numbers
-// them from 1, and gives how many it started and the sum of their numbers too.
-const char kAskTimers[] = R"((function (limit) {
-  var latest = 0, count = 0, sum = 0;
+// Has the page laid out. Gives the milliseconds until the last watched timer that is due before
+// `limit`, and whether the page can change without a timer. In the frames where nothing is watched
+// it starts and stops a timer and an animation frame, for QtWebKit numbers them from 1, and gives
+// how many it started and the sum of their numbers too.
+const char kAsk[] = R"((function (limit) {
+  var latest = 0, count = 0, sum = 0, still = 0;
   (function ask(window) {
+    var root = window.document && window.document.documentElement;
+    if (root) root.offsetHeight;
     if (window.larkaShotTimers) {
       latest = window.larkaShotTimers(limit);
+      still = latest ? 0 : +window.larkaShotIsStill();
     } else {
       var timer = window.setTimeout(Date, 0), frame = window.requestAnimationFrame(Date);
       window.clearTimeout(timer);
@@ -81,11 +130,14 @@ const char kAskTimers[] = R"((function (limit) {
     }
     for (var i = 0; i < window.length; i++) ask(window[i]);
   })(window);
-  return Math.ceil(latest) + ' ' + count + ' ' + sum;
+  return Math.ceil(latest) + ' ' + still + ' ' + count + ' ' + sum;
 }))";
 
 const int kLargestImageWidth = 1280;
 const int kLargestImageHeight = 720;
+
+// The fastest that still makes small files: a third of the time for a sixth more bytes.
+const int kPngQuality = 70;
 
 /// `code` in the form that reaches the page unchanged through ILarkaBrowser::ExecuteJavascript,
 /// which reads Latin-1 and takes away one level of backslashes.
@@ -100,13 +152,24 @@ std::string escaped(const std::string& code) {
   return text;
 }
 
+/// Returns what is wrong with a file that is to be loaded, or an empty text.
+std::string whatIsWrongWith(const QUrl& url) {
+  if (!url.isLocalFile()) return "";
+  const QFileInfo file(url.toLocalFile());
+  if (!file.exists()) return "no such file";
+  if (file.isDir()) return "is a folder";
+  return file.isReadable() ? "" : "can't be read: permission denied";
+}
+
 }  // namespace
 
 PageShot::PageShot(LARKA::BrowserManager* manager, const ShotOptions& options, const Shot& shot)
     : m_manager(manager), m_options(options), m_shot(shot), m_started(Clock::now()) {
   m_asked = m_entered = m_ended = m_started;
-  if (shot.url.empty()) {
-    finish("not an address");
+  const std::string wrong =
+      shot.url.empty() ? shot.wrong : whatIsWrongWith(QUrl::fromEncoded(shot.url.c_str()));
+  if (!wrong.empty()) {
+    finish(wrong);
     return;
   }
   m_browser = manager->CreateBrowser();
@@ -115,7 +178,7 @@ PageShot::PageShot(LARKA::BrowserManager* manager, const ShotOptions& options, c
                         false, nullptr);
   setUpNetwork();
   m_browser->SetZoomLevel(options.zoomPercent);
-  m_browser->ExecuteJavascript(escaped(kWatchTimers).c_str());
+  m_browser->ExecuteJavascript(escaped(kWatch).c_str());
   m_browser->Navigate(shot.url.c_str());
 }
 
@@ -142,7 +205,15 @@ void PageShot::enter(State state) {
   if (m_state == kDone) return;
   m_state = state;
   m_entered = Clock::now();
-  m_pumpedEntered = m_active = m_pumped;
+  m_pumpedEntered = m_pumped;
+  noteActivity();
+}
+
+void PageShot::noteActivity() {
+  m_active = m_pumped;
+  m_quietPumps = 0;
+  m_laidOut = false;
+  m_still = true;
 }
 
 // The page has been loaded, or something has been done to it, and it is let come to rest.
@@ -152,30 +223,48 @@ void PageShot::act() {
   m_hasTimers = false;
 }
 
+Outcome PageShot::outcome() const {
+  Outcome outcome = m_outcome;
+  outcome.seconds = std::chrono::duration<double>(m_ended - m_started).count();
+  return outcome;
+}
+
 void PageShot::finish(const std::string& error) {
   m_state = kDone;
-  m_error = error;
+  m_outcome.error = error;
   m_ended = Clock::now();
 }
 
 // A page that isn't complete is better than none.
 void PageShot::giveUp(const std::string& why) {
   if (!hasPage()) return finish(why);
-  m_doubt = why;
+  m_outcome.doubt = why;
   act();
 }
 
 /// Whether the browser shows anything of the page.
 bool PageShot::hasPage() const { return m_arrived && m_browser->GetTitle() != kFailedTitle; }
 
+/// The browser as the object that the library makes of it. It answers some questions that the
+/// public interface doesn't.
+QObject* PageShot::object() const { return dynamic_cast<QObject*>(m_browser); }
+
+std::string PageShot::loadFailure() const {
+  const std::string why = object()->property("loadFailure").toString().toStdString();
+  const char* way = m_options.proxy.host.empty() ? "" : " through the proxy";
+  const bool isGuess = m_shot.url[0] == 'h' && m_shot.asked.find(':') == std::string::npos;
+  return std::string("could not be loaded") + way + ": " +
+         (why.empty() ? "there was no answer with a page" : why) +
+         (isGuess ? ", and there is no such file" : "");
+}
+
 // A load within a page that is there, such as that of a frame, may fail.
 void PageShot::OnLoadFinished(bool ok) {
   if (ok) {
     m_loaded = true;
-    m_doubt.clear();
+    m_outcome.doubt.clear();
     m_timers = 0;
-    // A request just before comes from what script does at the end of the load.
-    if (m_waitsUntil != m_pumped + kAnsweredWithin) m_waitsUntil = m_pumped;
+    m_waitsUntil = m_pumped + kAnsweredWithin;
   }
   if (ok || (m_loaded && hasPage()))
     act();
@@ -183,20 +272,19 @@ void PageShot::OnLoadFinished(bool ok) {
     enter(kFailing);
 }
 
-void PageShot::OnUrlChanged(const char*) {
-  m_arrived = true;
-  m_active = m_pumped;
+void PageShot::OnUrlChanged(const char* url) {
+  m_arrived = *url;
+  noteActivity();
 }
 
-// The end of a load waits for its own requests.
 void PageShot::OnCreatingRequest(const char*) {
-  m_active = m_pumped;
+  noteActivity();
   m_waitsUntil = m_pumped + kAnsweredWithin;
 }
 
 // The first paint is one of the whole page; it is complete as long as nothing else is painted.
 void PageShot::OnDirty(LARKA::ILarkaBrowser*) {
-  m_painted = m_pumped;
+  noteActivity();
   if (m_repainted) return;
   if (m_firstImage.isNull()) {
     m_firstImage = image().copy();
@@ -206,16 +294,19 @@ void PageShot::OnDirty(LARKA::ILarkaBrowser*) {
   }
 }
 
-/// The time until the last timer of the first second is due. Where timers aren't watched it is the
-/// whole second if any were started, for nothing tells whether they have run out.
+/// Has the page laid out and returns the time until the last timer of the first second is due.
+/// Where timers aren't watched it is the whole second if any were started, for nothing tells
+/// whether they have run out.
 PageShot::Clock::duration PageShot::timersLeft() {
-  const Clock::duration limit = m_acted + kTimersFor - m_pumped;
-  if (limit <= Clock::duration::zero()) return limit;
+  m_still = false;
+  const auto zero = Clock::duration::zero();
+  const Clock::duration limit = std::max(m_acted + kTimersFor - m_pumped, zero);
   const auto count = std::chrono::duration_cast<milliseconds>(limit).count();
-  const std::string call = kAskTimers + ('(' + std::to_string(count) + ')');
+  const std::string call = kAsk + ('(' + std::to_string(count) + ')');
   const std::string answer = m_browser->ExecuteJavascript(escaped(call).c_str());
-  long latest = 0, started = 0, sum = 0;
-  if (sscanf(answer.c_str(), "%ld %ld %ld", &latest, &started, &sum) != 3) return limit;
+  long latest = 0, still = 0, started = 0, sum = 0;
+  if (sscanf(answer.c_str(), "%ld %ld %ld %ld", &latest, &still, &started, &sum) != 4) return limit;
+  m_still = still;
   if (sum != std::exchange(m_timers, sum) + started) m_hasTimers = true;
   return m_hasTimers ? limit : milliseconds(latest);
 }
@@ -225,11 +316,18 @@ bool PageShot::settled() {
   const Clock::duration here = m_pumped - m_pumpedEntered;
   const std::chrono::seconds timeout(m_options.timeoutSeconds);
   if (here >= kMovesFor || (here >= kQuietFor && Clock::now() >= m_entered + timeout)) return true;
-  if (m_pumped < std::max(m_active + kQuietFor, m_waitsUntil)) return false;
-  if (m_pumped < m_painted + (m_repainted ? kMendedAfter : kQuietFor)) return false;
+  if (m_quietPumps < kQuietPumps || m_pumped < m_active) return false;
+  if (m_pumped < m_waitsUntil && object()->property("hasRunningRequests").toBool()) return false;
+  if (!m_still && m_pumped < m_active + kQuietFor) return false;
   const Clock::duration timers = timersLeft();
-  if (timers > Clock::duration::zero()) m_active = m_pumped + timers;
-  return m_pumped > std::max(m_active, m_painted);
+  if (timers > Clock::duration::zero()) {
+    m_active = m_pumped + timers;
+    m_laidOut = false;
+    return false;
+  }
+  if (std::exchange(m_laidOut, true)) return m_still || m_pumped >= m_active + kQuietFor;
+  m_quietPumps = 0;
+  return false;
 }
 
 // A page may keep loading again, itself or its frames, and never come to rest.
@@ -241,6 +339,7 @@ bool PageShot::isRestless() const {
 
 bool PageShot::advance(Clock::duration turn) {
   m_pumped += std::min<Clock::duration>(turn, kLongestTurn);
+  ++m_quietPumps;
   const Clock::duration here = m_pumped - m_pumpedEntered;
   const Clock::time_point now = Clock::now();
   if (m_state == kDone) return true;
@@ -253,13 +352,13 @@ bool PageShot::advance(Clock::duration turn) {
   } else if (m_state == kPressing && here >= kKeyEvery) {
     pressNextKey();
   } else if (m_state == kFailing && here >= kFailingFor) {
-    giveUp("could not be loaded");
+    giveUp(loadFailure());
   } else if (m_state == kLoading &&
              now >= m_entered + std::chrono::seconds(m_options.timeoutSeconds)) {
     giveUp("timed out after " + std::to_string(m_options.timeoutSeconds) + " s");
   } else if (isRestless()) {
-    m_doubt = "did not come to rest";
-    finish(hasPage() && m_browser->GetBrowserImage() ? write() : m_doubt);
+    m_outcome.doubt = "did not come to rest";
+    finish(hasPage() && m_browser->GetBrowserImage() ? write() : m_outcome.doubt);
   }
   return m_state == kDone;
 }
@@ -272,7 +371,7 @@ void PageShot::goOn() {
     m_scriptDone = true;
     m_asked = Clock::now();
     act();
-    m_scriptValue = m_browser->ExecuteJavascript(escaped(*m_options.script).c_str());
+    m_outcome.scriptValue = m_browser->ExecuteJavascript(escaped(*m_options.script).c_str());
   } else {
     finish(write());
   }
@@ -287,23 +386,32 @@ void PageShot::pressNextKey() {
   m_browser->KeyUp(key.code, key.modifiers);
 }
 
-/// The page image as it is, without a copy.
+/// The page image as it is, without a copy. A page has a white base, so nothing in it is
+/// transparent.
 QImage PageShot::image() const {
   return QImage(m_browser->GetBrowserImage(), std::min(m_browser->GetWidth(), kLargestImageWidth),
                 std::min(m_browser->GetHeight(), kLargestImageHeight),
-                m_browser->GetBrowserStride(), QImage::Format_ARGB32_Premultiplied);
+                m_browser->GetBrowserStride(), QImage::Format_RGB32);
 }
 
+// What is stale in an image that was painted in parts the library replaces on its own, but later.
 std::string PageShot::write() const {
+  if (m_repainted) QMetaObject::invokeMethod(object(), "mendImage");
   QImage picture = image();
   if (m_options.thumbnail.width > 0)
     picture = picture.scaled(m_options.thumbnail.width, m_options.thumbnail.height,
                              Qt::KeepAspectRatio, Qt::SmoothTransformation);
   const QString path = QString::fromLocal8Bit(m_shot.output.c_str());
-  const char* format = path.endsWith(QStringLiteral(".png"), Qt::CaseInsensitive) ? "png" : "jpg";
+  const bool png = path.endsWith(QStringLiteral(".png"), Qt::CaseInsensitive);
+  QByteArray bytes;
+  QBuffer buffer(&bytes);
+  if (!picture.save(&buffer, png ? "png" : "jpg", png ? kPngQuality : -1))
+    return "can't write " + m_shot.output + ": Qt lacks its plug-in for this format";
   QSaveFile file(path);
-  if (file.open(QIODevice::WriteOnly) && picture.save(&file, format) && file.flush() &&
+  errno = 0;
+  if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.flush() &&
       file.commit())
     return "";
-  return "can't write " + m_shot.output + ": " + file.errorString().toStdString();
+  const std::string reason = errno ? strerror(errno) : file.errorString().toStdString();
+  return "can't write " + m_shot.output + ": " + reason;
 }

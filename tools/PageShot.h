@@ -6,6 +6,7 @@
 #include <string>
 
 #include "ShotOptions.h"
+#include "ShotWorkers.h"
 #include "larka/larka.h"
 
 /// Loads one page in a browser of its own and writes its image once it has come to rest. Drive it
@@ -24,31 +25,28 @@ class PageShot : private LARKA::CallbacksAdapter {
   /// done with.
   bool advance(Clock::duration turn);
 
-  /// Why there is no image; empty when there is one.
-  const std::string& error() const { return m_error; }
-  /// Why the page in the image may be incomplete; empty when it is complete.
-  const std::string& doubt() const { return m_doubt; }
-  const Shot& shot() const { return m_shot; }
-  /// What the script of the options gave.
-  const std::string& scriptValue() const { return m_scriptValue; }
-  double seconds() const { return std::chrono::duration<double>(m_ended - m_started).count(); }
+  /// What became of the page, once it is done with.
+  Outcome outcome() const;
 
  private:
   enum State { kLoading, kFailing, kWaiting, kSettling, kPressing, kDone };
 
   void OnLoadStarted() override { enter(kLoading); }
   void OnLoadFinished(bool ok) override;
-  void OnLoadProgress(int) override { m_active = m_pumped; }
-  void OnTitleChanged(const char*) override { m_active = m_pumped; }
+  void OnLoadProgress(int) override { noteActivity(); }
+  void OnTitleChanged(const char*) override { noteActivity(); }
   void OnUrlChanged(const char*) override;
   void OnCreatingRequest(const char*) override;
   void OnDirty(LARKA::ILarkaBrowser*) override;
 
   void enter(State state);
+  void noteActivity();
   void act();
   void giveUp(const std::string& why);
   void finish(const std::string& error);
   bool hasPage() const;
+  QObject* object() const;
+  std::string loadFailure() const;
   bool isRestless() const;
   bool settled();
   Clock::duration timersLeft();
@@ -63,15 +61,19 @@ class PageShot : private LARKA::CallbacksAdapter {
   const Shot& m_shot;
   LARKA::ILarkaBrowser* m_browser = nullptr;
   State m_state = kLoading;
-  std::string m_error, m_doubt;
-  std::string m_scriptValue;
+  Outcome m_outcome;
   bool m_scriptDone = false;
   size_t m_keysPressed = 0;
   Clock::time_point m_started, m_asked, m_entered, m_ended;
 
   // Times by the clock that runs only while the page is pumped: see advance().
   Clock::duration m_pumped{};  // now
-  Clock::duration m_pumpedEntered{}, m_acted{}, m_active{}, m_painted{}, m_waitsUntil{};
+  Clock::duration m_pumpedEntered{}, m_acted{}, m_waitsUntil{};
+  Clock::duration m_active{};  // the last event, or when the last timer is due
+
+  int m_quietPumps = 0;    // since the last event
+  bool m_laidOut = false;  // whether the page was since then
+  bool m_still = true;     // whether, as far as known, the page can't change without a timer
 
   bool m_arrived = false;    // whether the page has an address, and with it content
   bool m_loaded = false;     // whether a load has ended well

@@ -17,7 +17,6 @@ namespace {
 
 const Size kLargestView{1280, 720};
 const Size kLargestThumbnail{8192, 8192};
-const int kMostJobs = 64;
 
 bool parseText(const std::string& text, std::optional<std::string>* copy) {
   *copy = text;
@@ -99,10 +98,26 @@ bool readList(const std::string& path, std::vector<std::string>* addresses) {
   return true;
 }
 
-/// The address meant by what a person typed; empty when it can't be one.
-std::string toUrl(const std::string& asked) {
-  const QUrl url = QUrl::fromUserInput(QString::fromStdString(asked), QDir::currentPath());
-  return url.isValid() ? url.toEncoded().toStdString() : std::string();
+/// Whether what a person typed without a scheme, and what is no file, was meant as one: its first
+/// part is no name of a host, or its end is that of a page's file.
+bool looksLikeFile(const QString& text) {
+  const QString first = text.section('/', 0, 0);
+  if (text.startsWith('.') || text.startsWith('~')) return true;
+  if (first != text) return !first.contains('.') && !first.contains(':') && first != "localhost";
+  const QStringList pages = {"html", "htm", "xhtml", "shtml", "php", "xml", "svg", "txt", "png",
+                             "jpg",  "gif", "jpeg",  "js",    "css", "pdf", "mht", "webp"};
+  return pages.contains(text.section('.', 1).section('.', -1).toLower());
+}
+
+/// The page meant by what a person typed. Without a scheme that is a file or else a host.
+Shot shotOf(const std::string& asked) {
+  const QString text = QString::fromStdString(asked);
+  const QUrl url = QUrl::fromUserInput(text, QDir::currentPath());
+  const bool guessed = !url.isLocalFile() && !text.startsWith(url.scheme() + ':');
+  if (guessed && looksLikeFile(text)) return {asked, "", "no such file", ""};
+  if (!url.isValid() || (text.contains("://") && !QUrl(text).isValid()))
+    return {asked, "", "not an address", ""};
+  return {asked, url.toEncoded().toStdString(), "", ""};
 }
 
 bool isImageName(const QString& name) {
@@ -194,7 +209,10 @@ std::vector<Option> optionsWithValues(ShotOptions* options, Asked* asked) {
       "the host where it wants them",
       "--proxy takes http://HOST:PORT or socks5://HOST:PORT, not",
       std::bind(parseProxy, _1, &options->proxy));
-  add({"jobs"}, "N", "how many pages to render at once, at most 64 (default: 4)",
+  add({"jobs"}, "N",
+      "how many pages to render at once, each in a process of its own, at most 64 (default: as "
+      "many "
+      "as there are processor cores, but at least 4)",
       "--jobs takes a number from 1 to 64, not",
       std::bind(parseNumber, _1, 1, kMostJobs, &options->jobs));
   add({"list"}, "FILE",
@@ -214,7 +232,9 @@ std::string makeShots(const Asked& asked, ShotOptions* options) {
     const QString output = outputFor(asked.output, i, count);
     if (!isImageName(output)) return "the output's name must end in .png, .jpg or .jpeg";
     const std::string& address = asked.addresses[static_cast<size_t>(i)];
-    options->shots.push_back({address, toUrl(address), output.toLocal8Bit().toStdString()});
+    Shot shot = shotOf(address);
+    shot.output = output.toLocal8Bit().toStdString();
+    options->shots.push_back(std::move(shot));
   }
   return "";
 }

@@ -1,23 +1,29 @@
 // ShotOptions.h: the command line of larka-shot.
 #pragma once
 
+#include <algorithm>
 #include <optional>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
 #include "ShotKeys.h"
 #include "larka/ProxyType.h"
 
+const int kMostJobs = 64;
+
 struct Size {
   int width = 0;
   int height = 0;
 };
 
-/// One page to render: its address in encoded form, the words it was asked for with, and its file.
+/// One page to render: the words it was asked for with, its address in encoded form or, if that is
+/// empty, what is wrong with those words, and its file.
 struct Shot {
   std::string asked;
   std::string url;
+  std::string wrong;
   std::string output;
 };
 
@@ -35,7 +41,7 @@ struct ShotOptions {
   Size thumbnail;  // empty for the full size
   int waitMilliseconds = 0;
   int timeoutSeconds = 30;
-  int jobs = 4;
+  int jobs = std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 4, kMostJobs);
   std::optional<std::string> userAgent, script;
   std::vector<std::pair<std::string, std::string>> cookies;
   std::string cookieJar;  // empty: each page forgets its cookies

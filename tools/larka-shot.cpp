@@ -3,11 +3,14 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <list>
+#include <memory>
+#include <optional>
 #include <utility>
+#include <vector>
 
 #include "PageShot.h"
 #include "ShotOptions.h"
+#include "ShotWorkers.h"
 #include "larka/larka.h"
 
 namespace {
@@ -87,46 +90,78 @@ class Console {
 };
 
 /// Says what became of a page.
-Status report(const PageShot& page, const ShotOptions& options, Console* console) {
-  if (!page.error().empty()) {
-    console->error(page.shot(), page.error());
+Status report(const Shot& shot, const Outcome& outcome, const ShotOptions& options,
+              Console* console) {
+  if (!outcome.error.empty()) {
+    console->error(shot, outcome.error);
     return kFailed;
   }
-  const bool complete = page.doubt().empty();
-  if (!complete) console->error(page.shot(), page.doubt() + "; the image has what was there");
-  const std::string whose = options.shots.size() > 1 ? page.shot().asked + ": " : "";
-  if (options.script) console->done(whose + page.scriptValue());
+  const bool complete = outcome.doubt.empty();
+  if (!complete) console->error(shot, outcome.doubt + "; the image has what was there");
+  const std::string whose = options.shots.size() > 1 ? shot.asked + ": " : "";
+  if (options.script) console->done(whose + outcome.scriptValue);
   char seconds[32];
-  snprintf(seconds, sizeof(seconds), " (%.2f s)", page.seconds());
-  if (!options.quiet) console->done(page.shot().output + seconds);
+  snprintf(seconds, sizeof(seconds), " (%.2f s)", outcome.seconds);
+  if (!options.quiet) console->done(shot.asked + ": " + shot.output + seconds);
   return complete ? kRendered : kIncomplete;
 }
 
-/// Renders every page, several at once. Returns the status of the worst.
-Status render(LARKA::BrowserManager* manager, const ShotOptions& options, Console* console) {
-  std::list<PageShot> running;
-  size_t next = 0, done = 0;
-  Status worst = kRendered;
-  auto before = PageShot::Clock::now();
-  console->progress(0);
-  while (done < options.shots.size()) {
-    while (running.size() < static_cast<size_t>(options.jobs) && next < options.shots.size())
-      running.emplace_back(manager, options, options.shots[next++]);
-    manager->PumpEvents();
-    const auto now = PageShot::Clock::now();
-    const auto turn = now - std::exchange(before, now);
-    for (auto page = running.begin(); page != running.end();) {
-      if (!page->advance(turn)) {
-        ++page;
-        continue;
-      }
-      const Status status = report(*page, options, console);
-      if (status == kFailed || worst == kRendered) worst = status;
-      page = running.erase(page);
-      console->progress(++done);
-    }
-    usleep(kPumpEveryMicroseconds);
+/// The library, and the pages that it renders one after the other.
+class Renderer {
+ public:
+  explicit Renderer(const ShotOptions& options) : m_options(options) {
+    static char name[] = "larka-shot", platform[] = "-platform", offscreen[] = "offscreen";
+    static char* arguments[] = {name, platform, offscreen, nullptr};
+    m_manager.Initialize(3, arguments);
   }
+  ~Renderer() {
+    m_manager.PumpEvents();
+    m_manager.Shutdown(true);
+  }
+  Renderer(const Renderer&) = delete;
+  Renderer& operator=(const Renderer&) = delete;
+
+  Outcome render(const Shot& shot) {
+    PageShot page(&m_manager, m_options, shot);
+    auto before = PageShot::Clock::now();
+    for (bool done = false; !done;) {
+      m_manager.PumpEvents();
+      const auto now = PageShot::Clock::now();
+      done = page.advance(now - std::exchange(before, now));
+      if (!done) usleep(kPumpEveryMicroseconds);
+    }
+    return page.outcome();
+  }
+
+ private:
+  const ShotOptions& m_options;
+  LARKA::BrowserManager m_manager;
+};
+
+/// Renders every page, and reports them in the order of the list. Returns the status of the worst.
+Status render(const ShotOptions& options, Console* console) {
+  const std::vector<Shot>& shots = options.shots;
+  std::vector<std::optional<Outcome>> outcomes(shots.size());
+  size_t count = 0, reported = 0;
+  Status worst = kRendered;
+  const auto done = [&](size_t index, const Outcome& outcome) {
+    outcomes[index] = outcome;
+    for (; reported < outcomes.size() && outcomes[reported]; ++reported) {
+      const Status status = report(shots[reported], *outcomes[reported], options, console);
+      if (status == kFailed || worst == kRendered) worst = status;
+    }
+    console->progress(++count);
+  };
+  console->progress(0);
+  if (shots.size() == 1) {
+    done(0, Renderer(options).render(shots[0]));
+    return worst;
+  }
+  const auto makeRenderer = [&options]() -> RenderPage {
+    const auto renderer = std::make_shared<Renderer>(options);
+    return [&options, renderer](size_t index) { return renderer->render(options.shots[index]); };
+  };
+  renderInWorkers(shots.size(), static_cast<size_t>(options.jobs), makeRenderer, done);
   return worst;
 }
 
@@ -146,12 +181,5 @@ int main(int argc, char** argv) {
   }
 
   Console console(options);
-  char platform[] = "-platform", offscreen[] = "offscreen";
-  char* arguments[] = {argv[0], platform, offscreen, nullptr};
-  LARKA::BrowserManager manager;
-  manager.Initialize(3, arguments);
-  const Status status = render(&manager, options, &console);
-  manager.PumpEvents();
-  manager.Shutdown(true);
-  return exitStatus(status, console.stream());
+  return exitStatus(render(options, &console), console.stream());
 }

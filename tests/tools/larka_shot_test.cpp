@@ -43,6 +43,8 @@ TEST_F(LarkaShotTest, WritesThePagesOfAListAsTheyAreAtRest) {
       {"/frame", "<iframe hidden id=f></iframe><script>f.setTimeout(green,300)</script>"},
       {"/second", "<script>location='/timer'</script>"},
       {"/request", "<script>onload=function(){request()}</script>"},
+      {"/transition",
+       "<style>body{-webkit-transition:background .3s}</style><script>onload=green</script>"},
       {"/image", "<img style='position:absolute;top:-9px' src=/silent><script>green()</script>"}};
   std::string list = "# a comment\n\nmissing.html\n" + server.url("/silent\n");
   for (const auto& [path, body] : pages) {
@@ -57,12 +59,12 @@ TEST_F(LarkaShotTest, WritesThePagesOfAListAsTheyAreAtRest) {
   EXPECT_NE(server.requests("/task").at(0).headers.find("Cookie: a=1 2\r\n"), std::string::npos);
   EXPECT_FALSE(std::filesystem::is_empty(directory.file("cache")));
   EXPECT_FALSE(std::filesystem::exists(directory.file("LarkaBrowser/cookies")));
-  EXPECT_EQ(errors, "larka-shot: missing.html: could not be loaded\nlarka-shot: " +
+  EXPECT_EQ(errors, "larka-shot: missing.html: no such file\nlarka-shot: " +
                         server.url("/silent: timed out after 4 s\nlarka-shot: ") +
                         server.url("/image: timed out after 4 s; the image has what was there\n"));
   QImage green(1280, 720, image("shot-003.png").format());
   green.fill(Qt::green);
-  for (int i = 1; i <= 8; ++i)
+  for (int i = 1; i <= 9; ++i)
     EXPECT_EQ(image("shot-00" + std::to_string(i) + ".png"), i > 2 ? green : QImage()) << i;
 }
 
@@ -98,7 +100,11 @@ TEST_F(LarkaShotTest, SaysInOneLineWhatIsWrong) {
       {2, "p.html --keys huh", "--keys"},
       {1, "--help >/dev/full", "can't write to the standard output"},
       {1, "p.html -o nowhere/p.png", "p.html: can't write nowhere/p.png"},
-      {1, server.url("") + " --proxy " + nobody, "could not be loaded"}};
+      {1, "gone.html", "gone.html: no such file"},
+      {1, ".", ".: is a folder"},
+      {1, nobody, ": connection refused"},
+      {1, server.url("") + " --proxy " + nobody,
+       "could not be loaded through the proxy: connection refused"}};
   for (const char* value : {"=x", "'a=1;b=2'", "'a=1 '", "a"})
     rows.emplace_back(2, std::string("p.html --cookie ") + value, "--cookie");
   for (const char* value : {"p.html", ".", "no/such"})

@@ -19,6 +19,9 @@ using std::chrono::milliseconds;
 // All but the last of these times run only while the page is pumped: a turn counts for at most so
 // much, however long script or layout takes in it.
 const milliseconds kLongestTurn(10);
+// Between two pumps.
+const std::chrono::microseconds kShortestPause(100);
+const std::chrono::microseconds kLongestPause(1000);
 // A load that failed because script went elsewhere is followed by another one.
 const milliseconds kFailingFor(100);
 // A page is at rest when no request is running; when the timers of the first second have run out;
@@ -26,7 +29,7 @@ const milliseconds kFailingFor(100);
 // it does in the next pump. A page that may change by itself, for example with an animation, has to
 // be quiet for longer. Requests that follow the load are given some time to be answered. The page
 // counts as moving after the last.
-const int kQuietPumps = 3;
+const int kQuietPumps = 4;
 const milliseconds kQuietFor(80);
 const milliseconds kAnsweredWithin(600);
 const milliseconds kTimersFor(1000);
@@ -150,6 +153,17 @@ std::string escaped(const std::string& code) {
     text += plain ? std::string(1, character.toLatin1()) : unit;
   }
   return text;
+}
+
+/// Returns a number that two different images hardly ever share.
+uint64_t fingerprint(const QImage& image) {
+  const uint64_t kPrime = 0x100000001b3;
+  uint64_t sum = 0;
+  for (int y = 0; y < image.height(); ++y) {
+    const auto* pixels = reinterpret_cast<const QRgb*>(image.constScanLine(y));
+    for (int x = 0; x < image.width(); ++x) sum = (sum ^ pixels[x]) * kPrime;
+  }
+  return sum;
 }
 
 /// Returns what is wrong with a file that is to be loaded, or an empty text.
@@ -286,12 +300,9 @@ void PageShot::OnCreatingRequest(const char*) {
 void PageShot::OnDirty(LARKA::ILarkaBrowser*) {
   noteActivity();
   if (m_repainted) return;
-  if (m_firstImage.isNull()) {
-    m_firstImage = image().copy();
-  } else if (image() != m_firstImage) {
-    m_repainted = true;
-    m_firstImage = QImage();
-  }
+  const uint64_t now = fingerprint(image());
+  m_repainted = m_firstImage.value_or(now) != now;
+  m_firstImage = now;
 }
 
 /// Has the page laid out and returns the time until the last timer of the first second is due.
@@ -335,6 +346,10 @@ bool PageShot::isRestless() const {
   const std::chrono::seconds timeout(m_options.timeoutSeconds);
   const milliseconds wait(m_options.waitMilliseconds);
   return Clock::now() >= m_asked + 2 * timeout + wait + kPaintsWithin;
+}
+
+std::chrono::microseconds PageShot::pause() const {
+  return std::min(kShortestPause * (1 << std::min(m_quietPumps, kQuietPumps)), kLongestPause);
 }
 
 bool PageShot::advance(Clock::duration turn) {

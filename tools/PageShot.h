@@ -3,6 +3,8 @@
 
 #include <QImage>
 #include <chrono>
+#include <cstdint>
+#include <optional>
 #include <string>
 
 #include "ShotOptions.h"
@@ -24,6 +26,9 @@ class PageShot : private LARKA::CallbacksAdapter {
   /// Goes on after a pump; `turn` is the time since the pump before. Returns whether the page is
   /// done with.
   bool advance(Clock::duration turn);
+
+  /// How long to wait before the next pump: the longer, the longer nothing has happened.
+  std::chrono::microseconds pause() const;
 
   /// What became of the page, once it is done with.
   Outcome outcome() const;
@@ -75,10 +80,10 @@ class PageShot : private LARKA::CallbacksAdapter {
   bool m_laidOut = false;  // whether the page was since then
   bool m_still = true;     // whether, as far as known, the page can't change without a timer
 
-  bool m_arrived = false;    // whether the page has an address, and with it content
-  bool m_loaded = false;     // whether a load has ended well
-  QImage m_firstImage;       // what the first paint gave
-  bool m_repainted = false;  // whether a later one gave something else
+  bool m_arrived = false;                // whether the page has an address, and with it content
+  bool m_loaded = false;                 // whether a load has ended well
+  std::optional<uint64_t> m_firstImage;  // the fingerprint of what the first paint gave
+  bool m_repainted = false;              // whether a later one gave something else
   bool m_hasTimers = false;  // whether timers that aren't watched were started since the last act
   long m_timers = 0;         // the sum of the numbers of such timers: see timersLeft()
 };

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <memory>
 #include <optional>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -14,8 +15,6 @@
 #include "larka/larka.h"
 
 namespace {
-
-const int kPumpEveryMicroseconds = 1000;
 
 /// What a caller has closed goes nowhere, instead of into the next file that is opened.
 void openStandardStreams() {
@@ -128,7 +127,7 @@ class Renderer {
       m_manager.PumpEvents();
       const auto now = PageShot::Clock::now();
       done = page.advance(now - std::exchange(before, now));
-      if (!done) usleep(kPumpEveryMicroseconds);
+      if (!done) std::this_thread::sleep_for(page.pause());
     }
     return page.outcome();
   }

@@ -12,6 +12,8 @@
 #include <cstring>
 #include <utility>
 
+#include "ShotPng.h"
+
 namespace {
 
 using std::chrono::milliseconds;
@@ -25,10 +27,11 @@ const std::chrono::microseconds kLongestPause(1000);
 // A load that failed because script went elsewhere is followed by another one.
 const milliseconds kFailingFor(100);
 // A page is at rest when no request is running; when the timers of the first second have run out;
-// and when so many pumps in a row have led to nothing. What QtWebKit still has to lay out and paint
-// it does in the next pump. A page that may change by itself, for example with an animation, has to
-// be quiet for longer. Requests that follow the load are given some time to be answered. The page
-// counts as moving after the last.
+// and when so many pumps in a row have led to nothing, the more of them after QtWebKit was made to
+// lay the page out. What it has to paint then it does in the next pump. A page that may change by
+// itself, for example with an animation, has to be quiet for longer. Requests that follow the load
+// are given some time to be answered. The page counts as moving after the last.
+const int kQuietPumpsBefore = 2;
 const int kQuietPumps = 4;
 const milliseconds kQuietFor(80);
 const milliseconds kAnsweredWithin(600);
@@ -139,18 +142,18 @@ const char kAsk[] = R"((function (limit) {
 const int kLargestImageWidth = 1280;
 const int kLargestImageHeight = 720;
 
-// The fastest that still makes small files: a third of the time for a sixth more bytes.
-const int kPngQuality = 70;
-
 /// `code` in the form that reaches the page unchanged through ILarkaBrowser::ExecuteJavascript,
 /// which reads Latin-1 and takes away one level of backslashes.
 std::string escaped(const std::string& code) {
   std::string text;
   for (const QChar character : QString::fromStdString(code)) {
+    if (character >= ' ' && character <= '~' && character != '\\') {
+      text += character.toLatin1();
+      continue;
+    }
     char unit[8];
     snprintf(unit, sizeof(unit), "\\u%04x", character.unicode());
-    const bool plain = character >= ' ' && character <= '~' && character != '\\';
-    text += plain ? std::string(1, character.toLatin1()) : unit;
+    text += unit;
   }
   return text;
 }
@@ -158,12 +161,24 @@ std::string escaped(const std::string& code) {
 /// Returns a number that two different images hardly ever share.
 uint64_t fingerprint(const QImage& image) {
   const uint64_t kPrime = 0x100000001b3;
-  uint64_t sum = 0;
+  uint64_t even = 0, odd = 1;  // two sums, because each step waits for the one before
   for (int y = 0; y < image.height(); ++y) {
     const auto* pixels = reinterpret_cast<const QRgb*>(image.constScanLine(y));
-    for (int x = 0; x < image.width(); ++x) sum = (sum ^ pixels[x]) * kPrime;
+    int x = 0;
+    for (; x + 1 < image.width(); x += 2) {
+      even = (even ^ pixels[x]) * kPrime;
+      odd = (odd ^ pixels[x + 1]) * kPrime;
+    }
+    if (x < image.width()) even = (even ^ pixels[x]) * kPrime;
   }
-  return sum;
+  return even ^ (odd << 1);
+}
+
+QByteArray toJpeg(const QImage& image) {
+  QByteArray bytes;
+  QBuffer buffer(&bytes);
+  image.save(&buffer, "jpg");
+  return bytes;
 }
 
 /// Returns what is wrong with a file that is to be loaded, or an empty text.
@@ -327,7 +342,8 @@ bool PageShot::settled() {
   const Clock::duration here = m_pumped - m_pumpedEntered;
   const std::chrono::seconds timeout(m_options.timeoutSeconds);
   if (here >= kMovesFor || (here >= kQuietFor && Clock::now() >= m_entered + timeout)) return true;
-  if (m_quietPumps < kQuietPumps || m_pumped < m_active) return false;
+  if (m_quietPumps < (m_laidOut ? kQuietPumps : kQuietPumpsBefore) || m_pumped < m_active)
+    return false;
   if (m_pumped < m_waitsUntil && object()->property("hasRunningRequests").toBool()) return false;
   if (!m_still && m_pumped < m_active + kQuietFor) return false;
   const Clock::duration timers = timersLeft();
@@ -418,10 +434,8 @@ std::string PageShot::write() const {
                              Qt::KeepAspectRatio, Qt::SmoothTransformation);
   const QString path = QString::fromLocal8Bit(m_shot.output.c_str());
   const bool png = path.endsWith(QStringLiteral(".png"), Qt::CaseInsensitive);
-  QByteArray bytes;
-  QBuffer buffer(&bytes);
-  if (!picture.save(&buffer, png ? "png" : "jpg", png ? kPngQuality : -1))
-    return "can't write " + m_shot.output + ": Qt lacks its plug-in for this format";
+  const QByteArray bytes = png ? toPng(picture) : toJpeg(picture);
+  if (bytes.isEmpty()) return "can't write " + m_shot.output + ": Qt lacks its plug-in for JPEG";
   QSaveFile file(path);
   errno = 0;
   if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.flush() &&

@@ -1,0 +1,9 @@
+// ShotPng.h: PNG files, faster than Qt writes them.
+#pragma once
+
+#include <QByteArray>
+#include <QImage>
+
+/// Returns a PNG file of an opaque image. It takes a third of the time that Qt needs for one of the
+/// same size: Qt's library tries more filters on each row.
+QByteArray toPng(const QImage& image);

@@ -427,7 +427,7 @@ QImage PageShot::image() const {
 
 // What is stale in an image that was painted in parts the library replaces on its own, but later.
 std::string PageShot::write() const {
-  if (m_repainted) QMetaObject::invokeMethod(object(), "mendImage");
+  if (m_repainted) object()->property("isImageMended");
   QImage picture = image();
   if (m_options.thumbnail.width > 0)
     picture = picture.scaled(m_options.thumbnail.width, m_options.thumbnail.height,

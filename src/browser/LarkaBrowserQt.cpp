@@ -866,8 +866,10 @@ void LarkaBrowser::SaveBrowserImage(const char* path, int width, int height) {
   if (!thumbnail.save(QFile::decodeName(path), "jpg")) fputs("Thumbnail save failure\n", stderr);
 }
 
-void LarkaBrowser::mendImage() {
-  if (m_webView && webKitUse().isIdle()) m_webView->mend();
+bool LarkaBrowser::mendImage() {
+  if (!m_webView || !webKitUse().isIdle()) return false;
+  m_webView->mend();
+  return true;
 }
 
 void LarkaBrowser::addRect(const QRect& rect) {

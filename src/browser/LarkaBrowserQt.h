@@ -51,9 +51,11 @@ class WebPage;
 /// manager.
 class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
   Q_OBJECT
-  // What larka-shot asks by name, because the public interface doesn't tell.
+  // What larka-shot reads by name, because the public interface doesn't tell. They are properties
+  // because the list of methods is part of the contract.
   Q_PROPERTY(QString loadFailure READ loadFailureText)
   Q_PROPERTY(bool hasRunningRequests READ hasRunningRequests)
+  Q_PROPERTY(bool isImageMended READ mendImage)
 
  public:
   /// Takes `manager` for its page's requests. The caller keeps it alive as long as the page.
@@ -77,8 +79,8 @@ class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
   bool hasRunningRequests() const;
 
   /// Replaces now what is stale in the page image, which otherwise happens when the page has been
-  /// at rest for a while.
-  Q_INVOKABLE void mendImage();
+  /// at rest for a while. Returns false while a page is on the stack.
+  bool mendImage();
 
   void Initialize(int width, int height, const char* cookiePath, const char* localStoragePath,
                   bool createScriptObject, SystemInfoData* systemInfo) override;

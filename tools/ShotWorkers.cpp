@@ -89,6 +89,8 @@ class Workers {
       : m_makeRenderer(makeRenderer) {}
   ~Workers() {
     while (!m_workers.empty()) end(&m_workers.back());
+    for (const pid_t process : m_ending)
+      while (waitpid(process, nullptr, 0) < 0 && errno == EINTR) continue;
   }
   Workers(const Workers&) = delete;
   Workers& operator=(const Workers&) = delete;
@@ -126,16 +128,17 @@ class Workers {
     return nullptr;
   }
 
-  /// Lets a worker end and waits for that.
+  /// Lets a worker end. The destructor waits for that.
   void end(Worker* worker) {
     close(worker->socket);
-    while (waitpid(worker->process, nullptr, 0) < 0 && errno == EINTR) continue;
+    m_ending.push_back(worker->process);
     m_workers.erase(m_workers.begin() + (worker - m_workers.data()));
   }
 
  private:
   const std::function<RenderPage()>& m_makeRenderer;
   std::vector<Worker> m_workers;
+  std::vector<pid_t> m_ending;
 };
 
 }  // namespace

@@ -281,10 +281,10 @@ QObject* PageShot::object() const { return dynamic_cast<QObject*>(m_browser); }
 std::string PageShot::loadFailure() const {
   const std::string why = object()->property("loadFailure").toString().toStdString();
   const char* way = m_options.proxy.host.empty() ? "" : " through the proxy";
-  const bool isGuess = m_shot.url[0] == 'h' && m_shot.asked.find(':') == std::string::npos;
+  const bool wasGuess = m_shot.asked.find(':') == std::string::npos && why.rfind("host ", 0) == 0;
   return std::string("could not be loaded") + way + ": " +
          (why.empty() ? "there was no answer with a page" : why) +
-         (isGuess ? ", and there is no such file" : "");
+         (wasGuess ? ", and there is no such file" : "");
 }
 
 // A load within a page that is there, such as that of a frame, may fail.

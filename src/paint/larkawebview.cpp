@@ -128,6 +128,7 @@ void LarkaWebView::paint(QPainter*, const QStyleOptionGraphicsItem*, QWidget*) {
 
 // Returns the bounds of what has been announced and is painted now.
 QRect LarkaWebView::paintPending() {
+  if (!scene()) return QRect();                                  // the browser is being destroyed
   if (!hasPageImage() && imageSize().isEmpty()) return QRect();  // the view has no size yet
   leaveFullScreenWithItsElement();
   QRegion region = takePendingRegion();
@@ -166,12 +167,14 @@ void LarkaWebView::repaintAtRest() {
 void LarkaWebView::mend() {
   if (!m_fullScreenElement.isNull() || !hasPageImage() || !scene()) return;
   QImage fresh(pageImage()->copy());
+  const QPoint position = page()->mainFrame()->scrollPosition();
   {
     QPainter painter(&fresh);
     painter.setRenderHints(kRenderHints, true);
     if (!hasOpaqueBase()) clear(&painter, QRect(QPoint(0, 0), size().toSize()));
     page()->mainFrame()->render(&painter, fresh.rect());
   }
+  m_scroll.painted(position, page()->mainFrame()->scrollPosition() == position);
   const QRect stale = difference(*pageImage(), fresh);
   if (stale.isEmpty()) return;
   QPainter painter(pageImage());  // in place, because the host may have kept the address

@@ -9,6 +9,7 @@
 #include <QPaintDevice>
 #include <QPainter>
 #include <QPalette>
+#include <QPointer>
 #include <QStyleOptionGraphicsItem>
 #include <QWebFrame>
 #include <QWebPage>
@@ -112,8 +113,15 @@ bool LarkaWebView::event(QEvent* event) {
   if (event->type() == QEvent::GraphicsSceneResize) schedulePaint();  // it may have had no size
   if (event->type() != endOfPump()) return QGraphicsWebView::event(event);
   m_paintScheduled = false;
-  const QRect painted = paintPending();
-  if (!painted.isEmpty()) emit dirty(painted);  // whose receivers may delete this
+  const QPointer<LarkaWebView> self(this);
+  QRect painted;
+  {
+    const WebKitCall call;  // what listeners wait for comes before the notice
+    // Deliver what the page has announced meanwhile: the scroll bar of what was scrolled.
+    QCoreApplication::sendPostedEvents(page(), QEvent::MetaCall);
+    if (self) painted = paintPending();
+  }
+  if (self && !painted.isEmpty()) emit dirty(painted);
   return true;
 }
 

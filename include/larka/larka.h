@@ -17,6 +17,7 @@
 #include "larka/StorageLimits.h"
 #include "larka/SystemInfoData.h"
 #include "larka/Version.h"
+#include "larka/extras.h"
 
 /// The names of the public interface, except four classes (PannableView, RepaintCollector,
 /// LarkaSystemInfoJavaScriptObject, SystemInfoData) and the macros, which begin with "LARKA_".

@@ -100,6 +100,9 @@ LarkaBrowser::LarkaBrowser(QNetworkAccessManager* manager, QObject* parent)
   m_webView->setPalette(QApplication::palette("QWebView"));
   installPage(manager);
   m_frameClock.start();
+  m_loadTimer.setSingleShot(true);
+  m_loadTimer.setTimerType(Qt::PreciseTimer);
+  connect(&m_loadTimer, &QTimer::timeout, this, &LarkaBrowser::stopLateLoad);
 }
 
 LarkaBrowser::~LarkaBrowser() {
@@ -248,7 +251,8 @@ void LarkaBrowser::loadStarted() {
   }
   if (m_webView && m_pageLoads) {
     page()->plugins()->forget();
-    page()->forgetFailure();
+    page()->setFailure(LoadFailure());
+    if (m_loadTimeLimit > 0) m_loadTimer.start(m_loadTimeLimit);
   }
   postHostEvent(this, m_pageUse, [this, leavesPage = m_pageLoads] {
     if (leavesPage) m_plugins.clear();
@@ -287,7 +291,13 @@ void LarkaBrowser::loadFinished(bool ok) {
 
 // Hosts list the plug-ins in OnLoadFinished, so these are announced first.
 void LarkaBrowser::endLoad(bool ok) {
-  postHostEvent(this, m_pageUse, [this, self = QPointer<LarkaBrowser>(this), ok, load = m_loads] {
+  if (m_pageLoads) m_loadTimer.stop();
+  LoadFailure failure;
+  if (!ok) failure = loadFailure();
+  if (!ok && failure.kind == LoadFailure::kNone)
+    failure = {LoadFailure::kAborted, QUrl(), 0, QStringLiteral("stopped")};
+  postHostEvent(this, m_pageUse, [=, self = QPointer<LarkaBrowser>(this), load = m_loads] {
+    m_lastFailure = failure;
     if (m_webView) page()->plugins()->announce();
     if (!self) return;
     m_plugins.forgetGone();
@@ -295,6 +305,12 @@ void LarkaBrowser::endLoad(bool ok) {
     m_listeners.notify([=](ILarkaCallbacks* listener) { listener->OnLoadFinished(ok); });
     if (self) m_endOfReplacedLoad = outer;
   });
+}
+
+void LarkaBrowser::stopLateLoad() {
+  if (!m_webView || !m_loadWatch.isLoading()) return;
+  page()->setFailure({LoadFailure::kTimedOut, m_requested, 0, QStringLiteral("timed out")});
+  Stop();
 }
 
 void LarkaBrowser::titleChanged(const QString& title) {
@@ -887,6 +903,7 @@ void LarkaBrowser::notifyOnDirty(const QRect& rect) {
   // The event loop is turning anyway. The timer starts again, so that an animation isn't woken for
   // it.
   if (m_frameTick) m_frameTick->start();
+  m_webView->countNotice();
   const QPointer<LarkaBrowser> self(this);
   m_listeners.notify([&](ILarkaCallbacks* listener) {
     listener->OnDirty(this);

@@ -7,6 +7,7 @@
 #include <QRegion>
 #include <QSharedPointer>
 #include <QString>
+#include <QTimer>
 #include <QUrl>
 #include <QWebElement>
 #include <QWebPage>
@@ -36,7 +37,6 @@ class QNetworkReply;
 class QNetworkRequest;
 class QPaintDevice;
 class QPixmap;
-class QTimer;
 class QWebHistoryItem;
 
 namespace LARKA {
@@ -73,6 +73,12 @@ class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
 
   /// Returns why the last load of the page failed.
   LoadFailure loadFailure() const;
+
+  /// How the load ended whose OnLoadFinished was called last.
+  const LoadFailure& lastFailure() const { return m_lastFailure; }
+
+  /// Stops loads that take longer. 0 or less is no limit.
+  void setLoadTimeLimit(int milliseconds) { m_loadTimeLimit = milliseconds; }
   QString loadFailureText() const;
 
   /// Returns whether the page, or anything in it, waits for an answer from the network or a file.
@@ -237,6 +243,7 @@ class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
   QList<QNetworkCookie> pageCookies() const;
   std::string historyLocation(int offset) const;
   void endLoad(bool ok);
+  void stopLateLoad();
   bool isBusyLoading() const;
   void announcePlugin(const QWebElement& element, void* handle);
   void notifyOnPluginDirty(ILarkaCallbacks* listener, const QRect& rect);
@@ -253,6 +260,9 @@ class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
   QUrl m_requested;            // of the last Navigate
   int m_loads = 0;             // of the page, begun so far
   LoadWatch m_loadWatch;
+  LoadFailure m_lastFailure;
+  int m_loadTimeLimit = 0;  // milliseconds; 0 or less for none
+  QTimer m_loadTimer;
   bool m_endOfReplacedLoad = false;  // while its OnLoadFinished is called
   PluginList m_plugins;
   PageInput m_input;

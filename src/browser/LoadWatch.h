@@ -18,6 +18,8 @@ class LoadWatch {
 
   void begin();
 
+  bool isLoading() const { return m_timer.isActive(); }
+
   /// Called when QtWebKit ends the load. Returns false if LoadWatch has already ended it.
   bool end();
 

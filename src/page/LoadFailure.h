@@ -9,8 +9,8 @@ namespace LARKA {
 
 /// Why a page could not be loaded.
 struct LoadFailure {
-  enum Kind {
-    kNone,  // it was loaded, or is being loaded
+  enum Kind {  // with the numbers of LoadErrorKind
+    kNone,     // it was loaded, or is being loaded
     kOther,
     kNameNotFound,
     kRefused,

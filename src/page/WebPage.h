@@ -42,7 +42,7 @@ class WebPage : public QWebPage {
   const LoadFailure& failure() const { return m_failure; }
 
   /// Called when the page begins to load.
-  void forgetFailure() { m_failure = LoadFailure(); }
+  void setFailure(const LoadFailure& failure) { m_failure = failure; }
 
   bool extension(Extension extension, const ExtensionOption* option,
                  ExtensionReturn* output) override;

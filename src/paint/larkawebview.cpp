@@ -150,7 +150,13 @@ QRect LarkaWebView::paintPending() {
     m_pendingRects.add(pageImage()->rect());
     region += pageImage()->rect();
   }
-  paintPage(m_pendingRects.take());
+  const QRegion moved = m_scroll.isPending() ? QRegion(pageImage()->rect()) : QRegion();
+  const std::vector<DirtyRect> rects = m_pendingRects.take();
+  QElapsedTimer clock;
+  clock.start();
+  paintPage(rects);
+  countPaint(rects, clock.nsecsElapsed());
+  noteChanged(moved + painted(rects));
   // Painting lays the page out, which may scroll it.
   m_scroll.painted(position, page()->mainFrame()->scrollPosition() == position);
   if (!m_animating) m_flipRegion += region;
@@ -158,6 +164,27 @@ QRect LarkaWebView::paintPending() {
   m_lastPaint.start();
   if (!m_restTimer.isActive()) m_restTimer.start(kRestMilliseconds);
   return region.boundingRect();
+}
+
+QRegion LarkaWebView::painted(const std::vector<DirtyRect>& rects) const {
+  QRegion region;
+  for (const DirtyRect& each : rects) region += each.rect & pageImage()->rect();
+  return region;
+}
+
+void LarkaWebView::countPaint(const std::vector<DirtyRect>& rects, qint64 nanoseconds) {
+  ++m_statistics.paints;
+  m_statistics.milliseconds += static_cast<double>(nanoseconds) / 1e6;
+  for (const DirtyRect& each : rects) {
+    const QRect rect = each.rect & pageImage()->rect();
+    m_statistics.pixels += qint64(rect.width()) * rect.height();
+  }
+}
+
+void LarkaWebView::noteChanged(const QRegion& region) {
+  m_changedParts = region;
+  if (!m_fullScreenElement.isNull()) m_changedParts = m_fullScreenImage->rect();
+  if (m_changedParts.rectCount() > kMaxPendingRects) m_changedParts = m_changedParts.boundingRect();
 }
 
 // The rectangles that QtWebKit announces don't always cover what it changes: at fractions of
@@ -190,6 +217,7 @@ void LarkaWebView::mend() {
   painter.drawImage(stale, fresh, stale);
   painter.end();
   if (!m_animating) m_flipRegion += stale;
+  noteChanged(stale);
   emit dirty(stale);
 }
 

@@ -11,8 +11,10 @@
 #include <QTimer>
 #include <QWebElement>
 #include <memory>
+#include <utility>
 #include <vector>
 
+#include "larka/extras.h"
 #include "paint/DirtyRects.h"
 #include "paint/ScrollShift.h"
 
@@ -50,6 +52,15 @@ class LarkaWebView : public QGraphicsWebView {
   /// own.
   void SetFullScreenElement(const QWebElement& element, bool render);
 
+  /// Returns the parts of the host's image that changed with the last dirty(), at most 20.
+  const QRegion& changedParts() const { return m_changedParts; }
+
+  /// Returns what painting has cost since the last call.
+  FrameStatistics takeStatistics() { return std::exchange(m_statistics, FrameStatistics()); }
+
+  /// Counts a notice to the host.
+  void countNotice() { ++m_statistics.notices; }
+
   /// Returns the image that the host reads: that of the full-screen element if there is one,
   /// otherwise that of the page. Null before the first paint.
   QImage* hostImage();
@@ -79,6 +90,9 @@ class LarkaWebView : public QGraphicsWebView {
   void createImages(const QSize& size);
   void repaintAtRest();
   bool hasOpaqueBase() const;
+  QRegion painted(const std::vector<DirtyRect>& rects) const;
+  void countPaint(const std::vector<DirtyRect>& rects, qint64 nanoseconds);
+  void noteChanged(const QRegion& region);
   bool moveScrolled(const QPoint& position);
   void paintPage(const std::vector<DirtyRect>& rects);
   void paintElement(QPainter* painter);
@@ -97,6 +111,8 @@ class LarkaWebView : public QGraphicsWebView {
   QRegion m_pendingRegion;    // guarded by m_mutex
   DirtyRects m_pendingRects;  // what is painted of it
   ScrollShift m_scroll;
+  QRegion m_changedParts;
+  FrameStatistics m_statistics;
   QMutex m_mutex;
 
   // Kept for the contract; nothing here is used. There is no animation, no second image, and nobody

@@ -132,6 +132,27 @@ TEST_F(NetworkTest, ErrorsAreWrittenAndThoseOfCertificatesIgnored) {
   server.join();
 }
 
+TEST_F(NetworkTest, FailedLoadsHaveAReason) {
+  server.answer("/silent", "");
+  server.answer("/missing", "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n");
+  LARKA::SetLoadTimeLimit(browser, 500);
+  const std::string nobody = "http://127.0.0.1:" + std::to_string(test::freePort()) + "/";
+  const std::tuple<std::string, LARKA::LoadErrorKind, int> kRows[] = {
+      {nobody, LARKA::LOAD_REFUSED, 0},
+      {"file:///no/such", LARKA::LOAD_NO_FILE, 0},
+      {server.url("/silent"), LARKA::LOAD_TIMED_OUT, 0},
+      {server.url("/missing"), LARKA::LOAD_HTTP_STATUS, 404},
+      {server.url("/"), LARKA::LOAD_OK, 0}};
+  for (const auto& [url, kind, status] : kRows) {
+    EXPECT_EQ(visit(url), kind == LARKA::LOAD_OK);
+    const LARKA::LoadError error = LARKA::GetLoadError(browser);
+    EXPECT_EQ(error.kind, kind) << url << ": " << error.text;
+    EXPECT_EQ(error.httpStatus, status) << url;
+    EXPECT_EQ(error.address, kind == LARKA::LOAD_OK ? "" : url);
+  }
+  EXPECT_EQ(LARKA::GetLoadError(nullptr).kind, LARKA::LOAD_OK);
+}
+
 TEST_F(NetworkTest, CookiesAreSharedUnlessABrowserHasItsOwn) {
   server.page("/dir/set", "ok", "Set-Cookie: response=1; max-age=100; path=/\r\n");
   ASSERT_TRUE(visit(server.url("/dir/set")));

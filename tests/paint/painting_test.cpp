@@ -85,6 +85,14 @@ for (i = 0; i < 40; i++) document.write('<div class=cell id=c' + i + ' style="le
 
 TEST_F(PaintingTest, ThePageImageIsNeverStale) {
   ASSERT_TRUE(loadAndStop(kPage));
+  const int stride = browser->GetBrowserStride();
+  QByteArray copy(reinterpret_cast<char*>(browser->GetBrowserImage()), stride * kWhole.height());
+  recorder.onEvent = [&](const std::string& event) {
+    if (event != "OnDirty") return;
+    for (const LARKA::Rectangle& part : LARKA::GetChangedRectangles(browser))
+      for (int at = part.y * stride + part.x * 4, y = 0; y < part.height; ++y, at += stride)
+        memcpy(copy.data() + at, browser->GetBrowserImage() + at, part.width * 4);
+  };
   const std::function<void(int)> kChanges[] = {
       [this](int i) {
         browser->SetZoomLevel(50 + i / 3 * 50);
@@ -104,10 +112,15 @@ TEST_F(PaintingTest, ThePageImageIsNeverStale) {
       change(i);
       Clock::pass(40);
       ASSERT_TRUE(shows(frame, kWhole & view->rect().toRect())) << &change - kChanges << " " << i;
+      ASSERT_EQ(memcmp(copy.data(), browser->GetBrowserImage(), copy.size()), 0)
+          << &change - kChanges << " " << i << ": more has changed than the host heard of";
     }
     browser->SetZoomLevel(100);
     browser->ScrollToPoint(0, 0);
   }
+  const LARKA::FrameStatistics cost = LARKA::TakeFrameStatistics(browser);
+  EXPECT_GT(cost.paints, 50);
+  EXPECT_LT(cost.pixels / cost.paints, kWhole.width() * kWhole.height());
 }
 
 TEST_F(PaintingTest, WhatIsAnnouncedIsPaintedOnceAndTheRestIsMendedAtRest) {

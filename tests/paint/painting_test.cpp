@@ -81,6 +81,9 @@ for (i = 0; i < 40; i++) document.write('<div class=cell id=c' + i + ' style="le
   (i % 10) * 62 + 'px;top:' + Math.floor(i / 10) * 70 + 'px">' + i + '</div>')
 </script><a href=#1 style="left:10px">one</a><a href=#2 style="left:120px">two</a>
 <input type=checkbox style="position:absolute;left:230px;top:335px"><div id=mover></div>
+<div style="position:fixed;left:300px;top:99px;width:40px;height:40px;background:#0f0"></div>
+<iframe srcdoc="<body style='height:900px;border-top:50px solid red'>"
+ style="position:absolute;left:500px;top:200px;width:90px;height:90px"></iframe>
 <p style="position:absolute;left:330px;top:290px"><b tabindex=0><img width=40 height=30></b>)";
 
 TEST_F(PaintingTest, ThePageImageIsNeverStale) {
@@ -101,6 +104,11 @@ TEST_F(PaintingTest, ThePageImageIsNeverStale) {
       },
       [this](int) { script("s = $('mover').style; s.left = s.top = 3 * n++ + 'px'"); },
       [this](int i) { browser->Scroll(0, i % 2 ? 333 * i : -207 * i); },
+      [this](int i) {
+        browser->Scroll(0, i % 2 ? 31 * i : -17 * i);
+        script("if (n++ % 3 == 0) frames[0].scrollBy(0, 15)");
+        browser->Scroll(0, 29);
+      },
       [this](int i) { i % 3 == 2 ? browser->FocusPrev() : browser->FocusNext(); },
       [this](int i) { browser->Resize(i % 2 ? 640 : 500, i % 2 ? 360 : 300); },
       [this](int i) {

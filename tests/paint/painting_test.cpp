@@ -105,8 +105,8 @@ TEST_F(PaintingTest, ThePageImageIsNeverStale) {
       [this](int) { script("s = $('mover').style; s.left = s.top = 3 * n++ + 'px'"); },
       [this](int i) { browser->Scroll(0, i % 2 ? 333 * i : -207 * i); },
       [this](int i) {
+        if (i % 3 == 2) return (void)script("frames[0].scrollBy(0, 15)");
         browser->Scroll(0, i % 2 ? 31 * i : -17 * i);
-        script("if (n++ % 3 == 0) frames[0].scrollBy(0, 15)");
         browser->Scroll(0, 29);
       },
       [this](int i) { i % 3 == 2 ? browser->FocusPrev() : browser->FocusNext(); },

@@ -124,7 +124,8 @@ class LARKA_EXPORT ILarkaCallbacks {
   virtual std::string OnExecuteInLarka(const char* command) = 0;
 
   /// The page image of `browser` changed. Read it with ILarkaBrowser::GetBrowserImage, here or
-  /// before pumping events again. Never called from inside painting.
+  /// before pumping events again. Never called from inside painting. GetChangedRectangles() says
+  /// which parts changed.
   virtual void OnDirty(ILarkaBrowser* browser) = 0;
 
   /// The page asked for a new window, through a link or form with a target or through script, in

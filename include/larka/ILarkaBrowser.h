@@ -108,8 +108,8 @@ class LARKA_EXPORT ILarkaBrowser {
 
   /// Resizes the view, in pixels, and lays the page out again. The page image keeps the size that
   /// it got at its first paint: a smaller view fills its top left, and of a larger view it shows
-  /// the top left. Without a size (0, 0) the page is hidden: it isn't painted, its timers slow down,
-  /// and its animations wait until it has a size again.
+  /// the top left. Without a size (0, 0) the page is hidden: it isn't painted, its timers slow
+  /// down, and its animations wait until it has a size again.
   virtual void Resize(int width, int height) = 0;
 
   /// Keeps what this browser loads in a disk cache in `directory` (Latin-1, unlike other paths),

@@ -24,10 +24,9 @@ struct Rectangle {
   int height;
 };
 
-/// Returns which parts of the image changed with the last notice: call it in
-/// ILarkaCallbacks::OnDirty, to upload these parts and not the whole image. There are at most 20;
-/// they may overlap and hold pixels that are as before, but no pixel outside of them has changed
-/// since the notice before.
+/// Returns which parts of the image changed, in ILarkaCallbacks::OnDirty: upload these parts and
+/// not the whole image. There are at most 20. They may hold pixels that are as before, but no pixel
+/// outside of them has changed since the notice before. Elsewhere there are none.
 ///
 /// They are parts of the image that ILarkaBrowser::GetBrowserImage returns. When a plug-in goes
 /// full screen or back, that is another image: upload all of it.

@@ -121,7 +121,7 @@ bool LarkaWebView::event(QEvent* event) {
     QCoreApplication::sendPostedEvents(page(), QEvent::MetaCall);
     if (self) painted = paintPending();
   }
-  if (self && !painted.isEmpty()) emit dirty(painted);
+  if (self && !painted.isEmpty()) notify(painted);
   return true;
 }
 
@@ -182,9 +182,17 @@ void LarkaWebView::countPaint(const std::vector<DirtyRect>& rects, qint64 nanose
 }
 
 void LarkaWebView::noteChanged(const QRegion& region) {
-  m_changedParts = region;
-  if (!m_fullScreenElement.isNull()) m_changedParts = m_fullScreenImage->rect();
-  if (m_changedParts.rectCount() > kMaxPendingRects) m_changedParts = m_changedParts.boundingRect();
+  m_unnoticedParts += m_fullScreenElement.isNull() ? region : QRegion(m_fullScreenImage->rect());
+  if (m_unnoticedParts.rectCount() > kMaxPendingRects)
+    m_unnoticedParts = m_unnoticedParts.boundingRect();
+}
+
+// A receiver may pump, and get further notices of parts of their own. It may also delete this.
+void LarkaWebView::notify(const QRect& rect) {
+  const QPointer<LarkaWebView> self(this);
+  const QRegion outerParts = std::exchange(m_noticedParts, std::exchange(m_unnoticedParts, {}));
+  emit dirty(rect);
+  if (self) m_noticedParts = outerParts;
 }
 
 // The rectangles that QtWebKit announces don't always cover what it changes: at fractions of
@@ -218,7 +226,7 @@ void LarkaWebView::mend() {
   painter.end();
   if (!m_animating) m_flipRegion += stale;
   noteChanged(stale);
-  emit dirty(stale);
+  notify(stale);
 }
 
 bool LarkaWebView::hasOpaqueBase() const {

@@ -52,8 +52,8 @@ class LarkaWebView : public QGraphicsWebView {
   /// own.
   void SetFullScreenElement(const QWebElement& element, bool render);
 
-  /// Returns the parts of the host's image that changed with the last dirty(), at most 20.
-  const QRegion& changedParts() const { return m_changedParts; }
+  /// Returns the parts of the host's image that changed, at most 20, during dirty().
+  const QRegion& changedParts() const { return m_noticedParts; }
 
   /// Returns what painting has cost since the last call.
   FrameStatistics takeStatistics() { return std::exchange(m_statistics, FrameStatistics()); }
@@ -93,6 +93,7 @@ class LarkaWebView : public QGraphicsWebView {
   QRegion painted(const std::vector<DirtyRect>& rects) const;
   void countPaint(const std::vector<DirtyRect>& rects, qint64 nanoseconds);
   void noteChanged(const QRegion& region);
+  void notify(const QRect& rect);
   bool moveScrolled(const QPoint& position);
   void paintPage(const std::vector<DirtyRect>& rects);
   void paintElement(QPainter* painter);
@@ -111,7 +112,8 @@ class LarkaWebView : public QGraphicsWebView {
   QRegion m_pendingRegion;    // guarded by m_mutex
   DirtyRects m_pendingRects;  // what is painted of it
   ScrollShift m_scroll;
-  QRegion m_changedParts;
+  QRegion m_unnoticedParts;  // of the host's image that have changed since the last dirty()
+  QRegion m_noticedParts;    // during dirty(): those that had changed before
   FrameStatistics m_statistics;
   QMutex m_mutex;
 

@@ -18,7 +18,7 @@ rooms="
   storage
   pannable
   elements host
-  network storage
+  network host storage
   paint elements host
   plugins elements host
   page plugins

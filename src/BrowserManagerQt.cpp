@@ -25,6 +25,7 @@
 #include "browser/LarkaBrowserQt.h"
 #include "cookies/CookieJar.h"
 #include "host/Destruction.h"
+#include "host/Diagnostics.h"
 #include "host/HostEvents.h"
 #include "host/LarkaBrowserTimerQt.h"
 #include "larka/BrowserManager.h"
@@ -107,13 +108,13 @@ QString applicationSupportPath(const QString& name) {
 BrowserManagerPrivate::BrowserManagerPrivate() = default;
 
 BrowserManagerPrivate::~BrowserManagerPrivate() {
-  fprintf(stderr, "----browser manager quitting\n");
-  fprintf(stderr, "---destroying scene\n");
+  diagnose("----browser manager quitting\n");
+  diagnose("---destroying scene\n");
   releaseLivingBrowsers();
   delete scene;
-  fprintf(stderr, "---destroying gfx view\n");
+  diagnose("---destroying gfx view\n");
   delete view;
-  fprintf(stderr, "---quitting app\n");
+  diagnose("---quitting app\n");
 }
 
 // Otherwise the scene would delete their views, and their requests would go on using the shared
@@ -216,7 +217,8 @@ void BrowserManager::Initialize(int argc, char** argv) {
 }
 
 void BrowserManager::Shutdown(bool immediate) {
-  fprintf(stderr, "browser manager shutdown (immediate %d)\n", immediate);
+  if (!diagnosticsUse().isIdle()) return;
+  diagnose("browser manager shutdown (immediate %d)\n", immediate);
   whenIdle(webKitUse(), nullptr, [] { QWebSettings::clearMemoryCaches(); });
   if (immediate)
     destroyWhenEngineIsIdle(d);
@@ -230,13 +232,14 @@ void BrowserManager::Shutdown(bool immediate) {
 
 ILarkaBrowser* BrowserManager::CreateBrowser() {
   if (!d || !d->application || !d->cookieJar) return nullptr;
+  if (!diagnosticsUse().isIdle()) return nullptr;
   d->createView();
 
-  fprintf(stderr, "\n%s::%s(%d)\tcalled\n\n", kSourcePath, "CreateBrowser", 138);
+  diagnose("\n%s::%s(%d)\tcalled\n\n", kSourcePath, "CreateBrowser", 138);
   fflush(stderr);
   auto* manager = new NetworkAccessManager(nullptr);
   d->shareCookieJar(manager);
-  fprintf(stderr, "\n%s::%s(%d)\tcreating LarkaBrowser\n\n", kSourcePath, "CreateBrowser", 154);
+  diagnose("\n%s::%s(%d)\tcreating LarkaBrowser\n\n", kSourcePath, "CreateBrowser", 154);
   fflush(stderr);
   auto* browser = new LarkaBrowser(manager, nullptr);
   manager->setParent(browser->webView()->page());
@@ -247,7 +250,7 @@ ILarkaBrowser* BrowserManager::CreateBrowser() {
 
 void BrowserManager::DestroyBrowser(ILarkaBrowser* browser, bool immediate) {
   const void* address = browser;
-  fprintf(stderr, "----destroying browser %p (immediate %d)\n", address, immediate);
+  diagnose("----destroying browser %p (immediate %d)\n", address, immediate);
   if (!browser) return;
   auto* larkaBrowser = dynamic_cast<LarkaBrowser*>(browser);
   if (!larkaBrowser) {  // an inspector, which belongs to its browser
@@ -256,13 +259,14 @@ void BrowserManager::DestroyBrowser(ILarkaBrowser* browser, bool immediate) {
   }
   LarkaWebView* webView = larkaBrowser->webView();
   if (webView && webView->scene()) webView->scene()->removeItem(webView);
-  if (immediate) {
+  // The diagnostics handler may be called by the browser's destructor.
+  if (immediate && diagnosticsUse().isIdle()) {
     larkaBrowser->abandon();
     whenIdle(larkaBrowser->pageUse(), larkaBrowser, [larkaBrowser] { delete larkaBrowser; });
   } else {
     destroyLater(larkaBrowser);
   }
-  fprintf(stderr, "----destroying browser %p 4\n", address);
+  diagnose("----destroying browser %p 4\n", address);
 }
 
 ITimer* BrowserManager::CreateTimer(TimerCallback callback, int intervalMilliseconds,
@@ -280,6 +284,7 @@ void BrowserManager::PumpEvents() {
 
 // Any event ends the wait, so that animations run at their full rate. Shutdown ends it too.
 void BrowserManager::RunEventLoop() {
+  if (!diagnosticsUse().isIdle()) return;
   if (d && d->view) d->view->setVisible(true);
   TurnBrake brake;
   while (g_running) {

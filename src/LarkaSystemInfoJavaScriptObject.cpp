@@ -3,9 +3,9 @@
 
 #include <algorithm>
 #include <climits>
-#include <cstdio>
 #include <cstdlib>
 
+#include "host/Diagnostics.h"
 #include "host/HostText.h"
 #include "larka/SystemInfoData.h"
 
@@ -28,8 +28,8 @@ LarkaSystemInfoJavaScriptObject::LarkaSystemInfoJavaScriptObject(QObject* parent
                                                                  SystemInfoData* infoData)
     : QObject(parent) {
   if (!infoData) {
-    fprintf(stderr, "%s::%s(%d): error infoData = NULL!!!\n", kSourcePath,
-            "LarkaSystemInfoJavaScriptObject", 12);
+    LARKA::diagnose("%s::%s(%d): error infoData = NULL!!!\n", kSourcePath,
+                    "LarkaSystemInfoJavaScriptObject", 12);
     return;
   }
   m_serialNumber = LARKA::fromHost(infoData->serialNumber);
@@ -56,6 +56,6 @@ QString LarkaSystemInfoJavaScriptObject::secureSerialNumber() const { return m_s
 QString LarkaSystemInfoJavaScriptObject::debug_free() const { return m_debugFree; }
 
 void LarkaSystemInfoJavaScriptObject::printDebug(const QString& str) {
-  fprintf(stderr, "%s::%s(%d) DEBUG:\t%s\n", kSourcePath, "printDebug", 31,
-          str.toUtf8().constData());
+  LARKA::diagnose("%s::%s(%d) DEBUG:\t%s\n", kSourcePath, "printDebug", 31,
+                  str.toUtf8().constData());
 }

@@ -4,9 +4,10 @@
 
 namespace LARKA {
 
-FrameRate::FrameRate(const std::string& strMeasuringLocation, int nPrintInterval)
+FrameRate::FrameRate(const std::string& strMeasuringLocation, int nPrintInterval, Writer writer)
     : m_strMeasuringLocation(strMeasuringLocation),
       m_nPrintInterval(nPrintInterval),
+      m_writer(writer),
       m_nLastCheck(time(nullptr)),
       m_nFrames(0) {}
 
@@ -18,7 +19,7 @@ void FrameRate::Frame() {
       char line[256];
       snprintf(line, sizeof(line), "-----> %s() FPS: %4.2f\n", m_strMeasuringLocation.c_str(),
                dFps);
-      fputs(line, stderr);
+      m_writer(line);
       m_nFrames = 0;
       m_nLastCheck = now;
     }

@@ -6,12 +6,15 @@
 
 namespace LARKA {
 
-/// Counts frames and writes the frames per second to the standard error stream.
+/// Counts frames and reports the frames per second.
 class FrameRate {
  public:
-  /// Creates a counter that prints the label `strMeasuringLocation` with each report.
+  /// Gets a line with its newline.
+  using Writer = void (*)(const char* line);
+
+  /// Creates a counter that gives each report, with the label `strMeasuringLocation`, to `writer`.
   /// `nPrintInterval` is the time between two reports in seconds; 0 disables them.
-  FrameRate(const std::string& strMeasuringLocation, int nPrintInterval);
+  FrameRate(const std::string& strMeasuringLocation, int nPrintInterval, Writer writer);
 
   /// Counts one frame. If a report is due, writes it first, without that frame.
   void Frame();
@@ -19,6 +22,7 @@ class FrameRate {
  private:
   std::string m_strMeasuringLocation;
   int m_nPrintInterval;
+  Writer m_writer;
   time_t m_nLastCheck;
   int m_nFrames;
 };

@@ -77,4 +77,33 @@ struct FrameStatistics {
 /// Returns what painting has cost since the last call, or since the browser was created.
 LARKA_EXPORT FrameStatistics TakeFrameStatistics(ILarkaBrowser* browser);
 
+// Diagnostics.
+
+/// A host's function for the library's diagnostics. `text` is one line in UTF-8, without its
+/// newline and never empty, and is valid during the call. `userData` is that of
+/// SetDiagnosticsHandler().
+///
+/// It is called the moment something happens: inside a call of the host's, in a pump, while an
+/// object is being destroyed or QtWebKit is running. It may store or write the line, and call
+/// SetDiagnosticsHandler() and SilenceDiagnostics(). It must not throw, and not call anything else
+/// of the library. If it does, what QtWebKit or an object on the stack would not survive doesn't
+/// happen, or only later: CreateBrowser() returns null, Shutdown(), PumpEvents() and
+/// RunEventLoop() of the manager do nothing, a browser is destroyed by a later pump.
+/// Lines that such calls cause go to the standard error stream.
+using DiagnosticsHandler = void (*)(const char* text, void* userData);
+
+/// Gives each line of the library's diagnostics to `handler` instead of writing it to the standard
+/// error stream. That includes the library's own warnings, which otherwise go through Qt's message
+/// handler. With a null `handler` everything is written as without a call.
+///
+/// What Qt, QtWebKit and GStreamer write themselves stays as it is.
+///
+/// Call it on the thread of BrowserManager::Initialize, or before that. The handler is called on
+/// that thread, too. Lines come until the process has ended, from managers and browsers that are
+/// destroyed so late: what `userData` points to must live as long, or the handler be taken away.
+LARKA_EXPORT void SetDiagnosticsHandler(DiagnosticsHandler handler, void* userData);
+
+/// Drops the library's diagnostics from now on. SetDiagnosticsHandler() ends that.
+LARKA_EXPORT void SilenceDiagnostics();
+
 }  // namespace LARKA

@@ -18,7 +18,6 @@
 #include <QWebFrame>
 #include <QWebHistory>
 #include <algorithm>
-#include <cstdio>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -28,6 +27,7 @@
 #include "cookies/CookieJar.h"
 #include "elements/LarkaHTMLControlQt.h"
 #include "elements/LarkaPluginWidgetQt.h"
+#include "host/Diagnostics.h"
 #include "host/HostText.h"
 #include "inspector/InspectorBrowser.h"
 #include "larka/ILarkaCallbacks.h"
@@ -106,7 +106,7 @@ LarkaBrowser::LarkaBrowser(QNetworkAccessManager* manager, QObject* parent)
 }
 
 LarkaBrowser::~LarkaBrowser() {
-  fprintf(stderr, "----browser quitting\n");
+  diagnose("----browser quitting\n");
   LarkaBrowser::Shutdown();
 }
 
@@ -353,9 +353,11 @@ void LarkaBrowser::downloadRequested(const QNetworkRequest&) {
 
 void LarkaBrowser::creatingRequest(const QUrl& url) {
   if (m_diskCache && m_diskCache->cacheDirectory().isEmpty()) {
-    qWarning()
-        << "LarkaBrowser::creatingRequest() cannot use cache because cache directory is empty";
-    qWarning() << "   when trying to load " << url.toString();
+    QString quoted;
+    QDebug(&quoted).nospace() << url.toString();
+    warn(QStringLiteral(
+        "LarkaBrowser::creatingRequest() cannot use cache because cache directory is empty"));
+    warn(QStringLiteral("   when trying to load  ") + quoted);
   }
   m_listeners.post([text = toHost(url)](ILarkaCallbacks* listener) {
     listener->OnCreatingRequest(text.c_str());
@@ -850,11 +852,12 @@ void LarkaBrowser::letPageAnimate(bool animates) {
 }
 
 void LarkaBrowser::SetGlobalSurface(char*) {
-  qWarning("LarkaBrowser::SetGlobalSurface not supported when rendering to screen");
+  warn(QStringLiteral("LarkaBrowser::SetGlobalSurface not supported when rendering to screen"));
 }
 
 void* LarkaBrowser::GetBrowserNativeHandle() {
-  qWarning("LarkaBrowser::GetBrowserNativeHandle when rendering to screen - unimplemented");
+  warn(QStringLiteral(
+      "LarkaBrowser::GetBrowserNativeHandle when rendering to screen - unimplemented"));
   return nullptr;
 }
 
@@ -879,7 +882,7 @@ void LarkaBrowser::SaveBrowserImage(const char* path, int width, int height) {
   }
   const QImage thumbnail =
       image.scaled(width, height, Qt::KeepAspectRatio, Qt::SmoothTransformation);
-  if (!thumbnail.save(QFile::decodeName(path), "jpg")) fputs("Thumbnail save failure\n", stderr);
+  if (!thumbnail.save(QFile::decodeName(path), "jpg")) diagnose("Thumbnail save failure\n");
 }
 
 bool LarkaBrowser::mendImage() {
@@ -937,7 +940,7 @@ double LarkaBrowser::calculateFps() {
 }
 
 void LarkaBrowser::tester() {
-  static FrameRate frameRate("test-timer", 2);
+  static FrameRate frameRate("test-timer", 2, [](const char* line) { diagnose("%s", line); });
   frameRate.Frame();
 }
 

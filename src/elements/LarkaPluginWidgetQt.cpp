@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "elements/ElementScript.h"
+#include "host/Diagnostics.h"
 #include "host/HostEvents.h"
 #include "host/HostText.h"
 
@@ -132,10 +133,10 @@ unsigned char* LarkaPluginWidget::GetPixelData() {
   if (!d->image || d->image->isNull()) return nullptr;
   const QRect rect = d->mapToViewport(d->currentGeometry());
   if (!LarkaPluginWidgetPrivate::isInsideBrowserImage(rect)) {
-    qWarning(
+    warn(QStringLiteral(
         "LarkaPluginWidget::GetPixelData() failed, the plugin is not entirely inside the browser "
-        "image buffer");
-    qWarning("please scroll the viewport or resize the web page");
+        "image buffer"));
+    warn(QStringLiteral("please scroll the viewport or resize the web page"));
     return nullptr;
   }
   return d->image->bits() + (ptrdiff_t(rect.x()) * 4 + ptrdiff_t(rect.y()) * GetStride());

@@ -9,6 +9,10 @@ StackUse StackUse::partOf(const StackUse& whole) {
   return part;
 }
 
+bool StackUse::isIdle() const {
+  return m_count->depth == 0 && diagnosticsUse().m_count->depth == 0;
+}
+
 OnStack::OnStack(const StackUse& use) : m_count(use.m_count) {
   for (StackUse::Count* count = m_count.get(); count; count = count->whole.get()) ++count->depth;
 }
@@ -35,6 +39,11 @@ const StackUse& leaveQuestionUse() {
 }
 
 const StackUse& pumpUse() {
+  static const auto* use = new StackUse;
+  return *use;
+}
+
+const StackUse& diagnosticsUse() {
   static const auto* use = new StackUse;
   return *use;
 }

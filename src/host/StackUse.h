@@ -16,7 +16,8 @@ class StackUse {
   /// Returns a use of its own that counts as a use of `whole` too.
   static StackUse partOf(const StackUse& whole);
 
-  bool isIdle() const { return m_count->depth == 0; }
+  /// While the host's diagnostics handler runs, nothing is idle.
+  bool isIdle() const;
 
  private:
   friend class OnStack;
@@ -53,5 +54,8 @@ const StackUse& leaveQuestionUse();
 
 /// A pass of event processing that the library runs.
 const StackUse& pumpUse();
+
+/// The host's diagnostics handler. It is called from anywhere: inside a destructor, below QtWebKit.
+const StackUse& diagnosticsUse();
 
 }  // namespace LARKA

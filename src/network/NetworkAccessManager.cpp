@@ -3,8 +3,8 @@
 
 #include <QTime>
 #include <algorithm>
-#include <cstdio>
 
+#include "host/Diagnostics.h"
 #include "storage/PageStorage.h"
 
 namespace LARKA {
@@ -17,6 +17,12 @@ const char kUserAgent[] = "User-Agent";
 
 QByteArray currentTime() {
   return QTime::currentTime().toString(QStringLiteral("hh:mm:ss")).toLatin1();
+}
+
+/// The address for diagnostics, which are Latin-1 here on the standard error stream.
+QByteArray addressOf(const QNetworkReply& reply) {
+  const QString address = reply.url().toString();
+  return diagnosticsAreHandled() ? address.toUtf8() : address.toLatin1();
 }
 
 }  // namespace
@@ -48,22 +54,20 @@ bool NetworkAccessManager::hasRunningReplies() const {
 }
 
 void NetworkAccessManager::onSslErrors(QNetworkReply* reply, const QList<QSslError>& errors) {
-  fprintf(stderr, "received SSL errors when loading '%s' (",
-          reply->url().toString().toUtf8().constData());
+  QByteArray texts;
   for (const QSslError& error : errors) {
     reply->ignoreSslErrors(errors);
-    fprintf(stderr, "%d %s, ", static_cast<int>(error.error()),
-            error.errorString().toUtf8().constData());
+    texts += QByteArray::number(error.error()) + ' ' + error.errorString().toUtf8() + ", ";
   }
-  fprintf(stderr, ")\n");
+  diagnose("received SSL errors when loading '%s' (%s)\n",
+           reply->url().toString().toUtf8().constData(), texts.constData());
   emit onSslErrors();
 }
 
 void NetworkAccessManager::onReplyError(QNetworkReply::NetworkError code) {
   const QNetworkReply* reply = qobject_cast<QNetworkReply*>(sender());
   if (!reply) return;
-  fprintf(stderr, "Error %d loading url '%s'\n", static_cast<int>(code),
-          reply->url().toString().toLatin1().constData());
+  diagnose("Error %d loading url '%s'\n", static_cast<int>(code), addressOf(*reply).constData());
 }
 
 // Kept for the contract; nothing here is used.
@@ -71,17 +75,16 @@ void NetworkAccessManager::onReplyError(QNetworkReply::NetworkError code) {
 void NetworkAccessManager::onReplyProgress(qint64 bytesReceived, qint64 bytesTotal) {
   const QNetworkReply* reply = qobject_cast<QNetworkReply*>(sender());
   if (!reply) return;
-  fprintf(stderr, "load progress %s (bytes loaded/total) %llu/%llu (at %s)\n",
-          reply->url().toString().toLatin1().constData(),
-          static_cast<unsigned long long>(bytesReceived),
-          static_cast<unsigned long long>(bytesTotal), currentTime().constData());
+  diagnose("load progress %s (bytes loaded/total) %llu/%llu (at %s)\n",
+           addressOf(*reply).constData(), static_cast<unsigned long long>(bytesReceived),
+           static_cast<unsigned long long>(bytesTotal), currentTime().constData());
 }
 
 void NetworkAccessManager::onReplyDone() {
   const QNetworkReply* reply = qobject_cast<QNetworkReply*>(sender());
   if (!reply) return;
-  fprintf(stderr, "finished loading %s (at %s)\n", reply->url().toString().toLatin1().constData(),
-          currentTime().constData());
+  diagnose("finished loading %s (at %s)\n", addressOf(*reply).constData(),
+           currentTime().constData());
 }
 
 }  // namespace LARKA

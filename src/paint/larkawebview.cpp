@@ -14,12 +14,12 @@
 #include <QWebFrame>
 #include <QWebPage>
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 
 #include "FrameRate.h"
 #include "elements/WebElement.h"
 #include "host/Destruction.h"
+#include "host/Diagnostics.h"
 #include "host/HostEvents.h"
 
 namespace LARKA {
@@ -35,7 +35,7 @@ const QPainter::RenderHints kRenderHints =
     QPainter::Antialiasing | QPainter::TextAntialiasing | QPainter::SmoothPixmapTransform;
 
 void countFrame() {
-  static FrameRate frameRate("fps", 5);
+  static FrameRate frameRate("fps", 5, [](const char* line) { diagnose("%s", line); });
   frameRate.Frame();
 }
 
@@ -76,7 +76,7 @@ LarkaWebView::LarkaWebView() {
 }
 
 LarkaWebView::~LarkaWebView() {
-  fprintf(stderr, "----destroying webview\n");
+  diagnose("----destroying webview\n");
   StopAnimation();
 }
 
@@ -356,7 +356,7 @@ void LarkaWebView::StopAnimation() {
 }
 
 void LarkaWebView::AnimationFinished() {
-  fprintf(stderr, "---animation finished\n");
+  diagnose("---animation finished\n");
   m_animating = false;
   m_animateRegion = QRegion();
   Update();

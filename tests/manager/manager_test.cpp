@@ -1,4 +1,6 @@
 // The life of the library, its browsers and its timers.
+#include <algorithm>
+
 #include "Host.h"
 #include "Operations.h"
 
@@ -15,23 +17,60 @@ class ManagerTest : public testing::Test {
   ILarkaBrowser* browser = nullptr;
 };
 
+// On the standard error stream or, without the empty lines, to the host.
 TEST_F(ManagerTest, WritesItsDiagnosticsInTheirFixedForm) {
-  host.initialize();
-  testing::internal::CaptureStderr();
-  browser = host.manager->CreateBrowser();
-  destroy(true);
-  host.manager->DestroyBrowser(nullptr, false);
-  host.manager->Shutdown(true);
-  std::ostringstream expected;
-  expected << "\nsrc/BrowserManagerQt::CreateBrowser(138)\tcalled\n\n"
-              "\nsrc/BrowserManagerQt::CreateBrowser(154)\tcreating LarkaBrowser\n\n"
-           << "----destroying browser " << static_cast<void*>(browser) << " (immediate 1)\n"
-           << "----browser quitting\n----destroying webview\n"
-           << "----destroying browser " << static_cast<void*>(browser) << " 4\n"
-           << "----destroying browser (nil) (immediate 0)\n"
-              "browser manager shutdown (immediate 1)\n----browser manager quitting\n"
-              "---destroying scene\n---destroying gfx view\n---quitting app\n";
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), expected.str());
+  static std::string handed;
+  const auto handler = [](const char* line, void* then) {
+    handed += std::string(line) + "\n";
+    (*static_cast<std::function<void()>*>(then))();
+  };
+  std::function<void()> nothing = [] {};
+  // What a handler must not do. The browser is there until a line ends with " 4".
+  std::function<void()> misuse = [&] {
+    EXPECT_EQ(host.manager->CreateBrowser(), nullptr);
+    if (browser && handed.find(" 4\n") == std::string::npos) {
+      for (bool now : {true, false}) destroy(now);
+      test::answersOf(browser, "Initialize Shutdown SetCacheParameters SaveBrowserImage");
+    }
+    host.manager->Shutdown(true);
+    host.manager->RunEventLoop();
+  };
+  const struct {
+    std::function<void()> prepare;
+    bool hands, writes;
+  } rows[] = {{[] {}, false, true},
+              {[&] { LARKA::SetDiagnosticsHandler(handler, &nothing); }, true, false},
+              {LARKA::SilenceDiagnostics, false, false},
+              {[&] { LARKA::SetDiagnosticsHandler(handler, &misuse); }, true, true},
+              {[] { LARKA::SetDiagnosticsHandler(nullptr, nullptr); }, false, true}};
+  for (const auto& row : rows) {
+    host.initialize();
+    handed.clear();
+    browser = nullptr;
+    row.prepare();
+    testing::internal::CaptureStderr();
+    browser = host.manager->CreateBrowser();
+    destroy(true);
+    host.manager->DestroyBrowser(nullptr, false);
+    host.manager->Shutdown(true);
+    const std::string written = testing::internal::GetCapturedStderr();
+    std::ostringstream expected;
+    expected << "\nsrc/BrowserManagerQt::CreateBrowser(138)\tcalled\n\n"
+                "\nsrc/BrowserManagerQt::CreateBrowser(154)\tcreating LarkaBrowser\n\n"
+             << "----destroying browser " << static_cast<void*>(browser) << " (immediate 1)\n"
+             << "----browser quitting\n----destroying webview\n"
+             << "----destroying browser " << static_cast<void*>(browser) << " 4\n"
+             << "----destroying browser (nil) (immediate 0)\n"
+                "browser manager shutdown (immediate 1)\n----browser manager quitting\n"
+                "---destroying scene\n---destroying gfx view\n---quitting app\n";
+    const auto isEmptyLine = [](char a, char b) { return a == '\n' && b == '\n'; };
+    std::string lines = expected.str().substr(1);
+    lines.erase(std::unique(lines.begin(), lines.end(), isEmptyLine), lines.end());
+    EXPECT_EQ(handed, row.hands ? lines : "") << &row - rows;
+    if (!row.hands || !row.writes) {  // else the lines of the handler's own calls
+      EXPECT_EQ(written, row.writes ? expected.str() : "") << &row - rows;
+    }
+  }
 }
 
 // One life after the other, in one process: what is done, and what is destroyed meanwhile: browsers

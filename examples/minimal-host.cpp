@@ -31,7 +31,8 @@ int main(int argc, char** argv) {
   LARKA::ILarkaBrowser* browser = manager.CreateBrowser();
   browser->AddListener(&screen);
   browser->Initialize(1280, 720, nullptr, nullptr, false, nullptr);
-  browser->Navigate(argc > 1 ? argv[1] : "data:text/html,<title>Hello</title><h1>Hello, sofa</h1>");
+  const char* page = "data:text/html,<title>Hello</title><body bgcolor=teal><h1>Hello, sofa</h1>";
+  browser->Navigate(argc > 1 ? argv[1] : page);
 
   const timespec frame = {0, 16 * 1000 * 1000};
   for (int idle = 0; idle < 30; idle += screen.finished) {  // the host's own loop

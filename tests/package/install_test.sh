@@ -23,5 +23,5 @@ cmake --build "$folder/consumer"
 eval "c++ -std=c++17 \"\$source/examples/minimal-host.cpp\" -o \"\$folder/host\" \
   $(pkg-config --cflags --libs larkabrowser) \"-Wl,-rpath,\$libraries\""
 for program in "$folder/consumer/minimal-host" "$folder/host"; do
-  "$program" | grep painted
+  "$program" | grep '#008080'
 done

@@ -1,15 +1,14 @@
 // A host that doesn't wait forever for a server, and passes any text to script. Without an address
-// it loads from a server of its own that never answers.
+// it loads from a server of its own that never answers. It can write the page image, too.
 //
-//   careful-host [URL [SCRIPT]]
+//   careful-host [URL [SCRIPT [PICTURE.ppm]]]
 #include <arpa/inet.h>
 #include <larka/larka.h>
 #include <sys/socket.h>
 
-#include <codecvt>
+#include <algorithm>
 #include <cstdio>
 #include <ctime>
-#include <locale>
 #include <string>
 
 // Stops each load that takes longer than it may.
@@ -44,16 +43,50 @@ class Patience : public LARKA::CallbacksAdapter {
 
 // Writes a script in UTF-8 so that ExecuteJavascript runs it as it is.
 std::string escaped(const std::string& script) {
-  std::wstring_convert<std::codecvt_utf8_utf16<char16_t>, char16_t> converter("", u"");
   std::string result;
-  for (const char16_t unit : converter.from_bytes(script)) {
+  const auto append = [&result](unsigned unit) {
     char code[8];
     const bool plain = unit >= ' ' && unit <= '~' && unit != '\\';
-    snprintf(code, sizeof(code), plain ? "%c" : "\\u%04x", unit);
+    snprintf(code, sizeof(code), plain ? "%c" : "\\u%04x", unit & 0xffff);
     result += code;
+  };
+  for (size_t i = 0; i < script.size();) {
+    const unsigned first = static_cast<unsigned char>(script[i++]);
+    const int more = first < 0xc0 ? 0 : first < 0xe0 ? 1 : first < 0xf0 ? 2 : 3;
+    unsigned character = more > 0 ? first & (0x3fU >> more) : first;
+    for (int j = 0; j < more && i < script.size(); ++j)
+      character = character << 6 | (static_cast<unsigned char>(script[i++]) & 0x3fU);
+    if (character > 0xffff) append(0xd7c0 + (character >> 10));  // half of a surrogate pair
+    append(character > 0xffff ? 0xdc00 + (character & 0x3ff) : character);
   }
   return result;
 }
+
+// Keeps the size of the page image, and writes the image into a file.
+class Picture : public LARKA::CallbacksAdapter {
+ public:
+  void OnDirty(LARKA::ILarkaBrowser* browser) override {
+    if (m_width > 0) return;  // the image keeps the size of its first paint
+    m_width = std::min(browser->GetWidth(), 1280);
+    m_height = std::min(browser->GetHeight(), 720);
+  }
+
+  // Writes a PPM file. Call it in OnDirty or between two pumps.
+  bool save(LARKA::ILarkaBrowser* browser, const char* path) const {
+    const unsigned char* row = browser->GetBrowserImage();
+    FILE* file = row ? fopen(path, "wb") : nullptr;
+    if (!file) return false;
+    fprintf(file, "P6 %d %d 255\n", m_width, m_height);
+    for (int y = 0; y < m_height; ++y, row += browser->GetBrowserStride())
+      for (const unsigned char* pixel = row; pixel < row + 4 * m_width; pixel += 4)
+        for (const int colour : {2, 1, 0}) putc(pixel[colour], file);  // red, green, blue
+    const bool written = !ferror(file);
+    return fclose(file) == 0 && written;
+  }
+
+ private:
+  int m_width = 0, m_height = 0;
+};
 
 class Progress : public LARKA::CallbacksAdapter {
  public:
@@ -87,16 +120,24 @@ int main(int argc, char** argv) {
   {
     Patience patience(&manager, browser, argc > 1 ? 10000 : 1000);
     Progress progress;
+    Picture picture;
     browser->AddListener(&progress);
+    browser->AddListener(&picture);
     browser->Navigate(argc > 1 ? argv[1] : silentServer().c_str());
     const timespec frame = {0, 16 * 1000 * 1000};
     while (!progress.finished) {  // the host's own loop
       manager.PumpEvents();
       nanosleep(&frame, nullptr);
     }
-    browser->RemoveListener(&progress);
+    for (int i = 0; i < 30; ++i) {  // what the page still paints
+      manager.PumpEvents();
+      nanosleep(&frame, nullptr);
+    }
     const std::string script = argc > 2 ? argv[2] : "// €\n'\\\\ is a backslash, € is not'";
     printf("%s\n", browser->ExecuteJavascript(escaped(script).c_str()).c_str());
+    if (argc > 3 && !picture.save(browser, argv[3])) fprintf(stderr, "can't write %s\n", argv[3]);
+    browser->RemoveListener(&picture);
+    browser->RemoveListener(&progress);
   }
   manager.DestroyBrowser(browser, true);
   manager.Shutdown(true);

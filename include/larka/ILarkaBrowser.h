@@ -157,9 +157,11 @@ class LARKA_EXPORT ILarkaBrowser {
   virtual std::vector<std::pair<std::string, std::string>> ReadCookies() = 0;
 
   /// Starts to load a page and returns at once; ILarkaCallbacks reports how the load goes. `url` is
-  /// an absolute address in its encoded form (no spaces, non-ASCII characters percent-encoded). An
-  /// address that can't be parsed loads an empty page. If the current page asks whether it may be
-  /// left, ILarkaCallbacks::OnJavaScriptConfirm is called first.
+  /// an absolute address in its encoded form (no spaces, non-ASCII characters percent-encoded). A
+  /// path alone is none: write `file:///path`. An address that can't be parsed, or that has no
+  /// scheme, loads the empty page `about:blank`, and ILarkaCallbacks::OnLoadFinished gets true. If
+  /// the current page asks whether it may be left, ILarkaCallbacks::OnJavaScriptConfirm is called
+  /// first.
   ///
   /// A load that gets no answer never ends by itself: end it with Stop().
   virtual void Navigate(const char* url) = 0;
@@ -228,7 +230,8 @@ class LARKA_EXPORT ILarkaBrowser {
   /// Goes one page forward. Does nothing at the last page.
   virtual void Forward() = 0;
 
-  /// Stops loading. A load that was under way ends with ILarkaCallbacks::OnLoadFinished and false.
+  /// Stops loading. A load that was under way ends with ILarkaCallbacks::OnLoadFinished and false;
+  /// see there which page then stays.
   virtual void Stop() = 0;
 
   /// Does nothing.

@@ -49,8 +49,8 @@ else()
   set(guide_directory ${CMAKE_INSTALL_DATADIR}/doc/larkabrowser)
   install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${guide_directory} COMPONENT runtime)
 endif()
-install(FILES ${PROJECT_SOURCE_DIR}/docs/integration.md DESTINATION ${guide_directory}
-  COMPONENT development)
+install(FILES ${PROJECT_SOURCE_DIR}/docs/integration.md ${PROJECT_SOURCE_DIR}/docs/cookie-file.md
+  ${PROJECT_SOURCE_DIR}/docs/performance.md DESTINATION ${guide_directory} COMPONENT development)
 install(FILES ${PROJECT_SOURCE_DIR}/examples/minimal-host.cpp
   ${PROJECT_SOURCE_DIR}/examples/careful-host.cpp
   DESTINATION ${guide_directory}/examples COMPONENT development)

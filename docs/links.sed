@@ -1,3 +1,7 @@
+# Gives the guide a table of contents.
+1a\
+\n[TOC]
+
 # Makes links of the names in code that the guide mentions. Doxygen reads the guide through this, and
 # fails on a name that doesn't exist.
 s/`(LARKA::)?(BrowserManager|ILarkaBrowser|ILarkaCallbacks|LarkaPluginWidget|LarkaHTMLControl)(::[A-Z][A-Za-z]*)?(\([^`"]*\))?`/@ref LARKA::\2\3 "\2\3\4"/g
@@ -6,3 +10,4 @@ s/`((Create|Destroy)Browser|(Create|Dispose)Timer|PumpEvents|RunEventLoop)(\([^`
 s/`(On[A-Z][A-Za-z]*)(\([^`"]*\))?`/@ref LARKA::ILarkaCallbacks::\1 "\1\2"/g
 s/`(IsVisible|SetFullScreen)(\([^`"]*\))?`/@ref LARKA::LarkaPluginWidget::\1 "\1\2"/g
 s/`([A-Z][a-z]+[A-Za-z]*)(\([^`"]*\))?`/@ref LARKA::ILarkaBrowser::\1 "\1\2"/g
+s!`(examples/)?((minimal|careful)-host)(\.cpp)?`![\2](\2_8cpp-example.html)!g

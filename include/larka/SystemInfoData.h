@@ -7,19 +7,13 @@
 /// record and its strings; the library reads them only during the call that they are passed to. The
 /// order of the fields is part of the binary interface.
 struct SystemInfoData {
-  ///@{
-  /// The fact of this name, or null.
-  const char* serialNumber;
-  const char* productName;
-  const char* firmwareVersion;
-  const char* vendor;
-  ///@}
-  const char* resolution;  ///< decimal text, such as "720"; never null
-  const char* network;     ///< decimal text; never null
-  ///@{
-  /// The fact of this name, or null.
-  const char* techPlatform;
-  const char* secureSerialNumber;
-  const char* debugFree;
-  ///@}
+  const char* serialNumber;        ///< the fact of this name, or null
+  const char* productName;         ///< the fact of this name, or null
+  const char* firmwareVersion;     ///< the fact of this name, or null
+  const char* vendor;              ///< the fact of this name, or null
+  const char* resolution;          ///< decimal text, such as "720"; never null
+  const char* network;             ///< decimal text; never null
+  const char* techPlatform;        ///< the fact of this name, or null
+  const char* secureSerialNumber;  ///< the fact of this name, or null
+  const char* debugFree;           ///< the fact of this name, or null
 };

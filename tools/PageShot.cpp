@@ -279,7 +279,7 @@ bool PageShot::hasPage() const { return m_arrived && m_browser->GetTitle() != kF
 QObject* PageShot::object() const { return dynamic_cast<QObject*>(m_browser); }
 
 std::string PageShot::loadFailure() const {
-  const std::string why = object()->property("loadFailure").toString().toStdString();
+  const std::string why = object()->property("loadFailure").toString().simplified().toStdString();
   const char* way = m_options.proxy.host.empty() ? "" : " through the proxy";
   const bool wasGuess = m_shot.asked.find(':') == std::string::npos && why.rfind("host ", 0) == 0;
   return std::string("could not be loaded") + way + ": " +
@@ -402,10 +402,34 @@ void PageShot::goOn() {
     m_scriptDone = true;
     m_asked = Clock::now();
     act();
-    m_outcome.scriptValue = m_browser->ExecuteJavascript(escaped(*m_options.script).c_str());
+    runScript();
   } else {
     finish(write());
   }
+}
+
+/// Runs the script of the options. It is passed as a string, so that a syntax error can be caught,
+/// too; a second call asks what was caught, for an empty value alone doesn't tell.
+void PageShot::runScript() {
+  std::string script;
+  for (const char c : escaped(*m_options.script)) script += c == '"' ? "\\\"" : std::string(1, c);
+  const std::string run = R"((function (window) {
+    window.larkaShotError = 'none';
+    try {
+      var value = window.eval(")" +
+                          script + R"(");
+      return value === void 0 || value === null ? value : value.toString();
+    } catch (e) {
+      try { window.larkaShotError = 'failed: ' + e; } catch (e) { window.larkaShotError = 'failed'; }
+    }
+  })(window))";
+  m_outcome.scriptValue = m_browser->ExecuteJavascript(escaped(run).c_str());
+  const std::string error = m_browser->ExecuteJavascript(
+      "(function(error){delete larkaShotError;return error})(larkaShotError)");
+  if (error.empty())
+    m_outcome.scriptError = "can't run: the page forbids eval()";
+  else if (error != "none")
+    m_outcome.scriptError = QString::fromStdString(error).simplified().toStdString();
 }
 
 void PageShot::pressNextKey() {

@@ -57,6 +57,7 @@ class PageShot : private LARKA::CallbacksAdapter {
   Clock::duration timersLeft();
   void setUpNetwork();
   void goOn();
+  void runScript();
   void pressNextKey();
   QImage image() const;
   std::string write() const;

@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QUrl>
 #include <algorithm>
 #include <climits>
@@ -73,13 +74,26 @@ bool parseProxy(const std::string& text, ShotProxy* proxy) {
 
 /// A cookie file, or a name for one in a folder that can be written. The library would write over a
 /// file of another kind.
-bool parseCookieJar(const std::string& path, std::string* jar) {
+bool parseCookieJar(const std::string& path, std::string* jar, std::string* why) {
   *jar = path;
   const QFileInfo info(QString::fromLocal8Bit(path.c_str()));
-  if (!info.exists()) return !path.empty() && QFileInfo(info.absolutePath()).isWritable();
+  const QFileInfo folder(info.absolutePath());
   QFile file(info.filePath());
-  if (!info.isFile() || !info.isWritable() || !file.open(QIODevice::ReadOnly)) return false;
-  return file.size() == 0 || file.read(4) == QByteArray::fromHex("000000ae");
+  if (path.empty())
+    *why = "no name";
+  else if (info.isDir())
+    *why = "is a folder";
+  else if (!info.exists() && !folder.isDir())
+    *why = "no such folder";
+  else if (!(info.exists() ? info : folder).isWritable())
+    *why = "can't be written";
+  else if (!info.exists())
+    return true;
+  else if (!info.isFile() || !file.open(QIODevice::ReadOnly))
+    *why = "can't be read";
+  else if (file.size() > 0 && file.read(4) != QByteArray::fromHex("000000ae"))
+    *why = "is a file, but not a cookie file of Larka's";
+  return why->empty();
 }
 
 bool parseOutput(const std::string& name, QString* output) {
@@ -100,7 +114,8 @@ bool readList(const std::string& path, std::vector<std::string>* addresses) {
 
 /// Whether what a person typed without a scheme, and what is no file, was meant as one: its first
 /// part is no name of a host, or its end is that of a page's file.
-bool looksLikeFile(const QString& text) {
+bool looksLikeFile(const QString& address) {
+  const QString text = QString(address).remove(QRegularExpression("([?#].*|:[0-9]*)$"));
   const QString first = text.section('/', 0, 0);
   if (text.startsWith('.') || text.startsWith('~')) return true;
   if (first != text) return !first.contains('.') && !first.contains(':') && first != "localhost";
@@ -109,13 +124,26 @@ bool looksLikeFile(const QString& text) {
   return pages.contains(text.section('.', 1).section('.', -1).toLower());
 }
 
+/// The place in what a person typed at which "?query" or "#place" follows the name of a file, or
+/// -1.
+int endOfFileName(const QString& text) {
+  const int end = text.indexOf(QRegularExpression("[?#]"));
+  return end > 0 && !QFileInfo::exists(text) && QFileInfo::exists(text.left(end)) ? end : -1;
+}
+
 /// The page meant by what a person typed. Without a scheme that is a file or else a host.
 Shot shotOf(const std::string& asked) {
   const QString text = QString::fromStdString(asked);
-  const QUrl url = QUrl::fromUserInput(text, QDir::currentPath());
+  if (text.startsWith("javascript:"))
+    return {asked, "", "is script, not an address; --script runs script in a page", ""};
+  const int end = endOfFileName(text);
+  QUrl url = QUrl::fromUserInput(text.left(end), QDir::currentPath());
+  if (end > 0) url = url.resolved(QUrl(text.mid(end)));
   const bool guessed = !url.isLocalFile() && !text.startsWith(url.scheme() + ':');
   if (guessed && looksLikeFile(text)) return {asked, "", "no such file", ""};
-  if (!url.isValid() || (text.contains("://") && !QUrl(text).isValid()))
+  const bool needsHost = QStringList{"http", "https", "ftp"}.contains(url.scheme());
+  if (!url.isValid() || (needsHost && url.host().isEmpty()) ||
+      (text.contains("://") && !QUrl(text).isValid()))
     return {asked, "", "not an address", ""};
   return {asked, url.toEncoded().toStdString(), "", ""};
 }
@@ -140,6 +168,7 @@ QString outputFor(const QString& output, int index, int count) {
 struct Asked {
   std::vector<std::string> addresses;
   QString output = QStringLiteral("larka-shot.png");
+  std::string why;  // an option's value is wrong, if that isn't plain
 };
 
 using namespace std::placeholders;
@@ -178,17 +207,18 @@ std::vector<Option> optionsWithValues(ShotOptions* options, Asked* asked) {
       std::bind(parseNumber, _1, 0, INT_MAX / 2, &options->waitMilliseconds));
   add({"keys"}, "LIST",
       "press keys in the loaded page, separated by commas or blanks: characters (h,i), the names "
-      "tab, return, escape, space, backspace, delete, insert, up, down, left, right, home, end, "
+      "tab, return (or ok), escape, space, backspace, delete, insert, up, down, left, right, home, end, "
       "page-up, page-down, comma and plus, or key codes of two or more digits; with shift+, ctrl+, "
       "alt+ or meta+ before it where wanted",
       "--keys: no such key:", std::bind(parseKeys, _1, &options->keys));
   add({"script"}, "JS",
       "then run script in the page and print its value, as text, on standard output; an empty line "
-      "for undefined, null and script that fails",
+      "for undefined and null, and for script that fails: why is then on standard error",
       "", std::bind(parseText, _1, &options->script));
   add({"timeout"}, "S",
       "stop waiting for a load that takes longer than this many seconds, and for a page that goes "
-      "on loading for twice that time, and render what there is (default: 30)",
+      "on loading for twice that time, and render what there is; without an answer, or with only a "
+      "few hundred bytes of one, there is no image (default: 30)",
       "--timeout takes whole seconds from 1, not",
       std::bind(parseNumber, _1, 1, INT_MAX / 2000, &options->timeoutSeconds));
   add({"user-agent"}, "TEXT", "the user agent to ask with", "",
@@ -201,7 +231,8 @@ std::vector<Option> optionsWithValues(ShotOptions* options, Asked* asked) {
   add({"cookie-jar"}, "FILE",
       "read cookies from this file and keep them in it; the pages are then rendered one after the "
       "other (default: each page starts without cookies, and none are kept)",
-      "--cookie-jar: can't keep cookies in", std::bind(parseCookieJar, _1, &options->cookieJar));
+      "--cookie-jar: can't keep cookies in",
+      std::bind(parseCookieJar, _1, &options->cookieJar, &asked->why));
   add({"cache"}, "DIR", "keep what is loaded in this folder, and take it from there next time",
       "--cache: can't use the folder", std::bind(parseCache, _1, &options->cache));
   add({"proxy"}, "URL",
@@ -216,8 +247,9 @@ std::vector<Option> optionsWithValues(ShotOptions* options, Asked* asked) {
       "--jobs takes a number from 1 to 64, not",
       std::bind(parseNumber, _1, 1, kMostJobs, &options->jobs));
   add({"list"}, "FILE",
-      "read more addresses from a file, one a line (\"-\": standard input); empty lines and lines "
-      "that begin with # are skipped",
+      "read more addresses from a file, one a line (\"-\": standard input); names of files count "
+      "from "
+      "the current folder; empty lines and lines that begin with # are skipped",
       "can't read the list", std::bind(readList, _1, &asked->addresses));
   return all;
 }
@@ -225,6 +257,8 @@ std::vector<Option> optionsWithValues(ShotOptions* options, Asked* asked) {
 std::string makeShots(const Asked& asked, ShotOptions* options) {
   if (!options->cookieJar.empty()) options->jobs = 1;  // each browser has the file to itself
   if (asked.addresses.empty()) return "no address given; see --help";
+  for (const std::string& address : asked.addresses)
+    if (address.empty()) return "an address is empty; see --help";
   if (asked.output.endsWith('/') && !QDir().mkpath(asked.output))
     return "can't make the folder " + asked.output.toStdString();
   const int count = static_cast<int>(asked.addresses.size());
@@ -248,9 +282,14 @@ std::string helpText(const QCommandLineParser& parser) {
   return parser.helpText().toStdString();
 }
 
-/// "Unknown option 'x'." as the end of a line.
-std::string whatIsWrong(const QCommandLineParser& parser) {
+/// "Unknown option 'x'." as the end of a line, with the dashes of what was typed.
+std::string whatIsWrong(const QCommandLineParser& parser, const QStringList& arguments) {
   std::string text = parser.errorText().chopped(1).toLatin1().toStdString();
+  for (const QString& name : parser.unknownOptionNames()) {
+    const QRegularExpression isLong("--" + QRegularExpression::escape(name) + "(=.*)?");
+    const char* dashes = arguments.indexOf(isLong) >= 0 ? "--" : "-";
+    return "unknown option '" + (dashes + name).toLatin1().toStdString() + "'; see --help";
+  }
   text[0] = static_cast<char>(tolower(text[0]));
   return text + "; see --help";
 }
@@ -274,7 +313,7 @@ std::string parseOptions(int argc, char** argv, ShotOptions* options) {
 
   QStringList arguments;
   for (int i = 0; i < argc; ++i) arguments << QString::fromLatin1(argv[i]);  // keeps all bytes
-  if (!parser.parse(arguments)) return whatIsWrong(parser);
+  if (!parser.parse(arguments)) return whatIsWrong(parser, arguments);
   if (parser.isSet("help")) options->answer = helpText(parser);
   if (parser.isSet("version")) options->answer = "larka-shot " LARKA_VERSION_STRING "\n";
   if (!options->answer.empty()) return "";
@@ -286,7 +325,9 @@ std::string parseOptions(int argc, char** argv, ShotOptions* options) {
   for (const Option& option : withValues) {
     for (const QString& given : parser.values(option.option)) {
       std::string value = given.toLatin1().toStdString();
-      if (!option.read(value)) return option.complaint + (" '" + value + "'");
+      if (!option.read(value))
+        return option.complaint + (" '" + value + "'") +
+               (asked.why.empty() ? "" : ": " + asked.why);
     }
   }
   return makeShots(asked, options);

@@ -62,13 +62,13 @@ bool receiveText(int socket, std::string* text) {
 
 bool sendOutcome(int socket, const Outcome& outcome) {
   return sendText(socket, outcome.error) && sendText(socket, outcome.doubt) &&
-         sendText(socket, outcome.scriptValue) &&
+         sendText(socket, outcome.scriptValue) && sendText(socket, outcome.scriptError) &&
          sendAll(socket, &outcome.seconds, sizeof(outcome.seconds));
 }
 
 bool receiveOutcome(int socket, Outcome* outcome) {
   return receiveText(socket, &outcome->error) && receiveText(socket, &outcome->doubt) &&
-         receiveText(socket, &outcome->scriptValue) &&
+         receiveText(socket, &outcome->scriptValue) && receiveText(socket, &outcome->scriptError) &&
          receiveAll(socket, &outcome->seconds, sizeof(outcome->seconds));
 }
 

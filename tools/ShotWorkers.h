@@ -10,6 +10,7 @@ struct Outcome {
   std::string error;  // why there is no image; empty when there is one
   std::string doubt;  // why the page in the image may be incomplete; empty when it is complete
   std::string scriptValue;  // what the script of the options gave
+  std::string scriptError;  // why that script failed; empty if it didn't
   double seconds = 0;
 };
 

@@ -97,12 +97,14 @@ Status report(const Shot& shot, const Outcome& outcome, const ShotOptions& optio
   }
   const bool complete = outcome.doubt.empty();
   if (!complete) console->error(shot, outcome.doubt + "; the image has what was there");
+  const bool ran = outcome.scriptError.empty();
+  if (!ran) console->error(shot, "--script " + outcome.scriptError);
   const std::string whose = options.shots.size() > 1 ? shot.asked + ": " : "";
   if (options.script) console->done(whose + outcome.scriptValue);
   char seconds[32];
   snprintf(seconds, sizeof(seconds), " (%.2f s)", outcome.seconds);
   if (!options.quiet) console->done(shot.asked + ": " + shot.output + seconds);
-  return complete ? kRendered : kIncomplete;
+  return complete && ran ? kRendered : kIncomplete;
 }
 
 /// The library, and the pages that it renders one after the other.

@@ -75,7 +75,10 @@ TEST_F(LarkaShotTest, WritesWhatItIsAskedFor) {
   const std::tuple<const char*, const char*, const char*, QSize> rows[] = {
       {"g.html --thumbnail 100x100 --wait 50 --cookie-jar jar", "", "larka-shot.png", {100, 56}},
       {"g.html -o a.JPG --size 320x200", "", "a.JPG", {320, 200}},
-      {"f.html g.html -o s/ --script 1", "f.html: 1\ng.html: 1\n", "s/002.png", {1280, 720}},
+      {"f.html 'g.html?a#b' -o s/ --script 'q=location;q.search+q.hash'",
+       "f.html: \ng.html?a#b: ?a#b\n",
+       "s/002.png",
+       {1280, 720}},
       {"f.html --keys 'tab,h,shift+I 5 é,comma,273 tab return' --zoom 200 --user-agent TV/2 "
        "--script \"innerWidth+unescape(location.search)+navigator.userAgent+'\\n\\xe4ü'\"",
        "640?q=hI5é,TV/2\näü\n",
@@ -100,15 +103,18 @@ TEST_F(LarkaShotTest, SaysInOneLineWhatIsWrong) {
       {2, "p.html --keys huh", "--keys"},
       {1, "--help >/dev/full", "can't write to the standard output"},
       {1, "p.html -o nowhere/p.png", "p.html: can't write nowhere/p.png"},
-      {1, "gone.html", "gone.html: no such file"},
+      {2, "p.html --foo=1", "option '--foo'"},
+      {3, "p.html --script gone.x", "p.html: --script failed: ReferenceError"},
+      {1, "gone.html:1", "gone.html:1: no such file"},
+      {1, "http://", "not an address"},
       {1, ".", ".: is a folder"},
       {1, nobody, ": connection refused"},
       {1, server.url("") + " --proxy " + nobody,
        "could not be loaded through the proxy: connection refused"}};
   for (const char* value : {"=x", "'a=1;b=2'", "'a=1 '", "a"})
     rows.emplace_back(2, std::string("p.html --cookie ") + value, "--cookie");
-  for (const char* value : {"p.html", ".", "no/such"})
-    rows.emplace_back(2, std::string("p.html --cookie-jar ") + value, "--cookie-jar");
+  for (const char* value : {"p.html': is a file", ".': is a folder", "no/such': no such folder"})
+    rows.emplace_back(2, "p.html --cookie-jar " + std::string(value, strchr(value, '\'')), value);
   for (const auto& [expected, arguments, word] : rows) {
     run(arguments);
     EXPECT_EQ(status, expected) << arguments;

@@ -5,6 +5,7 @@
 #   scripts/abi.sh record LIBRARY
 set -u
 . "$(dirname "$0")/setup.sh"
+help_if_asked "$@"
 usage="usage: scripts/abi.sh check|record LIBRARY"
 [ $# -eq 2 ] || fail "$usage"
 [ -f "$2" ] || fail "no such file: $2"

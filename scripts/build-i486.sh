@@ -2,6 +2,7 @@
 # Builds the 32-bit library and programs, on a 32-bit or a 64-bit machine.
 set -u
 . "$(dirname "$0")/setup.sh"
+help_if_asked "$@"
 [ $# -eq 0 ] || fail "usage: scripts/build-i486.sh"
 cd "$(dirname "$0")/.." || exit 1
 

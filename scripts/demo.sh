@@ -1,18 +1,32 @@
 #!/bin/sh
-# Sets everything up on Debian 12 and renders a page (by default the bundled one) to larka-demo.png.
+# Renders a page, by default the bundled one, to larka-demo.png in the project's folder. First it
+# installs the Debian 12 packages that it needs, as root or with sudo, and builds Larka.
 #
-#   scripts/demo.sh [URL]
+#   scripts/demo.sh [URL]     a page: its address, a local file, or a host name without a scheme
 set -u
 . "$(dirname "$0")/setup.sh"
+help_if_asked "$@"
 usage="usage: scripts/demo.sh [URL]"
 [ $# -le 1 ] || fail "$usage"
 case "${1:-}" in
-  -h | --help) echo "$usage" && exit ;;
   -*) fail "$usage" ;;
 esac
-# What is typed is meant from where it is typed.
+# What is typed is meant from where it is typed. What must be a file is looked for before anything
+# is installed or built.
 page=${1:-}
-if [ -n "$page" ] && [ -e "$page" ]; then page=$(realpath "$page"); fi
+file=$page
+[ -e "$file" ] || file=${page%%[?#]*}  # "page.html#place"
+if [ -d "$file" ]; then
+  fail "is a folder: $file"
+elif [ -e "$file" ]; then
+  page=$(realpath "$file")${page#"$file"}
+else
+  case "$file" in
+    /* | ./* | ../*) fail "no such file: $file" ;;
+    */* | *:*) ;;
+    *.html | *.htm) fail "no such file: $file" ;;
+  esac
+fi
 cd "$(dirname "$0")/.." || exit 1
 rm -f larka-demo.png || exit 1  # what is there afterwards is of this run
 

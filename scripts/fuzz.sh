@@ -6,6 +6,7 @@
 # An input that fails is left in build/fuzz. Add it to tests/fuzz/corpus with the fix.
 set -u
 . "$(dirname "$0")/setup.sh"
+help_if_asked "$@"
 seconds=${1:-60}
 case "$seconds" in
   *[!0-9]* | "" | 0*) fail "usage: scripts/fuzz.sh [SECONDS]" ;;

@@ -5,6 +5,7 @@
 #   scripts/in-i486.sh COMMAND [ARGUMENT...]
 set -u
 . "$(dirname "$0")/setup.sh"
+help_if_asked "$@"
 case "${1:--}" in
   -*) fail "usage: scripts/in-i486.sh COMMAND [ARGUMENT...]" ;;
 esac

@@ -6,6 +6,7 @@
 #   scripts/lint.sh
 set -u
 . "$(dirname "$0")/setup.sh"
+help_if_asked "$@"
 [ $# -eq 0 ] || fail "usage: scripts/lint.sh"
 cd "$(dirname "$0")/.." || exit 1
 

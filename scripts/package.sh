@@ -6,6 +6,7 @@
 #   scripts/package.sh --i486    for 32-bit x86, on a 64-bit machine
 set -u
 . "$(dirname "$0")/setup.sh"
+help_if_asked "$@"
 usage="usage: scripts/package.sh [--i486]"
 [ $# -le 1 ] || fail "$usage"
 cd "$(dirname "$0")/.." || exit 1

@@ -9,6 +9,7 @@
 # LARKA_SHOT names another larka-shot than that of the build.
 set -u
 . "$(dirname "$0")/setup.sh"
+help_if_asked "$@"
 pages=${1:-130}
 seed=${2:-1}
 case "$pages$seed" in

@@ -15,6 +15,16 @@ fail() {
   exit 1
 }
 
+# Prints the comment at the head of the script and ends, if the first argument asks for it.
+help_if_asked() {
+  case "${1:-}" in
+    -h | --help)
+      sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$0"
+      exit 0
+      ;;
+  esac
+}
+
 # Whether a package is installed for this machine's own processor, or for all.
 is_installed() {
   dpkg-query -W -f '${db:Status-Status} ${Architecture}\n' "$1" 2>/dev/null |

@@ -6,6 +6,7 @@
 #   scripts/test.sh --i486     the developers' build in 32-bit, on a 64-bit machine
 set -u
 . "$(dirname "$0")/setup.sh"
+help_if_asked "$@"
 usage="usage: scripts/test.sh [--asan|--i486]"
 [ $# -le 1 ] || fail "$usage"
 cd "$(dirname "$0")/.." || exit 1

@@ -207,7 +207,8 @@ std::vector<Option> optionsWithValues(ShotOptions* options, Asked* asked) {
       std::bind(parseNumber, _1, 0, INT_MAX / 2, &options->waitMilliseconds));
   add({"keys"}, "LIST",
       "press keys in the loaded page, separated by commas or blanks: characters (h,i), the names "
-      "tab, return (or ok), escape, space, backspace, delete, insert, up, down, left, right, home, end, "
+      "tab, return (or ok), escape, space, backspace, delete, insert, up, down, left, right, home, "
+      "end, "
       "page-up, page-down, comma and plus, or key codes of two or more digits; with shift+, ctrl+, "
       "alt+ or meta+ before it where wanted",
       "--keys: no such key:", std::bind(parseKeys, _1, &options->keys));

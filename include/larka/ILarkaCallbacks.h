@@ -58,9 +58,9 @@ class LARKA_EXPORT ILarkaCallbacks {
   /// A page load has ended. `ok` is false if the page could not be loaded or was stopped.
   ///
   /// After a failure the browser shows a page titled "Failed loading page". After
-  /// ILarkaBrowser::Stop it shows what has arrived of the new page. If that is nothing, or less than
-  /// about 512 bytes, the previous page stays with its address and title (on a first load an empty
-  /// page without an address): ILarkaBrowser::GetCurrentLocation tells which page it is.
+  /// ILarkaBrowser::Stop it shows what has arrived of the new page. If that is nothing, or less
+  /// than about 512 bytes, the previous page stays with its address and title (on a first load an
+  /// empty page without an address): ILarkaBrowser::GetCurrentLocation tells which page it is.
   ///
   /// A page that the server sends with an error, such as 404 or 500, is a page like any other: `ok`
   /// is true. An error without a page is a failure.

@@ -18,10 +18,10 @@ class ILarkaBrowser;
 
 /// A part of the page image, in pixels from its top left.
 struct Rectangle {
-  int x;
-  int y;
-  int width;
-  int height;
+  int x;       ///< of its left edge
+  int y;       ///< of its top edge
+  int width;   ///< at least 1
+  int height;  ///< at least 1
 };
 
 /// Returns which parts of the image changed, in ILarkaCallbacks::OnDirty: upload these parts and

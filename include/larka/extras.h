@@ -50,10 +50,10 @@ enum LoadErrorKind {
 
 /// How a load ended.
 struct LoadError {
-  LoadErrorKind kind = LOAD_OK;
-  int httpStatus = 0;   ///< 0 unless the server answered with an error
-  std::string address;  ///< that failed, after redirections; empty if the load was aborted
-  std::string text;     ///< for the viewer, in English and UTF-8, such as "connection refused"
+  LoadErrorKind kind = LOAD_OK;  ///< why
+  int httpStatus = 0;            ///< 0 unless the server answered with an error
+  std::string address;           ///< that failed, after redirections; empty if the load was aborted
+  std::string text;  ///< for the viewer, in English and UTF-8, such as "connection refused"
 };
 
 /// Returns how the last load ended: call it in ILarkaCallbacks::OnLoadFinished. A page that the

@@ -41,25 +41,13 @@ class Patience : public LARKA::CallbacksAdapter {
   LARKA::ITimer* m_timer;
 };
 
-// Writes a script in UTF-8 so that ExecuteJavascript runs it as it is.
-std::string escaped(const std::string& script) {
-  std::string result;
-  const auto append = [&result](unsigned unit) {
-    char code[8];
-    const bool plain = unit >= ' ' && unit <= '~' && unit != '\\';
-    snprintf(code, sizeof(code), plain ? "%c" : "\\u%04x", unit & 0xffff);
-    result += code;
-  };
-  for (size_t i = 0; i < script.size();) {
-    const unsigned first = static_cast<unsigned char>(script[i++]);
-    const int more = first < 0xc0 ? 0 : first < 0xe0 ? 1 : first < 0xf0 ? 2 : 3;
-    unsigned character = more > 0 ? first & (0x3fU >> more) : first;
-    for (int j = 0; j < more && i < script.size(); ++j)
-      character = character << 6 | (static_cast<unsigned char>(script[i++]) & 0x3fU);
-    if (character > 0xffff) append(0xd7c0 + (character >> 10));  // half of a surrogate pair
-    append(character > 0xffff ? 0xdc00 + (character & 0x3ff) : character);
-  }
-  return result;
+// Runs a script in UTF-8, and prints its value as JSON or why it has none.
+void run(LARKA::ILarkaBrowser* browser, const std::string& script) {
+  const LARKA::ScriptResult result = LARKA::EvaluateScript(browser, script.c_str());
+  if (result.ok)
+    printf("%s\n", result.json.c_str());
+  else
+    printf("line %d: %s\n%s\n", result.line, result.message.c_str(), result.stack.c_str());
 }
 
 // Keeps the size of the page image, and writes the image into a file.
@@ -133,8 +121,7 @@ int main(int argc, char** argv) {
       manager.PumpEvents();
       nanosleep(&frame, nullptr);
     }
-    const std::string script = argc > 2 ? argv[2] : "// €\n'\\\\ is a backslash, € is not'";
-    printf("%s\n", browser->ExecuteJavascript(escaped(script).c_str()).c_str());
+    run(browser, argc > 2 ? argv[2] : "// €\n'\\\\ is a backslash, € is not'");
     if (argc > 3 && !picture.save(browser, argv[3])) fprintf(stderr, "can't write %s\n", argv[3]);
     browser->RemoveListener(&picture);
     browser->RemoveListener(&progress);

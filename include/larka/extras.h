@@ -106,4 +106,71 @@ LARKA_EXPORT void SetDiagnosticsHandler(DiagnosticsHandler handler, void* userDa
 /// Drops the library's diagnostics from now on. SetDiagnosticsHandler() ends that.
 LARKA_EXPORT void SilenceDiagnostics();
 
+// Script.
+
+/// What a script came to.
+struct ScriptResult {
+  /// Whether it ran to its end.
+  bool ok = false;
+  /// Its value as JSON, in UTF-8; empty unless `ok`.
+  std::string json;
+  /// Why it didn't run to its end, in UTF-8: the exception as text, as in "TypeError: ...".
+  std::string message;
+  /// The line of the script that threw, or that cannot be parsed. The first one is 1; 0 if unknown.
+  int line = 0;
+  /// The calls that led to the exception, innermost first, one a line. Empty if unknown.
+  std::string stack;
+};
+
+/// Evaluates a script in the page, or in a child frame, and returns its value or its exception.
+///
+/// - `script`: in UTF-8, any text, with nothing escaped. As with `eval`, its value is that of its
+///   last statement. Its `var` and `function` become global, its `let`, `const` and `class` don't.
+/// - `frame`: the name of a child frame, in UTF-8. Frames in frames are searched, too; the first in
+///   the order of the document is taken. Null or empty for the page itself.
+///
+/// The value is written as JSON.stringify does: a date by its toJSON, NaN as `null`, an element
+/// usually as `{}`. What has no JSON, such as `undefined` or a function, gives `null`. Half a
+/// surrogate pair gives its escape, such as `\ud800`. A value that can't be written, such as
+/// `window` or a circle, gives the exception that says so.
+///
+/// An exception reaches no listener. What else the script causes does, as with
+/// ILarkaBrowser::ExecuteJavascript: before the function returns.
+///
+/// Not ok, with a message: a null script, no such frame, a browser that was shut down, an
+/// inspector, a script that QtWebKit ends because it runs too long, and a page whose security
+/// policy forbids `eval`. A page that replaced `eval` or `JSON` decides what comes out, but does no
+/// other harm: the JSON is then any text.
+LARKA_EXPORT ScriptResult EvaluateScript(ILarkaBrowser* browser, const char* script,
+                                         const char* frame = nullptr);
+
+/// Sets the script that runs once at the start of every document, before any script of the
+/// document's own: in the page and in every frame, from the next load on. There is one for each
+/// browser; the next call replaces it.
+///
+/// - `script`: in UTF-8. Null or empty for none.
+///
+/// It runs as a script of the page would, before there are any elements, and a security policy
+/// doesn't stop it. `window.larka` is there. It doesn't run in a frame whose sandbox forbids
+/// script, nor again in a document that Back brings back as it was. An exception goes to
+/// ILarkaCallbacks::OnJavaScriptConsoleMessage.
+///
+/// May be called before ILarkaBrowser::Initialize. Returns false for null, for a browser that was
+/// shut down, and for an inspector.
+LARKA_EXPORT bool SetDocumentScript(ILarkaBrowser* browser, const char* script);
+
+// Style.
+
+/// Sets the host's style sheet for every page of the browser, at once and until the next call;
+/// scroll bars that are there change with the next page only. It overrides QtWebKit's own style and
+/// Larka's focus ring; a page's style overrides it, except where it says `!important`. For example,
+/// `::-webkit-scrollbar { display: none }` is a page without scroll bars, `:focus { outline: 4px
+/// solid white }` another focus ring.
+///
+/// - `rules`: CSS in UTF-8, without `@import` and `@namespace`. Null or empty for none.
+///
+/// May be called before ILarkaBrowser::Initialize. Returns false for null, for a browser that was
+/// shut down, and for an inspector.
+LARKA_EXPORT bool SetStyleSheet(ILarkaBrowser* browser, const char* rules);
+
 }  // namespace LARKA

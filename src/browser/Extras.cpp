@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "larka/extras.h"
 
+#include <QString>
+
 #include "browser/LarkaBrowserQt.h"
 #include "host/HostText.h"
 #include "paint/larkawebview.h"
@@ -13,6 +15,12 @@ namespace {
 LarkaBrowser* livingBrowser(ILarkaBrowser* browser) {
   auto* found = dynamic_cast<LarkaBrowser*>(browser);
   return found && found->webView() ? found : nullptr;
+}
+
+ScriptResult failure(const char* message) {
+  ScriptResult result;
+  result.message = message;
+  return result;
 }
 
 }  // namespace
@@ -45,6 +53,25 @@ void SetLoadTimeLimit(ILarkaBrowser* browser, int milliseconds) {
 FrameStatistics TakeFrameStatistics(ILarkaBrowser* browser) {
   LarkaBrowser* found = livingBrowser(browser);
   return found ? found->webView()->takeStatistics() : FrameStatistics();
+}
+
+ScriptResult EvaluateScript(ILarkaBrowser* browser, const char* script, const char* frame) {
+  LarkaBrowser* larka = livingBrowser(browser);
+  if (!larka) return failure("No browser with a page");
+  if (!script) return failure("No script");
+  return larka->evaluateScript(QString::fromUtf8(script), QString::fromUtf8(frame));
+}
+
+bool SetStyleSheet(ILarkaBrowser* browser, const char* rules) {
+  LarkaBrowser* larka = livingBrowser(browser);
+  if (larka) larka->setStyleSheet(rules);
+  return larka;
+}
+
+bool SetDocumentScript(ILarkaBrowser* browser, const char* script) {
+  LarkaBrowser* larka = livingBrowser(browser);
+  if (larka) larka->setDocumentScript(QString::fromUtf8(script));
+  return larka;
 }
 
 }  // namespace LARKA

@@ -24,6 +24,7 @@
 
 #include "FrameRate.h"
 #include "bridge/LarkaJavaScriptObject.h"
+#include "browser/ScriptEvaluation.h"
 #include "cookies/CookieJar.h"
 #include "elements/LarkaHTMLControlQt.h"
 #include "elements/LarkaPluginWidgetQt.h"
@@ -122,7 +123,9 @@ void LarkaBrowser::installPage(QNetworkAccessManager* manager) {
   page->setNetworkAccessManager(manager);
   page->setPalette(QApplication::palette("QWebView"));
   m_webView->keepPageFocused();
-  new FocusRing(new UserStyleSheet(page), page);
+  auto* style = new UserStyleSheet(page);
+  new FocusRing(style, page);
+  style->set(UserStyleSheet::HostRules, m_hostRules);
 }
 
 // Dialogs that QtWebKit would open for a person are refused there.
@@ -161,6 +164,7 @@ void LarkaBrowser::Initialize(int width, int height, const char* cookiePath,
   PageStorage::instance()->addPage(page(), storage);
 
   m_frameTick = sharedFrameTick();
+  awaitDocuments(mainFrame());
 }
 
 void LarkaBrowser::makeScriptObject() {
@@ -212,6 +216,7 @@ void LarkaBrowser::connectPage() {
 void LarkaBrowser::frameCreated(QWebFrame* frame) {
   connect(frame, SIGNAL(javaScriptWindowObjectCleared()), this,
           SLOT(javaScriptWindowObjectCleared()));
+  awaitDocuments(frame);
 }
 
 // m_webView is cleared first: what the page still reports while it is being destroyed must not
@@ -381,6 +386,24 @@ void LarkaBrowser::javaScriptWindowObjectCleared() {
   if (m_systemInfoObject)
     frame->addToJavaScriptWindowObject(QStringLiteral("systeminfoobject"), m_systemInfoObject);
   if (m_scriptObject) m_scriptObject->publish(frame);
+  if (!m_documentScript.isEmpty())
+    frame->evaluateJavaScript(m_documentScript + QLatin1String("\n;void 0"));
+}
+
+void LarkaBrowser::setDocumentScript(const QString& script) {
+  m_documentScript = script;
+  if (!m_frameTick) return;
+  const WebKitCall call(m_pageUse);
+  awaitDocuments(mainFrame());
+}
+
+// The document that is there doesn't get the script. A new frame has an empty one, whose window it
+// passes on.
+void LarkaBrowser::awaitDocuments(QWebFrame* frame) {
+  if (m_documentScript.isEmpty()) return;
+  const QString script = std::exchange(m_documentScript, QString());
+  createWindowObjects(frame);
+  m_documentScript = script;
 }
 
 void LarkaBrowser::executeInLarka(const QString& script) {
@@ -656,6 +679,15 @@ std::string LarkaBrowser::ExecuteJavascript(const char* script) {
   return toHost(mainFrame()->evaluateJavaScript(code).toString());
 }
 
+ScriptResult LarkaBrowser::evaluateScript(const QString& script, const QString& frameName) {
+  const WebKitCall call(m_pageUse);
+  QWebFrame* frame = frameName.isEmpty() ? mainFrame() : findFrame(mainFrame(), frameName);
+  if (frame) return evaluate(frame, script);
+  ScriptResult result;
+  result.message = toHost("No frame has the name " + frameName);
+  return result;
+}
+
 std::string LarkaBrowser::GetMetaTagValue(const char* name) {
   if (!m_webView) return std::string();
   const QWebElement head = mainFrame()->findFirstElement(QStringLiteral("head"));
@@ -840,6 +872,12 @@ void LarkaBrowser::Resize(int width, int height) {
   m_webView->resize(QSizeF(width, height));
   if (m_webView) letPageAnimate(!m_webView->size().isEmpty());
   if (m_webView && m_frameTick) correctScreenSize(mainFrame(), m_webView->size().toSize());
+}
+
+void LarkaBrowser::setStyleSheet(const QByteArray& rules) {
+  const WebKitCall call(m_pageUse);
+  m_hostRules = rules;
+  UserStyleSheet::of(page())->set(UserStyleSheet::HostRules, rules);
 }
 
 // Without a size nobody sees the page, and it needn't cost anything. QtWebKit then slows its timers

@@ -23,6 +23,7 @@
 #include "host/Destruction.h"
 #include "input/PageInput.h"
 #include "larka/ILarkaBrowser.h"
+#include "larka/extras.h"
 #include "page/LoadFailure.h"
 #include "page/PageHost.h"
 #include "plugins/PluginList.h"
@@ -87,6 +88,15 @@ class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
   /// Replaces now what is stale in the page image, which otherwise happens when the page has been
   /// at rest for a while. Returns false while a page is on the stack.
   bool mendImage();
+
+  /// EvaluateScript() for a browser that has a page.
+  ScriptResult evaluateScript(const QString& script, const QString& frameName);
+
+  /// SetDocumentScript() for a browser that has a page.
+  void setDocumentScript(const QString& script);
+
+  /// SetStyleSheet() for a browser that has a page.
+  void setStyleSheet(const QByteArray& rules);
 
   void Initialize(int width, int height, const char* cookiePath, const char* localStoragePath,
                   bool createScriptObject, SystemInfoData* systemInfo) override;
@@ -234,6 +244,7 @@ class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
   void send(QEvent&& event);
 
   void makeScriptObject();
+  void awaitDocuments(QWebFrame* frame);
   void installPage(QNetworkAccessManager* manager);
   void setDialogParent();
   void useLocalStorage(const QString& directory);
@@ -268,6 +279,8 @@ class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
   PageInput m_input;
   QWebElement m_fullScreenElement;
   QSharedPointer<QNetworkDiskCache> m_diskCache;  // null until SetCacheParameters
+  QString m_documentScript;
+  QByteArray m_hostRules;
   QElapsedTimer m_frameClock;
   double m_smoothedFrameTime = 0.0;                              // seconds
   PublishedLarkaObject* m_scriptObject = nullptr;                // null unless asked for

@@ -46,6 +46,13 @@ void correctWindowObject(QWebFrame* frame, const QSize& viewSize) {
   frame->evaluateJavaScript(withoutTouch + screenScript(viewSize));
 }
 
+void createWindowObjects(QWebFrame* frame) {
+  std::vector<QPointer<QWebFrame>> frames;
+  appendFrames(frame, &frames);
+  for (const QPointer<QWebFrame>& each : frames)
+    if (each) each->evaluateJavaScript(QStringLiteral("void 0"));
+}
+
 // The script may call functions that the page has replaced, and those may remove frames.
 void correctScreenSize(QWebFrame* frame, const QSize& viewSize) {
   std::vector<QPointer<QWebFrame>> frames;

@@ -13,4 +13,8 @@ void correctWindowObject(QWebFrame* frame, const QSize& viewSize);
 /// Sets the size of the screen for script in `frame` and in the frames inside it.
 void correctScreenSize(QWebFrame* frame, const QSize& viewSize);
 
+/// Creates the window objects of `frame` and of the frames inside it, where there are none.
+/// QtWebKit does that when script first needs one, and reports new documents only from then on.
+void createWindowObjects(QWebFrame* frame);
+
 }  // namespace LARKA

@@ -15,7 +15,9 @@ class UserStyleSheet : public QObject {
   Q_OBJECT
 
  public:
-  enum Part { FocusRules, StillnessRules };
+  /// In the order of the sheet: a later part overrules an earlier one. What the host writes may be
+  /// broken, so it comes last.
+  enum Part { FocusRules, StillnessRules, HostRules };
 
   explicit UserStyleSheet(QWebPage* page);
 

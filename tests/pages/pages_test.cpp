@@ -206,6 +206,9 @@ class PageTest : public test::BrowserTest {
              browser->GetNextLocation();
     if (word == "meta") return browser->GetMetaTagValue(text.c_str());
     if (word == "js") return browser->ExecuteJavascript(text.c_str());
+    if (word == "run") return run(first == "-" ? "" : toBytes(first), end);
+    if (word == "at-start") return yes(SetDocumentScript(browser, text.c_str()));
+    if (word == "style") return yes(SetStyleSheet(browser, text.c_str()));
     if (word == "do") return result("js", rest + ";1"), result("settle", "");
 
     // Input and scrolling.
@@ -292,6 +295,13 @@ class PageTest : public test::BrowserTest {
     perform(step);
     host.pumpUntil([&] { return recorder.finished || HasFailure(); });
     return yes(recorder.ok);
+  }
+
+  std::string run(const std::string& frame, const std::string& script) {
+    const ScriptResult result = EvaluateScript(browser, script.c_str(), frame.c_str());
+    if (result.ok) return result.json;
+    return result.message + " @" + std::to_string(result.line) + " " +
+           toBytes(fromBytes(result.stack).replace('\n', '/'));
   }
 
   std::string go(const std::string& url) {

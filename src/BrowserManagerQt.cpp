@@ -74,6 +74,15 @@ void pumpOnce(QEventLoop::ProcessEventsFlags flags) {
     pump(flags, pumpsDestroyEverything());
 }
 
+/// Keeps QtWebKit from optimising script on 32-bit x86, unless the host has decided about it: there
+/// a page's key listener wasn't called any more after some 200 keys. To be called before the first
+/// page.
+void avoidFaultyOptimiser() {
+#ifdef __i386__
+  setenv("JSC_useDFGJIT", "false", 0);
+#endif
+}
+
 /// Slows down an event loop that spins. QtWebKit's timers fire up to a millisecond early, and again
 /// at every turn of the loop until they are due: half of what a small animation costs.
 class TurnBrake {
@@ -191,6 +200,7 @@ BrowserManager::~BrowserManager() {
 void BrowserManager::Initialize(int argc, char** argv) {
   g_running = true;
   if (!d) d = new BrowserManagerPrivate;
+  avoidFaultyOptimiser();
   static const int registered = std::atexit([] {
     g_processEnding = true;
     CookieJar::endAll();

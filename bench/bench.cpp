@@ -4,8 +4,6 @@
 // Markdown. Each measurement is a process of its own (probe.cpp); those of both sides alternate.
 
 #include <getopt.h>
-#include <sys/resource.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -15,6 +13,8 @@
 #include <cstring>
 #include <string>
 #include <vector>
+
+#include "clock.h"
 
 namespace {
 
@@ -100,20 +100,6 @@ std::string withQuartiles(const std::vector<double>& values) {
          text(format, quantile(values, 0.75)) + ")";
 }
 
-double nowMilliseconds() {
-  timespec now;
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return now.tv_sec * 1e3 + now.tv_nsec / 1e6;
-}
-
-/// Returns the processor time of the processes that have ended.
-double childrensCpuMilliseconds() {
-  rusage usage;
-  getrusage(RUSAGE_CHILDREN, &usage);
-  const auto ms = [](const timeval& t) { return t.tv_sec * 1e3 + t.tv_usec / 1e3; };
-  return ms(usage.ru_utime) + ms(usage.ru_stime);
-}
-
 class Bench {
  public:
   explicit Bench(const Options& options) : m_options(options) {}
@@ -181,7 +167,7 @@ class Bench {
 
   /// Runs one process and notes what it prints. Only "shot" is measured from here.
   void measure(const Scenario& scenario, int side) {
-    const double started = nowMilliseconds(), cpu = childrensCpuMilliseconds();
+    const double started = nowMilliseconds(), cpu = cpuMilliseconds(RUSAGE_CHILDREN);
     const std::string what = command(scenario, side);
     FILE* output = popen(what.c_str(), "r");
     char line[128];
@@ -198,7 +184,7 @@ class Bench {
     }
     if (scenario.kind != "shot") return;
     add(scenario, "ms", side, nowMilliseconds() - started);
-    add(scenario, "CPU ms", side, childrensCpuMilliseconds() - cpu);
+    add(scenario, "CPU ms", side, cpuMilliseconds(RUSAGE_CHILDREN) - cpu);
   }
 
   void add(const Scenario& scenario, const std::string& measure, int side, double value) {

@@ -10,8 +10,6 @@
 //   STARTED when the process was started, in milliseconds of the monotonic clock
 //   MORE    for "crowd" the URL of the pages that don't move, for "shot" the image file
 
-#include <sys/resource.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <QImage>
@@ -23,6 +21,7 @@
 #include <utility>
 #include <vector>
 
+#include "clock.h"
 #include "side.h"
 
 namespace {
@@ -34,19 +33,6 @@ const int kBetweenInputsMilliseconds = 5;
 const int kInputs = 20;
 const int kCrowd = 16;
 const int kFurtherPages = 4;
-
-double nowMilliseconds() {
-  timespec now;
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return now.tv_sec * 1e3 + now.tv_nsec / 1e6;
-}
-
-double cpuMilliseconds() {
-  rusage usage;
-  getrusage(RUSAGE_SELF, &usage);
-  const auto ms = [](const timeval& t) { return t.tv_sec * 1e3 + t.tv_usec / 1e3; };
-  return ms(usage.ru_utime) + ms(usage.ru_stime);
-}
 
 double residentMebibytes() {
   long total = 0, resident = 0;
@@ -175,7 +161,7 @@ void addStart(Session* session, const std::string& url, double started) {
   session->thenLoad(session->open(), url);
   session->then([=] {
     report("ms", nowMilliseconds() - started);
-    report("CPU ms", cpuMilliseconds());
+    report("CPU ms", cpuMilliseconds(RUSAGE_SELF));
   });
 }
 
@@ -191,11 +177,11 @@ void addAnimation(Session* session, const std::string& url, int settleMillisecon
     int frames;
   };
   auto start = std::make_shared<Start>();
-  session->then([=] { *start = {nowMilliseconds(), cpuMilliseconds(), page->frames}; });
+  session->then([=] { *start = {nowMilliseconds(), cpuMilliseconds(RUSAGE_SELF), page->frames}; });
   session->thenWait(kWindowMilliseconds);
   session->then([=] {
     const double seconds = (nowMilliseconds() - start->wall) / 1000;
-    report("CPU ms/s", (cpuMilliseconds() - start->cpu) / seconds);
+    report("CPU ms/s", (cpuMilliseconds(RUSAGE_SELF) - start->cpu) / seconds);
     report("frames/s", (page->frames - start->frames) / seconds);
   });
 }

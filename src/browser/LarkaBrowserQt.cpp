@@ -314,7 +314,8 @@ void LarkaBrowser::endLoad(bool ok) {
 
 void LarkaBrowser::stopLateLoad() {
   if (!m_webView || !m_loadWatch.isLoading()) return;
-  page()->setFailure({LoadFailure::kTimedOut, m_requested, 0, QStringLiteral("timed out")});
+  page()->setFailure(
+      {LoadFailure::kTimedOut, mainFrame()->requestedUrl(), 0, QStringLiteral("timed out")});
   Stop();
 }
 

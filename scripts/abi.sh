@@ -26,13 +26,13 @@ describe() {
     --type-id-style hash --out-file "$1" "$library" || fail "could not describe $library"
   # Wherever it was compiled.
   sed -i "s|\(<abi-instr .* path='\)[^']*/\([^/']*/[^/']*'\)|\1\2|" "$1" || fail "can't write $1"
-  for interface in ILarkaBrowser ILarkaCallbacks ITimer; do
+  for interface in ILarkaBrowser ILarkaCallbacks IExtraCallbacks ITimer; do
     operations "$1" | grep -q "^$interface " ||
       fail "$library doesn't tell its interface: it is built without debug information"
   done
 }
 
-# The operations of the three interfaces in a description, with their places.
+# The operations of the four interfaces in a description, with their places.
 operations() {
   awk -F"'" '
     /<class-decl name=/ { class = $2 }
@@ -40,7 +40,7 @@ operations() {
       for (i = 1; i < NF; i++) if ($i ~ /vtable-offset=$/) place = $(i + 1)
     }
     /<function-decl name=/ && place != "" {
-      if (class ~ /^(ILarkaBrowser|ILarkaCallbacks|ITimer)$/ && $2 !~ /^~/)
+      if (class ~ /^(ILarkaBrowser|ILarkaCallbacks|IExtraCallbacks|ITimer)$/ && $2 !~ /^~/)
         printf "%s %02d %s\n", class, place, $2
       place = ""
     }' "$1" | sort -u

@@ -10,11 +10,14 @@
 #include <string>
 #include <vector>
 
+#include "larka/Directions.h"
 #include "larka/Export.h"
+#include "larka/Version.h"
 
 namespace LARKA {
 
 class ILarkaBrowser;
+class IExtraCallbacks;
 
 /// A part of the page image, in pixels from its top left.
 struct Rectangle {
@@ -172,5 +175,221 @@ LARKA_EXPORT bool SetDocumentScript(ILarkaBrowser* browser, const char* script);
 /// May be called before ILarkaBrowser::Initialize. Returns false for null, for a browser that was
 /// shut down, and for an inspector.
 LARKA_EXPORT bool SetStyleSheet(ILarkaBrowser* browser, const char* rules);
+
+// Messages.
+
+/// Lets page script and the host exchange messages as JSON, in every frame, from the next load on.
+/// Each window then has the object `larkaHost`:
+/// - `larkaHost.postMessage(value)` calls IExtraCallbacks::OnMessage. Script doesn't wait for it.
+///   A value that JSON.stringify can't write throws.
+/// - `larkaHost.onmessage = function(value) {...}` gets what PostMessageToPage() sends.
+///
+/// May be called before ILarkaBrowser::Initialize. Returns false for null, for a browser that was
+/// shut down, and for an inspector.
+LARKA_EXPORT bool EnableMessages(ILarkaBrowser* browser, bool enable);
+
+/// Sends a message to the page, or to a child frame: calls its `larkaHost.onmessage`.
+///
+/// - `json`: the message as JSON, in UTF-8.
+/// - `frame`: as for EvaluateScript().
+///
+/// Returns false if the text is no JSON, without such a frame, and where nothing listens.
+LARKA_EXPORT bool PostMessageToPage(ILarkaBrowser* browser, const char* json,
+                                    const char* frame = nullptr);
+
+// Lists and colours.
+
+/// An entry of a list.
+struct ListEntry {
+  std::string text;        ///< in UTF-8
+  std::string group;       ///< the label of its group, in UTF-8; empty for none
+  bool enabled = true;     ///< whether it can be chosen
+  bool selected = false;   ///< whether it is chosen now
+  bool separator = false;  ///< a line between entries, which can't be chosen
+};
+
+/// A list that the page opens: of a `select`, or of an `input` with suggestions.
+struct ListRequest {
+  int id = 0;                      ///< for AnswerList()
+  Rectangle control{};             ///< of the element, as far as it is in the image
+  bool multiple = false;           ///< whether several entries can be chosen
+  std::vector<ListEntry> entries;  ///< in the order of the page
+};
+
+/// Answers IExtraCallbacks::OnListOpened, at any time after it.
+///
+/// - `id`: the list's.
+/// - `index`: of the entry that the viewer chose, from 0. -1 if none was; the list is closed then.
+///   In a list with several choices each answer turns an entry on or off; end it with -1.
+///
+/// Returns false if the list is closed already, or if there is no such entry to choose.
+LARKA_EXPORT bool AnswerList(ILarkaBrowser* browser, int id, int index);
+
+/// Answers IExtraCallbacks::OnColorOpened, at any time after it. `color` is of the form "#rrggbb",
+/// null if the viewer chose none. Returns false if the question has ended, or for another text.
+LARKA_EXPORT bool AnswerColor(ILarkaBrowser* browser, int id, const char* color);
+
+// Text.
+
+/// What an element that the viewer can write into is for. Later versions may add kinds.
+enum TextKind {
+  TEXT_NONE = 0,           ///< No such element has the focus.
+  TEXT_PLAIN = 1,          ///< one line
+  TEXT_PASSWORD = 2,       ///< one line that nobody may see
+  TEXT_NUMBER = 3,         ///< a number
+  TEXT_EMAIL = 4,          ///< an e-mail address
+  TEXT_ADDRESS = 5,        ///< an address in the network
+  TEXT_SEARCH = 6,         ///< what to search for
+  TEXT_TELEPHONE = 7,      ///< a telephone number
+  TEXT_SEVERAL_LINES = 8,  ///< a `textarea`
+  TEXT_RICH = 9            ///< an element with `contenteditable`, or a document in `designMode`
+};
+
+/// The element that the viewer writes into. Positions in its text count characters as Unicode does:
+/// an emoji is one.
+struct TextField {
+  TextKind kind = TEXT_NONE;  ///< what it is for
+  Rectangle area{};           ///< of the element in the image, also where that is out of view
+  Rectangle caret{};          ///< of the caret in the image, also where that is out of view
+  std::string text;           ///< all of it, in UTF-8
+  int selectionStart = 0;     ///< where the selection begins, or the caret is
+  int selectionEnd = 0;       ///< where the selection ends; the same without one
+  int maximumLength = -1;     ///< in UTF-16 code units, as the page counts; -1 for none
+  bool readOnly = false;      ///< whether it only shows its text
+};
+
+/// Returns the element that has the focus, in the page or in a frame; of TEXT_NONE if the viewer
+/// can't write into that.
+LARKA_EXPORT TextField GetTextField(ILarkaBrowser* browser);
+
+/// Inserts text at the caret, or in place of the selection, as if it were typed: the page gets the
+/// events of typed keys and can refuse them. A newline is the Return key.
+///
+/// - `text`: in UTF-8, any characters.
+///
+/// Returns false if the viewer can't write into the element that has the focus.
+LARKA_EXPORT bool InsertText(ILarkaBrowser* browser, const char* text);
+
+/// Replaces the whole text, as if all of it were selected and `text` typed. Returns false as
+/// InsertText() does.
+LARKA_EXPORT bool ReplaceText(ILarkaBrowser* browser, const char* text);
+
+/// Deletes `count` characters before the caret, or first the selection, as the Backspace key does.
+/// Returns false as InsertText() does.
+LARKA_EXPORT bool DeleteText(ILarkaBrowser* browser, int count);
+
+// The image.
+
+/// Lets the page's own background decide what is transparent: where `html` and `body` have none,
+/// the image is. Without it a page without a background is white.
+///
+/// May be called before ILarkaBrowser::Initialize. Returns false for null, for a browser that was
+/// shut down, and for an inspector.
+LARKA_EXPORT bool SetTransparent(ILarkaBrowser* browser, bool transparent);
+
+/// Sets the largest size of the image, in pixels, up to 3840 by 2160. Without a call it is 1280 by
+/// 720. Returns false after the first paint, for a size out of range, for null, for a browser that
+/// was shut down, and for an inspector.
+LARKA_EXPORT bool SetMaximumImageSize(ILarkaBrowser* browser, int width, int height);
+
+/// Has the image follow ILarkaBrowser::Resize, up to its largest size.
+/// ILarkaBrowser::GetBrowserImage and ILarkaBrowser::GetBrowserStride return the new image from the
+/// next ILarkaCallbacks::OnDirty on. Without it the image keeps the size of the first paint.
+///
+/// Returns false for null, for a browser that was shut down, and for an inspector.
+LARKA_EXPORT bool SetImageFollowsResize(ILarkaBrowser* browser, bool follows);
+
+/// Returns the size of the image in pixels; 0 by 0 before the first paint.
+LARKA_EXPORT Rectangle GetImageSize(ILarkaBrowser* browser);
+
+/// Sets how many pixels of the image a pixel of the view is: text gets sharper, and the layout of
+/// the page stays. `ratio` is 1.0 to 3.0. All sizes and positions of ILarkaBrowser stay in pixels
+/// of the view; those of this file are in pixels of the image.
+///
+/// Returns false after the first paint, for a ratio out of range, for null, for a browser that was
+/// shut down, and for an inspector.
+LARKA_EXPORT bool SetDevicePixelRatio(ILarkaBrowser* browser, double ratio);
+
+// The remote control.
+
+/// Moves the keyboard focus to the nearest element in one direction, in the page and its frames,
+/// and scrolls it into view. These can have it: links, controls, and elements with `tabindex` or
+/// `contenteditable`, if they are displayed and enabled. Without a focus the first one in view gets
+/// it.
+///
+/// Returns false if there is none in that direction: the focus stays, and the host may scroll.
+LARKA_EXPORT bool MoveFocus(ILarkaBrowser* browser, Directions direction);
+
+// Certificates.
+
+/// Has a load fail, with LOAD_CERTIFICATE, if the certificate of its server is not valid; a part of
+/// a page is left out then. Without it such a load goes on, as in release 1.0.
+///
+/// May be called before ILarkaBrowser::Initialize. Returns false for null, for a browser that was
+/// shut down, and for an inspector.
+LARKA_EXPORT bool SetCertificateChecks(ILarkaBrowser* browser, bool check);
+
+/// Has later loads of this browser accept the certificate that made the last load fail: for the
+/// viewer who wants to go on regardless. Load the address again then. Another certificate of the
+/// same server fails again. Returns false if the last load didn't fail with LOAD_CERTIFICATE.
+LARKA_EXPORT bool AcceptCertificate(ILarkaBrowser* browser);
+
+// Video.
+
+/// Hands `video` and `audio` elements to the host, from the next load on: they are announced and
+/// listed like plug-ins (ILarkaCallbacks::OnPluginCreated, ILarkaBrowser::GetPluginWidgets), and
+/// the image is transparent in the place of a video, for the host's own player. The address is in
+/// LarkaPluginWidget::GetAttribute("src"), absolute; QtWebKit loads and plays nothing.
+///
+/// May be called before ILarkaBrowser::Initialize. Returns false for null, for a browser that was
+/// shut down, and for an inspector.
+LARKA_EXPORT bool SetMediaHandedOver(ILarkaBrowser* browser, bool handedOver);
+
+// More events.
+
+/// A listener to the events that release 1.0 has no room for. Everything that ILarkaCallbacks says
+/// about ownership, order and what a listener may do holds here, too. Each body is empty: override
+/// what you need.
+class LARKA_EXPORT IExtraCallbacks {
+ public:
+  virtual ~IExtraCallbacks();
+
+  /// Page script sent a message; see EnableMessages(). `json` is the value, `address` that of the
+  /// document that sent it. Both are UTF-8 and valid during the call.
+  virtual void OnMessage(ILarkaBrowser* browser, const char* json, const char* address);
+
+  /// The page opens a list. Return true to show it yourself: then answer with AnswerList(), now or
+  /// later; the page doesn't wait. The first listener that returns true has it. If none does, the
+  /// list becomes part of the page image, where keys and pointer reach it. `list` is valid during
+  /// the call.
+  virtual bool OnListOpened(ILarkaBrowser* browser, const ListRequest& list);
+
+  /// The list that you show has closed without an answer: the page was left, or it removed the
+  /// element. Not called after AnswerList() has closed it.
+  virtual void OnListClosed(ILarkaBrowser* browser, int id);
+
+  /// The page asks for a colour. Return true to ask the viewer: then answer with AnswerColor(), now
+  /// or later. If no listener does, the question is refused. `color` is the present one, of the
+  /// form
+  /// "#rrggbb", valid during the call; `control` is the element's place in the image.
+  virtual bool OnColorOpened(ILarkaBrowser* browser, int id, const Rectangle& control,
+                             const char* color);
+
+  /// The question for a colour has ended without an answer, as with OnListClosed().
+  virtual void OnColorClosed(ILarkaBrowser* browser, int id);
+
+  /// An element that the viewer can write into got the focus or lost it (TEXT_NONE), or its text,
+  /// its caret or its place changed. `field` is valid during the call.
+  virtual void OnTextField(ILarkaBrowser* browser, const TextField& field);
+};
+
+/// Adds a listener, as ILarkaBrowser::AddListener does. Leave `version` as it is: it says which
+/// operations the host's class has. Does nothing for null, for a browser that was shut down, and
+/// for an inspector.
+LARKA_EXPORT void AddExtraListener(ILarkaBrowser* browser, IExtraCallbacks* listener,
+                                   int version = LARKA_VERSION);
+
+/// Removes a listener, as ILarkaBrowser::RemoveListener does.
+LARKA_EXPORT void RemoveExtraListener(ILarkaBrowser* browser, IExtraCallbacks* listener);
 
 }  // namespace LARKA

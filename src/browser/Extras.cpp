@@ -74,4 +74,57 @@ bool SetDocumentScript(ILarkaBrowser* browser, const char* script) {
   return larka;
 }
 
+// Listeners.
+
+IExtraCallbacks::~IExtraCallbacks() = default;
+void IExtraCallbacks::OnMessage(ILarkaBrowser*, const char*, const char*) {}
+bool IExtraCallbacks::OnListOpened(ILarkaBrowser*, const ListRequest&) { return false; }
+void IExtraCallbacks::OnListClosed(ILarkaBrowser*, int) {}
+bool IExtraCallbacks::OnColorOpened(ILarkaBrowser*, int, const Rectangle&, const char*) {
+  return false;
+}
+void IExtraCallbacks::OnColorClosed(ILarkaBrowser*, int) {}
+void IExtraCallbacks::OnTextField(ILarkaBrowser*, const TextField&) {}
+
+// All versions so far have the same operations.
+void AddExtraListener(ILarkaBrowser* browser, IExtraCallbacks* listener, int) {
+  LarkaBrowser* larka = livingBrowser(browser);
+  if (larka && listener) larka->extraListeners().add(listener);
+}
+
+void RemoveExtraListener(ILarkaBrowser* browser, IExtraCallbacks* listener) {
+  if (LarkaBrowser* larka = livingBrowser(browser)) larka->extraListeners().remove(listener);
+}
+
+// To come: messages.
+bool EnableMessages(ILarkaBrowser*, bool) { return false; }
+bool PostMessageToPage(ILarkaBrowser*, const char*, const char*) { return false; }
+
+// To come: lists.
+bool AnswerList(ILarkaBrowser*, int, int) { return false; }
+bool AnswerColor(ILarkaBrowser*, int, const char*) { return false; }
+
+// To come: text.
+TextField GetTextField(ILarkaBrowser*) { return TextField(); }
+bool InsertText(ILarkaBrowser*, const char*) { return false; }
+bool ReplaceText(ILarkaBrowser*, const char*) { return false; }
+bool DeleteText(ILarkaBrowser*, int) { return false; }
+
+// To come: image.
+bool SetTransparent(ILarkaBrowser*, bool) { return false; }
+bool SetMaximumImageSize(ILarkaBrowser*, int, int) { return false; }
+bool SetImageFollowsResize(ILarkaBrowser*, bool) { return false; }
+Rectangle GetImageSize(ILarkaBrowser*) { return Rectangle(); }
+bool SetDevicePixelRatio(ILarkaBrowser*, double) { return false; }
+
+// To come: focus.
+bool MoveFocus(ILarkaBrowser*, Directions) { return false; }
+
+// To come: certificates.
+bool SetCertificateChecks(ILarkaBrowser*, bool) { return false; }
+bool AcceptCertificate(ILarkaBrowser*) { return false; }
+
+// To come: media.
+bool SetMediaHandedOver(ILarkaBrowser*, bool) { return false; }
+
 }  // namespace LARKA

@@ -112,7 +112,7 @@ LarkaBrowser::~LarkaBrowser() {
 }
 
 bool LarkaBrowser::event(QEvent* event) {
-  return postponesDestruction(event, this, m_listeners.calls()) || QObject::event(event);
+  return postponesDestruction(event, this, m_listenerCalls) || QObject::event(event);
 }
 
 // As the view's child the page is deleted with it.
@@ -228,7 +228,10 @@ void LarkaBrowser::Shutdown() {
   });
 }
 
-void LarkaBrowser::abandon() { m_listeners.abandon(); }
+void LarkaBrowser::abandon() {
+  m_listeners.abandon();
+  m_extraListeners.abandon();
+}
 
 void LarkaBrowser::SetAttribute(QWebSettings::WebAttribute attribute, bool on) {
   m_webView->settings()->setAttribute(attribute, on);

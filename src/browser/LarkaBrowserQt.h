@@ -66,6 +66,9 @@ class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
   /// The browser's item in the scene; null once the browser has been shut down.
   LarkaWebView* webView() const { return m_webView; }
 
+  /// The listeners of larka/extras.h.
+  Listeners<IExtraCallbacks>& extraListeners() { return m_extraListeners; }
+
   /// Whether its page is on the stack.
   const StackUse& pageUse() const { return m_pageUse; }
 
@@ -264,7 +267,9 @@ class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
   LarkaWebView* m_webView = nullptr;
   std::shared_ptr<QTimer> m_frameTick;  // null until Initialize
   StackUse m_pageUse = StackUse::partOf(webKitUse());
-  Listeners m_listeners{this, m_pageUse};
+  StackUse m_listenerCalls = StackUse::partOf(hostCodeUse());
+  Listeners<ILarkaCallbacks> m_listeners{this, m_pageUse, m_listenerCalls};
+  Listeners<IExtraCallbacks> m_extraListeners{this, m_pageUse, m_listenerCalls};
   Navigation m_navigation{this, m_pageUse};
   bool m_pageLoads = false;    // whether the load under way is that of the page, or a frame's
   bool m_pageArrived = false;  // whether anything of it has

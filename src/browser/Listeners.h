@@ -9,18 +9,19 @@
 
 namespace LARKA {
 
-class ILarkaCallbacks;
-
-/// The host's listeners of one browser, and the ways to call them. Each listener may destroy the
-/// browser, and this object with it.
+/// The host's listeners of one kind of one browser, and the ways to call them. Each listener may
+/// destroy the browser, and this object with it.
+template <typename Listener>
 class Listeners {
  public:
-  /// `page` is the browser's page, for whose script some events are answers.
-  Listeners(QObject* browser, const StackUse& page) : m_browser(browser), m_page(page) {}
+  /// `page` is the browser's page, for whose script some events are answers; `calls` are those of
+  /// listeners that are on the stack.
+  Listeners(QObject* browser, const StackUse& page, const StackUse& calls)
+      : m_browser(browser), m_page(page), m_calls(calls) {}
 
-  void add(ILarkaCallbacks* listener) { m_listeners.append(listener); }
-  void remove(ILarkaCallbacks* listener) { m_listeners.removeAll(listener); }
-  bool contains(ILarkaCallbacks* listener) const { return m_listeners.contains(listener); }
+  void add(Listener* listener) { m_listeners.append(listener); }
+  void remove(Listener* listener) { m_listeners.removeAll(listener); }
+  bool contains(Listener* listener) const { return m_listeners.contains(listener); }
 
   /// Forgets all listeners; calls that are under way end with the present one.
   void abandon() {
@@ -28,17 +29,14 @@ class Listeners {
     m_listeners.clear();
   }
 
-  /// The calls of listeners that are on the stack.
-  const StackUse& calls() const { return m_calls; }
-
   /// Calls `call` with each listener, in the order of registration, until it returns true. The
   /// listeners are those registered at the start.
   template <typename Call>
   void notifyUntil(Call call) {
-    const QList<ILarkaCallbacks*> listeners = m_listeners;
+    const QList<Listener*> listeners = m_listeners;
     const QPointer<QObject> browser(m_browser);
     const OnStack calling(m_calls);
-    for (ILarkaCallbacks* listener : listeners) {
+    for (Listener* listener : listeners) {
       if (!listener) continue;
       if (call(listener) || !browser || m_abandoned) return;
     }
@@ -47,7 +45,7 @@ class Listeners {
   /// Calls `call` with each listener, in the order of registration.
   template <typename Call>
   void notify(Call call) {
-    notifyUntil([&call](ILarkaCallbacks* listener) {
+    notifyUntil([&call](Listener* listener) {
       call(listener);
       return false;
     });
@@ -69,8 +67,8 @@ class Listeners {
  private:
   QObject* m_browser;
   StackUse m_page;
-  StackUse m_calls = StackUse::partOf(hostCodeUse());
-  QList<ILarkaCallbacks*> m_listeners;
+  StackUse m_calls;
+  QList<Listener*> m_listeners;
   bool m_abandoned = false;
 };
 

@@ -280,34 +280,66 @@ LARKA_EXPORT bool DeleteText(ILarkaBrowser* browser, int count);
 
 // The image.
 
-/// Lets the page's own background decide what is transparent: where `html` and `body` have none,
-/// the image is. Without it a page without a background is white.
+/// Lets the page's own background decide what is transparent: where neither `html` nor `body` has
+/// one, nor anything over them, the image is. Its pixels are premultiplied with their alpha; text
+/// is smoothed in shades of grey. That goes for every page, for about:blank and for the page of a
+/// load that failed, too, until the next call. Without it a page without a background is white, or
+/// as a host's palette says (see docs/integration.md).
 ///
-/// May be called before ILarkaBrowser::Initialize. Returns false for null, for a browser that was
-/// shut down, and for an inspector.
-LARKA_EXPORT bool SetTransparent(ILarkaBrowser* browser, bool transparent);
-
-/// Sets the largest size of the image, in pixels, up to 3840 by 2160. Without a call it is 1280 by
-/// 720. Returns false after the first paint, for a size out of range, for null, for a browser that
-/// was shut down, and for an inspector.
-LARKA_EXPORT bool SetMaximumImageSize(ILarkaBrowser* browser, int width, int height);
-
-/// Has the image follow ILarkaBrowser::Resize, up to its largest size.
-/// ILarkaBrowser::GetBrowserImage and ILarkaBrowser::GetBrowserStride return the new image from the
-/// next ILarkaCallbacks::OnDirty on. Without it the image keeps the size of the first paint.
+/// May be called before ILarkaBrowser::Initialize, and at any time: the next pump repaints the
+/// page. ILarkaBrowser::SaveBrowserImage still writes white there.
 ///
 /// Returns false for null, for a browser that was shut down, and for an inspector.
+LARKA_EXPORT bool SetTransparent(ILarkaBrowser* browser, bool transparent);
+
+/// Sets the largest size of the image, in pixels, from 1 by 1 to 3840 by 2160. Without a call it is
+/// 1280 by 720. Of a larger view the image has the top left; with a device pixel ratio that is a
+/// part of the view as large as this size divided by the ratio.
+///
+/// May be called before ILarkaBrowser::Initialize. Returns false, and changes nothing, after the
+/// first paint, for a size out of range, for null, for a browser that was shut down, and for an
+/// inspector.
+LARKA_EXPORT bool SetMaximumImageSize(ILarkaBrowser* browser, int width, int height);
+
+/// Has the image follow ILarkaBrowser::Resize, up to its largest size. Without it the image keeps
+/// the size of the first paint.
+///
+/// After a Resize the image stays as it is until a pump has painted a new one, whole. From then on
+/// ILarkaBrowser::GetBrowserImage, ILarkaBrowser::GetBrowserStride and GetImageSize() return the
+/// new one, and a notice follows with all of it as GetChangedRectangles(). The address of the old
+/// one stays valid until every listener has had that ILarkaCallbacks::OnDirty; then it is freed.
+/// While the view has no size, the last image stays.
+///
+/// May be called before ILarkaBrowser::Initialize, and at any time: an image that no longer fits
+/// the view is then made new. Returns false for null, for a browser that was shut down, and for an
+/// inspector.
 LARKA_EXPORT bool SetImageFollowsResize(ILarkaBrowser* browser, bool follows);
 
-/// Returns the size of the image in pixels; 0 by 0 before the first paint.
-LARKA_EXPORT Rectangle GetImageSize(ILarkaBrowser* browser);
+/// The size of an image in pixels.
+struct ImageSize {
+  int width = 0;   ///< of a row
+  int height = 0;  ///< the number of rows
+};
 
-/// Sets how many pixels of the image a pixel of the view is: text gets sharper, and the layout of
-/// the page stays. `ratio` is 1.0 to 3.0. All sizes and positions of ILarkaBrowser stay in pixels
-/// of the view; those of this file are in pixels of the image.
-///
-/// Returns false after the first paint, for a ratio out of range, for null, for a browser that was
+/// Returns the size of the image that ILarkaBrowser::GetBrowserImage returns: of the page's or, in
+/// full screen, of the plug-in's. 0 by 0 before the first paint, for null, for a browser that was
 /// shut down, and for an inspector.
+LARKA_EXPORT ImageSize GetImageSize(ILarkaBrowser* browser);
+
+/// Sets how many pixels of the image a pixel of the view is, in each direction: text and borders
+/// get sharper, and the layout of the page stays. `ratio` is 1.0 to 3.0, with any fraction; without
+/// a call it is 1.0. The image is as large as the view times the ratio, without the fraction of a
+/// pixel, but no larger than its largest size: set that, too.
+///
+/// ILarkaBrowser and the handles of elements and plug-ins stay in pixels of the view. Positions and
+/// rectangles of this file are in pixels of the image: those of the view times the ratio. A plug-in
+/// in full screen has an image of its size times the ratio. Page script finds the ratio in
+/// `window.devicePixelRatio`, style sheets in `resolution` and `-webkit-device-pixel-ratio`, and
+/// `srcset` and `image-set` choose pictures by it.
+///
+/// May be called before ILarkaBrowser::Initialize. Returns false, and changes nothing, after the
+/// first paint, for a ratio out of range, for null, for a browser that was shut down, and for an
+/// inspector.
 LARKA_EXPORT bool SetDevicePixelRatio(ILarkaBrowser* browser, double ratio);
 
 // The remote control.

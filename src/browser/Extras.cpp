@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "larka/extras.h"
 
+#include <QImage>
 #include <QString>
 
 #include "browser/LarkaBrowserQt.h"
+#include "host/HostEvents.h"
 #include "host/HostText.h"
 #include "paint/larkawebview.h"
 
@@ -110,12 +112,40 @@ bool InsertText(ILarkaBrowser*, const char*) { return false; }
 bool ReplaceText(ILarkaBrowser*, const char*) { return false; }
 bool DeleteText(ILarkaBrowser*, int) { return false; }
 
-// To come: image.
-bool SetTransparent(ILarkaBrowser*, bool) { return false; }
-bool SetMaximumImageSize(ILarkaBrowser*, int, int) { return false; }
-bool SetImageFollowsResize(ILarkaBrowser*, bool) { return false; }
-Rectangle GetImageSize(ILarkaBrowser*) { return Rectangle(); }
-bool SetDevicePixelRatio(ILarkaBrowser*, double) { return false; }
+// The image.
+
+bool SetTransparent(ILarkaBrowser* browser, bool transparent) {
+  LarkaBrowser* larka = livingBrowser(browser);
+  if (!larka) return false;
+  const WebKitCall call(larka->pageUse());
+  larka->webView()->setTransparent(transparent);
+  return true;
+}
+
+bool SetMaximumImageSize(ILarkaBrowser* browser, int width, int height) {
+  LarkaBrowser* larka = livingBrowser(browser);
+  const bool inRange = width >= 1 && width <= 3840 && height >= 1 && height <= 2160;
+  return larka && inRange && larka->webView()->setMaximumImageSize(QSize(width, height));
+}
+
+bool SetImageFollowsResize(ILarkaBrowser* browser, bool follows) {
+  LarkaBrowser* larka = livingBrowser(browser);
+  if (larka) larka->webView()->setImageFollowsResize(follows);
+  return larka;
+}
+
+ImageSize GetImageSize(ILarkaBrowser* browser) {
+  LarkaBrowser* larka = livingBrowser(browser);
+  const QImage* image = larka ? larka->webView()->hostImage() : nullptr;
+  return image ? ImageSize{image->width(), image->height()} : ImageSize();
+}
+
+bool SetDevicePixelRatio(ILarkaBrowser* browser, double ratio) {
+  LarkaBrowser* larka = livingBrowser(browser);
+  if (!larka || !(ratio >= 1 && ratio <= 3)) return false;
+  const WebKitCall call(larka->pageUse());
+  return larka->webView()->setImageScale(ratio);
+}
 
 // To come: focus.
 bool MoveFocus(ILarkaBrowser*, Directions) { return false; }

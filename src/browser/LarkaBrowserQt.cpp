@@ -98,7 +98,6 @@ LarkaBrowser::LarkaBrowser(QNetworkAccessManager* manager, QObject* parent)
   connect(manager, SIGNAL(onRequestError()), this, SLOT(requestError()));
   connect(manager, SIGNAL(onSslErrors()), this, SLOT(sslErrors()));
   m_webView = new LarkaWebView;
-  m_webView->setPalette(QApplication::palette("QWebView"));
   installPage(manager);
   m_frameClock.start();
   m_loadTimer.setSingleShot(true);
@@ -121,7 +120,7 @@ void LarkaBrowser::installPage(QNetworkAccessManager* manager) {
   m_webView->setPage(page);
   page->setParent(m_webView);
   page->setNetworkAccessManager(manager);
-  page->setPalette(QApplication::palette("QWebView"));
+  m_webView->preparePage();
   m_webView->keepPageFocused();
   auto* style = new UserStyleSheet(page);
   new FocusRing(style, page);

@@ -7,6 +7,8 @@
 #include <QRect>
 #include <QRegion>
 
+#include "paint/ImageScale.h"
+
 namespace LARKA {
 
 /// What has been scrolled since the page image was painted. If that was the page alone, and not a
@@ -18,15 +20,17 @@ class ScrollShift {
 
   bool isPending() const { return !m_delta.isNull(); }
 
-  /// Returns whether the image can be moved to the page's scroll position, now `position`.
-  bool leadsTo(const QPoint& position, const QRect& image) const;
+  /// Returns whether an image of the part `shown` of the view can be moved to the page's scroll
+  /// position, now `position`.
+  bool leadsTo(const QPoint& position, const QRect& shown, const ImageScale& scale) const;
 
   /// Returns how far what was announced of changes may have been scrolled since, or before.
   /// QtWebKit announces scrolls at once and changes later, so nobody knows which came first.
   QMargins reach() const;
 
-  /// Moves the pixels and returns what has come into view.
-  QRegion apply(QImage* image) const;
+  /// Moves the pixels and returns what has come into view, in pixels of the image. To be called
+  /// only if leadsTo() is true.
+  QRegion apply(QImage* image, const ImageScale& scale) const;
 
   /// Notes the scroll position of the page image after a paint. `whole` tells whether all of it has
   /// that position.

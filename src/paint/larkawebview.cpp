@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "paint/larkawebview.h"
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <QFocusEvent>
 #include <QGraphicsScene>
 #include <QGraphicsView>
@@ -53,6 +53,12 @@ QRect difference(const QImage& a, const QImage& b) {
     bounds |= QRect(QPoint(static_cast<int>(left), y), QPoint(right, y));
   }
   return bounds;
+}
+
+QRegion allOf(const std::vector<DirtyRect>& parts) {
+  QRegion region;
+  for (const DirtyRect& each : parts) region += each.rect;
+  return region;
 }
 
 void clear(QPainter* painter, const QRect& rect) {
@@ -110,7 +116,7 @@ void LarkaWebView::schedulePaint() {
 }
 
 bool LarkaWebView::event(QEvent* event) {
-  if (event->type() == QEvent::GraphicsSceneResize) schedulePaint();  // it may have had no size
+  if (event->type() == QEvent::GraphicsSceneResize) viewResized();
   if (event->type() != endOfPump()) return QGraphicsWebView::event(event);
   m_paintScheduled = false;
   const QPointer<LarkaWebView> self(this);
@@ -125,6 +131,11 @@ bool LarkaWebView::event(QEvent* event) {
   return true;
 }
 
+void LarkaWebView::viewResized() {
+  const bool wantsImage = hasPageImage() && wantedImageSize() != pageImage()->size();
+  wantsImage ? AddRect(viewRect()) : schedulePaint();  // it may have had no size
+}
+
 QRegion LarkaWebView::takePendingRegion() {
   QMutexLocker lock(&m_mutex);
   QRegion region;
@@ -136,49 +147,56 @@ void LarkaWebView::paint(QPainter*, const QStyleOptionGraphicsItem*, QWidget*) {
 
 // Returns the bounds of what has been announced and is painted now.
 QRect LarkaWebView::paintPending() {
-  if (!scene()) return QRect();                                  // the browser is being destroyed
-  if (!hasPageImage() && imageSize().isEmpty()) return QRect();  // the view has no size yet
+  if (!scene()) return QRect();  // the browser is being destroyed
+  if (!hasPageImage() && wantedImageSize().isEmpty()) return QRect();  // the view has no size yet
   leaveFullScreenWithItsElement();
   QRegion region = takePendingRegion();
   if (region.isEmpty()) return QRect();
   countFrame();
 
-  const bool isFirst = !hasPageImage();
-  if (isFirst) createImages(imageSize());
+  const std::shared_ptr<QImage> image = imageToPaint();
+  const bool isNew = !hasPageImage() || image.get() != pageImage();
   const QPoint position = page()->mainFrame()->scrollPosition();
-  if (isFirst || !moveScrolled(position)) {
-    m_pendingRects.add(pageImage()->rect());
-    region += pageImage()->rect();
+  if (isNew || !moveScrolled(position)) {
+    m_pendingRects.add(m_scale.toView(image->rect()));
+    region += m_scale.toView(image->rect());
   }
-  const QRegion moved = m_scroll.isPending() ? QRegion(pageImage()->rect()) : QRegion();
-  const std::vector<DirtyRect> rects = m_pendingRects.take();
+  const QRegion moved = m_scroll.isPending() ? QRegion(image->rect()) : QRegion();
+  const std::vector<DirtyRect> parts = takePendingParts(*image);
   QElapsedTimer clock;
   clock.start();
-  paintPage(rects);
-  countPaint(rects, clock.nsecsElapsed());
-  noteChanged(moved + painted(rects));
+  paintPage(image.get(), parts);
+  countPaint(parts, clock.nsecsElapsed());
+  if (isNew) replacePageImage(image);
+  noteChanged(moved + allOf(parts));
   // Painting lays the page out, which may scroll it.
   m_scroll.painted(position, page()->mainFrame()->scrollPosition() == position);
   if (!m_animating) m_flipRegion += region;
-  if (!m_fullScreenElement.isNull() && m_renderFullScreenElement) copyElementImage();
+  if (!m_fullScreenElement.isNull() && m_renderFullScreenElement) copyElementImage(*image);
   m_lastPaint.start();
   if (!m_restTimer.isActive()) m_restTimer.start(kRestMilliseconds);
   return region.boundingRect();
 }
 
-QRegion LarkaWebView::painted(const std::vector<DirtyRect>& rects) const {
-  QRegion region;
-  for (const DirtyRect& each : rects) region += each.rect & pageImage()->rect();
-  return region;
+// Returns what is pending, in pixels of the image.
+std::vector<DirtyRect> LarkaWebView::takePendingParts(const QImage& image) {
+  const QRect whole = paintable(image);
+  std::vector<DirtyRect> parts = m_pendingRects.take();
+  for (DirtyRect& each : parts) each.rect = m_scale.toImage(each.rect) & whole;
+  return parts;
 }
 
-void LarkaWebView::countPaint(const std::vector<DirtyRect>& rects, qint64 nanoseconds) {
+void LarkaWebView::countPaint(const std::vector<DirtyRect>& parts, qint64 nanoseconds) {
   ++m_statistics.paints;
   m_statistics.milliseconds += static_cast<double>(nanoseconds) / 1e6;
-  for (const DirtyRect& each : rects) {
-    const QRect rect = each.rect & pageImage()->rect();
-    m_statistics.pixels += qint64(rect.width()) * rect.height();
-  }
+  for (const DirtyRect& each : parts)
+    m_statistics.pixels += qint64(each.rect.width()) * each.rect.height();
+}
+
+// The host's image may have become another one during the notice.
+QRegion LarkaWebView::changedParts() {
+  const QImage* image = hostImage();
+  return image ? m_noticedParts & image->rect() : QRegion();
 }
 
 void LarkaWebView::noteChanged(const QRegion& region) {
@@ -191,6 +209,7 @@ void LarkaWebView::noteChanged(const QRegion& region) {
 void LarkaWebView::notify(const QRect& rect) {
   const QPointer<LarkaWebView> self(this);
   const QRegion outerParts = std::exchange(m_noticedParts, std::exchange(m_unnoticedParts, {}));
+  const auto replacedImages = std::exchange(m_replacedImages, {});  // valid until now
   emit dirty(rect);
   if (self) m_noticedParts = outerParts;
 }
@@ -214,88 +233,145 @@ void LarkaWebView::mend() {
   {
     QPainter painter(&fresh);
     painter.setRenderHints(kRenderHints, true);
-    if (!hasOpaqueBase()) clear(&painter, QRect(QPoint(0, 0), size().toSize()));
-    page()->mainFrame()->render(&painter, fresh.rect());
+    paintPart(&painter, paintable(fresh), 0);
   }
   m_scroll.painted(position, page()->mainFrame()->scrollPosition() == position);
+  if (fresh.size() != pageImage()->size()) return;
   const QRect stale = difference(*pageImage(), fresh);
   if (stale.isEmpty()) return;
   QPainter painter(pageImage());  // in place, because the host may have kept the address
   painter.setCompositionMode(QPainter::CompositionMode_Source);
   painter.drawImage(stale, fresh, stale);
   painter.end();
-  if (!m_animating) m_flipRegion += stale;
+  if (!m_animating) m_flipRegion += m_scale.toView(stale);
   noteChanged(stale);
-  notify(stale);
+  notify(m_scale.toView(stale));
 }
 
 bool LarkaWebView::hasOpaqueBase() const {
   return page()->palette().brush(QPalette::Base).isOpaque();
 }
 
-QSize LarkaWebView::imageSize() const {
-  if (!scene() || scene()->views().isEmpty()) return QSize();
-  const QSize whole(static_cast<int>(size().width()), static_cast<int>(size().height()));
-  return whole.boundedTo(scene()->views().first()->viewport()->size());
+// Pixels that the view covers only in part are left out.
+QSize LarkaWebView::wantedImageSize() const {
+  const QSize shown =
+      m_scale.insideImage(viewRect()).size().expandedTo(QSize(0, 0)).boundedTo(m_maximumImageSize);
+  const bool keeps = hasPageImage() && (!m_imageFollowsResize || shown.isEmpty());
+  return keeps ? pageImage()->size() : shown;
 }
 
-void LarkaWebView::createImages(const QSize& size) {
-  m_pageImages.push_back(std::make_unique<QImage>(size, kImageFormat));
-  m_spareImage = std::make_unique<QImage>(size, kImageFormat);
+std::shared_ptr<QImage> LarkaWebView::imageToPaint() const {
+  const QSize size = wantedImageSize();
+  if (hasPageImage() && pageImage()->size() == size) return m_pageImages[m_imageIndex];
+  return std::make_shared<QImage>(size, kImageFormat);
+}
+
+void LarkaWebView::replacePageImage(const std::shared_ptr<QImage>& image) {
+  m_replacedImages.insert(m_replacedImages.end(), m_pageImages.begin(), m_pageImages.end());
+  m_pageImages = {image};
+  m_spareImage = std::make_unique<QImage>(image->size(), kImageFormat);
+}
+
+// Returns the part of an image that the view covers.
+QRect LarkaWebView::paintable(const QImage& image) const {
+  return image.rect() & m_scale.insideImage(viewRect());
 }
 
 // Moves what was scrolled in the page image, for a page that now lies at `position`. Returns false
 // if the image has to be painted as a whole.
 bool LarkaWebView::moveScrolled(const QPoint& position) {
   if (!m_fullScreenElement.isNull()) return !m_scroll.isPending();
-  if (!m_scroll.leadsTo(position, pageImage()->rect())) return false;
+  if (!m_scroll.leadsTo(position, m_scale.toView(pageImage()->rect()), m_scale)) return false;
   m_pendingRects.extend(m_scroll.reach());
-  for (const QRect& exposed : m_scroll.apply(pageImage())) m_pendingRects.addExposed(exposed);
+  for (const QRect& exposed : m_scroll.apply(pageImage(), m_scale))
+    m_pendingRects.addExposed(m_scale.toView(exposed));
   return true;
 }
 
-void LarkaWebView::paintPage(const std::vector<DirtyRect>& rects) {
-  QPainter painter(pageImage());
+void LarkaWebView::paintPage(QImage* image, const std::vector<DirtyRect>& parts) {
+  QPainter painter(image);
   painter.setRenderHints(kRenderHints, true);
   if (!m_fullScreenElement.isNull()) {
-    QRect bounds;
-    for (const DirtyRect& each : rects) bounds |= each.rect;
-    painter.setClipRect(bounds);
-    return paintElement(&painter);
+    painter.setClipRect(allOf(parts).boundingRect());
+    return paintElement(&painter, image->rect());
   }
-  for (const auto& [rect, margin] : rects) {
-    const QRect painted = rect & pageImage()->rect();
-    painter.setClipRect(painted, Qt::ReplaceClip);
-    if (!hasOpaqueBase()) clear(&painter, painted);
-    // QtWebKit paints only boxes that touch the exposed rectangle. Boxes beside the clip are
-    // included: their glyphs may reach into it.
-    QStyleOptionGraphicsItem option;
-    option.exposedRect = painted.adjusted(-margin, -margin, margin, margin);
-    QGraphicsWebView::paint(&painter, &option);
-  }
+  for (const auto& [rect, margin] : parts)
+    if (!rect.isEmpty()) paintPart(&painter, rect, margin);
+}
+
+// Paints a part of the page image. What is up to `margin` pixels of the view beside it may reach
+// into it.
+void LarkaWebView::paintPart(QPainter* painter, const QRect& part, int margin) {
+  painter->setClipRect(part, Qt::ReplaceClip);
+  if (!hasOpaqueBase()) clear(painter, part);
+  // QtWebKit paints only boxes that touch the exposed rectangle. Boxes beside the clip are
+  // included: their glyphs may reach into it.
+  QStyleOptionGraphicsItem option;
+  option.exposedRect = m_scale.toView(part).adjusted(-margin, -margin, margin, margin);
+  painter->setTransform(m_scale.transform());
+  QGraphicsWebView::paint(painter, &option);
+  painter->resetTransform();
 }
 
 // Clears the whole image first, because the element may not cover what it painted before, and
 // because copyElementImage() takes the image as it is.
-void LarkaWebView::paintElement(QPainter* painter) {
+void LarkaWebView::paintElement(QPainter* painter, const QRect& image) {
   if (m_renderFullScreenElement) painter->setClipping(false);
-  m_flipRegion = pageImage()->rect();
-  clear(painter, pageImage()->rect());
+  m_flipRegion = m_scale.toView(image);
+  clear(painter, image);
+  painter->setTransform(m_scale.transform());
   m_fullScreenElement.render(painter);
 }
 
-void LarkaWebView::copyElementImage() {
-  const QRect source(QPoint(0, 0), m_fullScreenElement.geometry().size());
+void LarkaWebView::copyElementImage(const QImage& image) {
+  const QRect source = m_scale.insideImage({QPoint(0, 0), m_fullScreenElement.geometry().size()});
   m_fullScreenImage->fill(0);
   if (m_fullScreenImage->isNull() || source.isEmpty()) return;
   QPainter painter(m_fullScreenImage.get());
-  painter.drawImage(m_fullScreenImage->rect(), *pageImage(), source);
+  painter.drawImage(m_fullScreenImage->rect(), image, source);
 }
 
 QImage* LarkaWebView::hostImage() {
   leaveFullScreenWithItsElement();
   if (!m_fullScreenElement.isNull()) return m_fullScreenImage.get();
   return hasPageImage() ? pageImage() : nullptr;
+}
+
+bool LarkaWebView::setImageScale(double scale) {
+  if (hasPageImage()) return false;
+  m_scale = ImageScale(scale);
+  page()->setDevicePixelRatio(scale);
+  return true;
+}
+
+bool LarkaWebView::setMaximumImageSize(const QSize& size) {
+  if (hasPageImage()) return false;
+  m_maximumImageSize = size;
+  return true;
+}
+
+void LarkaWebView::setImageFollowsResize(bool follows) {
+  m_imageFollowsResize = follows;
+  viewResized();
+}
+
+void LarkaWebView::setTransparent(bool transparent) {
+  m_transparent = transparent;
+  applyPalette();
+  AddRect(viewRect());
+}
+
+// The view's palette is set, too: when that changes, the page gets it.
+void LarkaWebView::applyPalette() {
+  QPalette palette = QApplication::palette("QWebView");
+  if (m_transparent) palette.setBrush(QPalette::Base, Qt::transparent);
+  setPalette(palette);
+  page()->setPalette(palette);
+}
+
+void LarkaWebView::preparePage() {
+  applyPalette();
+  if (m_scale.ratio() != 1) page()->setDevicePixelRatio(m_scale.ratio());
 }
 
 void LarkaWebView::Update() { schedulePaint(); }
@@ -305,7 +381,8 @@ void LarkaWebView::Navigate(const QUrl& url) { load(url); }
 // The image starts transparent: without `render` nothing is ever painted into it.
 void LarkaWebView::SetFullScreenElement(const QWebElement& element, bool render) {
   if (!element.isNull()) {
-    QSize size = WebElement::currentGeometry(element).size();
+    const QSize shown = WebElement::currentGeometry(element).size();
+    QSize size = m_scale.insideImage({QPoint(0, 0), shown}).size();
     if (qint64(size.width()) * size.height() > kLargestElementPixels) size = QSize();
     m_fullScreenImage = std::make_unique<QImage>(size, kImageFormat);
     m_fullScreenImage->fill(0);
@@ -318,9 +395,10 @@ void LarkaWebView::SetFullScreenElement(const QWebElement& element, bool render)
     m_fullScreenWatch.start();
   if (hasPageImage()) {
     pageImage()->fill(0);
-    m_flipRegion = pageImage()->rect();
-    m_pendingRegion = pageImage()->rect();
-    m_pendingRects.add(pageImage()->rect());
+    const QRect shown = m_scale.toView(pageImage()->rect());
+    m_flipRegion = shown;
+    m_pendingRegion = shown;
+    m_pendingRects.add(shown);
   }
   Update();
 }

@@ -16,6 +16,7 @@
 
 #include "larka/extras.h"
 #include "paint/DirtyRects.h"
+#include "paint/ImageScale.h"
 #include "paint/ScrollShift.h"
 
 namespace LARKA {
@@ -52,8 +53,30 @@ class LarkaWebView : public QGraphicsWebView {
   /// own.
   void SetFullScreenElement(const QWebElement& element, bool render);
 
+  /// Returns how many pixels of the page image a pixel of the view is.
+  double imageScale() const { return m_scale.ratio(); }
+
+  /// Returns the pixels of the page image that a rectangle of the view touches.
+  QRect toImage(const QRect& viewRect) const { return m_scale.toImage(viewRect); }
+
+  /// Sets imageScale(), and with it `window.devicePixelRatio`. Returns false after the first paint.
+  bool setImageScale(double scale);
+
+  /// Limits the page image. Returns false after the first paint.
+  bool setMaximumImageSize(const QSize& size);
+
+  /// Has the next paints make a new image whenever the view's size has changed.
+  void setImageFollowsResize(bool follows);
+
+  /// Lets the page image be transparent where the page paints nothing. Otherwise the base of the
+  /// palette of "QWebView" decides.
+  void setTransparent(bool transparent);
+
+  /// Gives a new page what applies to every page of the view.
+  void preparePage();
+
   /// Returns the parts of the host's image that changed, at most 20, during dirty().
-  const QRegion& changedParts() const { return m_noticedParts; }
+  QRegion changedParts();
 
   /// Returns what painting has cost since the last call.
   FrameStatistics takeStatistics() { return std::exchange(m_statistics, FrameStatistics()); }
@@ -75,7 +98,8 @@ class LarkaWebView : public QGraphicsWebView {
   void keepPageFocused();
 
  signals:
-  /// Emitted after the page image was repainted within `rect`, when QtWebKit is no longer painting.
+  /// Emitted after the page image was repainted within `rect` of the view, when QtWebKit is no
+  /// longer painting.
   void dirty(const QRect& rect);
 
  protected:
@@ -83,27 +107,38 @@ class LarkaWebView : public QGraphicsWebView {
 
  private:
   void leaveFullScreenWithItsElement();
+  void viewResized();
+  void applyPalette();
   void schedulePaint();
   QRect paintPending();
   QRegion takePendingRegion();
-  QSize imageSize() const;
-  void createImages(const QSize& size);
+  QRect viewRect() const { return QRect(QPoint(0, 0), size().toSize()); }
+  QSize wantedImageSize() const;
+  std::shared_ptr<QImage> imageToPaint() const;
+  void replacePageImage(const std::shared_ptr<QImage>& image);
+  QRect paintable(const QImage& image) const;
   void repaintAtRest();
   bool hasOpaqueBase() const;
-  QRegion painted(const std::vector<DirtyRect>& rects) const;
-  void countPaint(const std::vector<DirtyRect>& rects, qint64 nanoseconds);
+  std::vector<DirtyRect> takePendingParts(const QImage& image);
+  void countPaint(const std::vector<DirtyRect>& parts, qint64 nanoseconds);
   void noteChanged(const QRegion& region);
   void notify(const QRect& rect);
   bool moveScrolled(const QPoint& position);
-  void paintPage(const std::vector<DirtyRect>& rects);
-  void paintElement(QPainter* painter);
-  void copyElementImage();
+  void paintPage(QImage* image, const std::vector<DirtyRect>& parts);
+  void paintPart(QPainter* painter, const QRect& part, int margin);
+  void paintElement(QPainter* painter, const QRect& image);
+  void copyElementImage(const QImage& image);
   bool hasPageImage() const { return !m_pageImages.empty(); }
   QImage* pageImage() const { return m_pageImages[m_imageIndex].get(); }
 
   QWebElement m_fullScreenElement;
   bool m_renderFullScreenElement = false;
-  std::vector<std::unique_ptr<QImage>> m_pageImages;  // empty until the first paint, then one
+  ImageScale m_scale;
+  QSize m_maximumImageSize{1280, 720};
+  bool m_imageFollowsResize = false;
+  bool m_transparent = false;
+  std::vector<std::shared_ptr<QImage>> m_pageImages;      // empty until the first paint, then one
+  std::vector<std::shared_ptr<QImage>> m_replacedImages;  // until the host knows
   std::unique_ptr<QImage> m_fullScreenImage;
   bool m_paintScheduled = false;
   QTimer m_restTimer;  // runs from a paint until the page has come to rest

@@ -14,6 +14,7 @@
 #include <QWebFrame>
 #include <QWebPage>
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "FrameRate.h"
@@ -61,9 +62,27 @@ QRegion allOf(const std::vector<DirtyRect>& parts) {
   return region;
 }
 
-void clear(QPainter* painter, const QRect& rect) {
-  painter->setCompositionMode(QPainter::CompositionMode_Clear);
-  painter->fillRect(rect, Qt::transparent);
+/// Keeps parts of an image as they are.
+class Keeper {
+ public:
+  Keeper(const QImage& image, const QRegion& parts) {
+    for (const QRect& rect : parts) m_kept.emplace_back(rect, image.copy(rect));
+  }
+
+  void restore(QPainter* painter) const {
+    if (m_kept.empty()) return;
+    painter->setCompositionMode(QPainter::CompositionMode_Source);
+    for (const auto& [rect, pixels] : m_kept) painter->drawImage(rect, pixels);
+    painter->setCompositionMode(QPainter::CompositionMode_SourceOver);
+  }
+
+ private:
+  std::vector<std::pair<QRect, QImage>> m_kept;
+};
+
+void fill(QPainter* painter, const QRect& rect, const QColor& color) {
+  painter->setCompositionMode(QPainter::CompositionMode_Source);
+  painter->fillRect(rect, color);
   painter->setCompositionMode(QPainter::CompositionMode_SourceOver);
 }
 
@@ -248,8 +267,12 @@ void LarkaWebView::mend() {
   notify(m_scale.toView(stale));
 }
 
-bool LarkaWebView::hasOpaqueBase() const {
-  return page()->palette().brush(QPalette::Base).isOpaque();
+// What QtWebKit paints must not be blended with what was there before: where it paints on an opaque
+// base that can only happen at fractions of pixels.
+void LarkaWebView::fillBase(QPainter* painter, const QRect& part) const {
+  const QColor base = page()->palette().color(QPalette::Base);
+  const bool isOpaque = base.alpha() == 255;
+  if (!isOpaque || m_scale.ratio() != 1) fill(painter, part, isOpaque ? base : Qt::transparent);
 }
 
 // Pixels that the view covers only in part are left out.
@@ -281,7 +304,7 @@ QRect LarkaWebView::paintable(const QImage& image) const {
 // if the image has to be painted as a whole.
 bool LarkaWebView::moveScrolled(const QPoint& position) {
   if (!m_fullScreenElement.isNull()) return !m_scroll.isPending();
-  if (!m_scroll.leadsTo(position, m_scale.toView(pageImage()->rect()), m_scale)) return false;
+  if (!m_scroll.leadsTo(position, m_scale.toView(pageImage()->rect()))) return false;
   m_pendingRects.extend(m_scroll.reach());
   for (const QRect& exposed : m_scroll.apply(pageImage(), m_scale))
     m_pendingRects.addExposed(m_scale.toView(exposed));
@@ -295,21 +318,39 @@ void LarkaWebView::paintPage(QImage* image, const std::vector<DirtyRect>& parts)
     painter.setClipRect(allOf(parts).boundingRect());
     return paintElement(&painter, image->rect());
   }
-  for (const auto& [rect, margin] : parts)
-    if (!rect.isEmpty()) paintPart(&painter, rect, margin);
+  // Scaled text of 64 pixels and more may miss its top in the last rows of what is painted.
+  const int edge = m_scale.ratio() == 1 ? 0 : static_cast<int>(std::ceil(m_scale.ratio()));
+  for (const auto& [rect, margin] : parts) {
+    if (rect.isEmpty()) continue;
+    const QRect larger = rect.adjusted(-edge, -edge, edge, edge) & paintable(*image);
+    const Keeper around(*image, QRegion(larger) - rect);
+    paintPart(&painter, larger, margin);
+    around.restore(&painter);
+  }
 }
 
 // Paints a part of the page image. What is up to `margin` pixels of the view beside it may reach
-// into it.
+// into it: QtWebKit paints only boxes that touch the exposed rectangle, but glyphs reach beyond
+// their boxes.
 void LarkaWebView::paintPart(QPainter* painter, const QRect& part, int margin) {
   painter->setClipRect(part, Qt::ReplaceClip);
-  if (!hasOpaqueBase()) clear(painter, part);
-  // QtWebKit paints only boxes that touch the exposed rectangle. Boxes beside the clip are
-  // included: their glyphs may reach into it.
-  QStyleOptionGraphicsItem option;
-  option.exposedRect = m_scale.toView(part).adjusted(-margin, -margin, margin, margin);
-  painter->setTransform(m_scale.transform());
-  QGraphicsWebView::paint(painter, &option);
+  fillBase(painter, part);
+  renderPage(painter, m_scale.toView(part).adjusted(-margin, -margin, margin, margin));
+}
+
+// Leaves the painter as it was.
+void LarkaWebView::renderPage(QPainter* painter, const QRect& exposed) {
+  QWebFrame* frame = page()->mainFrame();
+  const QTransform resting = m_scale.transform(QPoint());
+  const QTransform scrolled = m_scale.transform(frame->scrollPosition());
+  painter->setTransform(scrolled);
+  if (scrolled == resting) {
+    frame->render(painter, QWebFrame::AllLayers, exposed);
+  } else {
+    frame->render(painter, QWebFrame::ContentsLayer, exposed);
+    painter->setTransform(resting);
+    frame->render(painter, QWebFrame::ScrollBarLayer, exposed);
+  }
   painter->resetTransform();
 }
 
@@ -318,8 +359,8 @@ void LarkaWebView::paintPart(QPainter* painter, const QRect& part, int margin) {
 void LarkaWebView::paintElement(QPainter* painter, const QRect& image) {
   if (m_renderFullScreenElement) painter->setClipping(false);
   m_flipRegion = m_scale.toView(image);
-  clear(painter, image);
-  painter->setTransform(m_scale.transform());
+  fill(painter, image, Qt::transparent);
+  painter->setTransform(m_scale.transform(QPoint()));
   m_fullScreenElement.render(painter);
 }
 

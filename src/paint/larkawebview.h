@@ -118,7 +118,7 @@ class LarkaWebView : public QGraphicsWebView {
   void replacePageImage(const std::shared_ptr<QImage>& image);
   QRect paintable(const QImage& image) const;
   void repaintAtRest();
-  bool hasOpaqueBase() const;
+  void fillBase(QPainter* painter, const QRect& part) const;
   std::vector<DirtyRect> takePendingParts(const QImage& image);
   void countPaint(const std::vector<DirtyRect>& parts, qint64 nanoseconds);
   void noteChanged(const QRegion& region);
@@ -126,6 +126,7 @@ class LarkaWebView : public QGraphicsWebView {
   bool moveScrolled(const QPoint& position);
   void paintPage(QImage* image, const std::vector<DirtyRect>& parts);
   void paintPart(QPainter* painter, const QRect& part, int margin);
+  void renderPage(QPainter* painter, const QRect& exposed);
   void paintElement(QPainter* painter, const QRect& image);
   void copyElementImage(const QImage& image);
   bool hasPageImage() const { return !m_pageImages.empty(); }

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "paint/ImageScale.h"
 
-#include <QtMath>
 #include <algorithm>
+#include <cmath>
 
 namespace LARKA {
 
@@ -10,14 +10,14 @@ namespace {
 
 const double kRounding = 1e-6;  // what a product may lack of a whole number
 
-double inRange(double pixels) {
+int inRange(double pixels) {
   const double kMost = 1 << 30;  // a page's rectangles reach the limits of an int
-  return std::max(-kMost, std::min(pixels, kMost));
+  return static_cast<int>(std::max(-kMost, std::min(pixels, kMost)));
 }
 
-int roundedDown(double pixels) { return qFloor(inRange(pixels) + kRounding); }
+int roundedDown(double pixels) { return inRange(std::floor(pixels + kRounding)); }
 
-int roundedUp(double pixels) { return qCeil(inRange(pixels) - kRounding); }
+int roundedUp(double pixels) { return inRange(std::ceil(pixels - kRounding)); }
 
 /// Returns the smallest rectangle that contains the scaled one.
 QRect scaled(const QRect& rect, double factor) {
@@ -45,13 +45,10 @@ QRect ImageScale::toView(const QRect& image) const {
   return m_ratio == 1 ? image : scaled(image, 1 / m_ratio);
 }
 
-QPoint ImageScale::scrolled(const QPoint& position) const {
-  return QPoint(qFloor(position.x() * m_ratio + 0.5), qFloor(position.y() * m_ratio + 0.5));
-}
-
-QTransform ImageScale::transform(const QPoint& position) const {
-  const QPointF rest = QPointF(position) * m_ratio - scrolled(position);
-  return QTransform(m_ratio, 0, 0, m_ratio, rest.x(), rest.y());
+std::optional<QPoint> ImageScale::wholePixels(const QPoint& view) const {
+  const QRect point = toImage(QRect(view, QSize(0, 0)));
+  if (point.size() != QSize(0, 0)) return std::nullopt;
+  return point.topLeft();
 }
 
 }  // namespace LARKA

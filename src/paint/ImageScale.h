@@ -5,6 +5,7 @@
 #include <QRect>
 #include <QSize>
 #include <QTransform>
+#include <optional>
 
 namespace LARKA {
 
@@ -15,6 +16,9 @@ class ImageScale {
 
   double ratio() const { return m_ratio; }
 
+  /// Returns the transformation from the view to the image.
+  QTransform transform() const { return QTransform::fromScale(m_ratio, m_ratio); }
+
   /// Returns the pixels of the image that a rectangle of the view touches.
   QRect toImage(const QRect& view) const;
 
@@ -24,13 +28,8 @@ class ImageScale {
   /// Returns the pixels of the view that a rectangle of the image touches.
   QRect toView(const QRect& image) const;
 
-  /// Returns how many pixels of the image a page is scrolled that is scrolled to `position`.
-  QPoint scrolled(const QPoint& position) const;
-
-  /// Returns the transformation from the view to the image, for a page that is scrolled to
-  /// `position`. QtWebKit aligns what it paints with whole pixels of the image, counted from the
-  /// top left of the page. So these have to be whole pixels of the image, too.
-  QTransform transform(const QPoint& position) const;
+  /// Returns a distance in pixels of the image, if it is one in whole pixels.
+  std::optional<QPoint> wholePixels(const QPoint& view) const;
 
  private:
   double m_ratio;

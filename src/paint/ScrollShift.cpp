@@ -12,8 +12,9 @@ void ScrollShift::add(const QPoint& delta, const QRect& rect) {
   m_way |= QRect(m_delta, QSize(1, 1));
 }
 
-bool ScrollShift::leadsTo(const QPoint& position, const QRect& shown) const {
-  if (!m_plain || m_position - m_delta != position) return false;
+bool ScrollShift::leadsTo(const QPoint& position, const QRect& shown,
+                          const ImageScale& scale) const {
+  if (!m_plain || m_position - m_delta != position || !scale.wholePixels(m_delta)) return false;
   const QRect kept = (m_rect & shown) & (m_rect & shown).translated(m_delta);
   const bool keepsMost = 2 * kept.width() * kept.height() > shown.width() * shown.height();
   return m_delta.isNull() || keepsMost;
@@ -27,7 +28,7 @@ QMargins ScrollShift::reach() const {
 // Pixels at the edge of the scrolled part, which lie in it only in part, aren't moved.
 QRegion ScrollShift::apply(QImage* image, const ImageScale& scale) const {
   if (m_delta.isNull()) return QRegion();
-  const QPoint delta = scale.scrolled(m_position) - scale.scrolled(m_position - m_delta);
+  const QPoint delta = scale.wholePixels(m_delta).value_or(QPoint());
   const QRect area = scale.insideImage(m_rect) & image->rect();
   const QRect target = area & area.translated(delta);
   const size_t bytes = size_t(target.width()) * sizeof(QRgb);

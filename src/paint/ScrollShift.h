@@ -22,7 +22,7 @@ class ScrollShift {
 
   /// Returns whether an image of the part `shown` of the view can be moved to the page's scroll
   /// position, now `position`.
-  bool leadsTo(const QPoint& position, const QRect& shown) const;
+  bool leadsTo(const QPoint& position, const QRect& shown, const ImageScale& scale) const;
 
   /// Returns how far what was announced of changes may have been scrolled since, or before.
   /// QtWebKit announces scrolls at once and changes later, so nobody knows which came first.

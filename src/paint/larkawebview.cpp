@@ -80,11 +80,15 @@ class Keeper {
   std::vector<std::pair<QRect, QImage>> m_kept;
 };
 
-void fill(QPainter* painter, const QRect& rect, const QColor& color) {
-  painter->setCompositionMode(QPainter::CompositionMode_Source);
-  painter->fillRect(rect, color);
+void clear(QPainter* painter, const QRect& rect) {
+  painter->setCompositionMode(QPainter::CompositionMode_Clear);
+  painter->fillRect(rect, Qt::transparent);
   painter->setCompositionMode(QPainter::CompositionMode_SourceOver);
 }
+
+/// Returns what QtWebKit gets for a ratio. With a fraction it would paint no borders of one pixel:
+/// it makes them narrower and then leaves the fraction out.
+double pageRatio(double ratio) { return std::ceil(ratio); }
 
 }  // namespace
 
@@ -96,6 +100,7 @@ LarkaWebView::LarkaWebView() {
   m_fullScreenWatch.setInterval(kFullScreenWatchMilliseconds);
   connect(&m_restTimer, &QTimer::timeout, this, &LarkaWebView::repaintAtRest);
   m_restTimer.setSingleShot(true);
+  connect(this, &QGraphicsWebView::urlChanged, this, &LarkaWebView::renewPalette);
   connect(this, SIGNAL(loadProgress(int)), this, SLOT(LoadProgress(int)));
   connect(this, SIGNAL(loadFinished(bool)), this, SLOT(Update()));
 }
@@ -267,12 +272,8 @@ void LarkaWebView::mend() {
   notify(m_scale.toView(stale));
 }
 
-// What QtWebKit paints must not be blended with what was there before: where it paints on an opaque
-// base that can only happen at fractions of pixels.
-void LarkaWebView::fillBase(QPainter* painter, const QRect& part) const {
-  const QColor base = page()->palette().color(QPalette::Base);
-  const bool isOpaque = base.alpha() == 255;
-  if (!isOpaque || m_scale.ratio() != 1) fill(painter, part, isOpaque ? base : Qt::transparent);
+bool LarkaWebView::hasOpaqueBase() const {
+  return page()->palette().brush(QPalette::Base).isOpaque();
 }
 
 // Pixels that the view covers only in part are left out.
@@ -304,7 +305,7 @@ QRect LarkaWebView::paintable(const QImage& image) const {
 // if the image has to be painted as a whole.
 bool LarkaWebView::moveScrolled(const QPoint& position) {
   if (!m_fullScreenElement.isNull()) return !m_scroll.isPending();
-  if (!m_scroll.leadsTo(position, m_scale.toView(pageImage()->rect()))) return false;
+  if (!m_scroll.leadsTo(position, m_scale.toView(pageImage()->rect()), m_scale)) return false;
   m_pendingRects.extend(m_scroll.reach());
   for (const QRect& exposed : m_scroll.apply(pageImage(), m_scale))
     m_pendingRects.addExposed(m_scale.toView(exposed));
@@ -334,23 +335,10 @@ void LarkaWebView::paintPage(QImage* image, const std::vector<DirtyRect>& parts)
 // their boxes.
 void LarkaWebView::paintPart(QPainter* painter, const QRect& part, int margin) {
   painter->setClipRect(part, Qt::ReplaceClip);
-  fillBase(painter, part);
-  renderPage(painter, m_scale.toView(part).adjusted(-margin, -margin, margin, margin));
-}
-
-// Leaves the painter as it was.
-void LarkaWebView::renderPage(QPainter* painter, const QRect& exposed) {
-  QWebFrame* frame = page()->mainFrame();
-  const QTransform resting = m_scale.transform(QPoint());
-  const QTransform scrolled = m_scale.transform(frame->scrollPosition());
-  painter->setTransform(scrolled);
-  if (scrolled == resting) {
-    frame->render(painter, QWebFrame::AllLayers, exposed);
-  } else {
-    frame->render(painter, QWebFrame::ContentsLayer, exposed);
-    painter->setTransform(resting);
-    frame->render(painter, QWebFrame::ScrollBarLayer, exposed);
-  }
+  if (!hasOpaqueBase()) clear(painter, part);
+  painter->setTransform(m_scale.transform());
+  const QRect exposed = m_scale.toView(part).adjusted(-margin, -margin, margin, margin);
+  page()->mainFrame()->render(painter, QWebFrame::AllLayers, exposed);
   painter->resetTransform();
 }
 
@@ -359,8 +347,8 @@ void LarkaWebView::renderPage(QPainter* painter, const QRect& exposed) {
 void LarkaWebView::paintElement(QPainter* painter, const QRect& image) {
   if (m_renderFullScreenElement) painter->setClipping(false);
   m_flipRegion = m_scale.toView(image);
-  fill(painter, image, Qt::transparent);
-  painter->setTransform(m_scale.transform(QPoint()));
+  clear(painter, image);
+  painter->setTransform(m_scale.transform());
   m_fullScreenElement.render(painter);
 }
 
@@ -381,7 +369,7 @@ QImage* LarkaWebView::hostImage() {
 bool LarkaWebView::setImageScale(double scale) {
   if (hasPageImage()) return false;
   m_scale = ImageScale(scale);
-  page()->setDevicePixelRatio(scale);
+  page()->setDevicePixelRatio(pageRatio(scale));
   return true;
 }
 
@@ -398,21 +386,24 @@ void LarkaWebView::setImageFollowsResize(bool follows) {
 
 void LarkaWebView::setTransparent(bool transparent) {
   m_transparent = transparent;
-  applyPalette();
+  choosePalette();
   AddRect(viewRect());
 }
 
 // The view's palette is set, too: when that changes, the page gets it.
-void LarkaWebView::applyPalette() {
+void LarkaWebView::choosePalette() {
   QPalette palette = QApplication::palette("QWebView");
   if (m_transparent) palette.setBrush(QPalette::Base, Qt::transparent);
   setPalette(palette);
   page()->setPalette(palette);
 }
 
+// A document that the history brings back as it was has the base of that time.
+void LarkaWebView::renewPalette() { page()->setPalette(page()->palette()); }
+
 void LarkaWebView::preparePage() {
-  applyPalette();
-  if (m_scale.ratio() != 1) page()->setDevicePixelRatio(m_scale.ratio());
+  choosePalette();
+  if (m_scale.ratio() != 1) page()->setDevicePixelRatio(pageRatio(m_scale.ratio()));
 }
 
 void LarkaWebView::Update() { schedulePaint(); }

@@ -108,7 +108,8 @@ class LarkaWebView : public QGraphicsWebView {
  private:
   void leaveFullScreenWithItsElement();
   void viewResized();
-  void applyPalette();
+  void choosePalette();
+  void renewPalette();
   void schedulePaint();
   QRect paintPending();
   QRegion takePendingRegion();
@@ -118,7 +119,7 @@ class LarkaWebView : public QGraphicsWebView {
   void replacePageImage(const std::shared_ptr<QImage>& image);
   QRect paintable(const QImage& image) const;
   void repaintAtRest();
-  void fillBase(QPainter* painter, const QRect& part) const;
+  bool hasOpaqueBase() const;
   std::vector<DirtyRect> takePendingParts(const QImage& image);
   void countPaint(const std::vector<DirtyRect>& parts, qint64 nanoseconds);
   void noteChanged(const QRegion& region);
@@ -126,7 +127,6 @@ class LarkaWebView : public QGraphicsWebView {
   bool moveScrolled(const QPoint& position);
   void paintPage(QImage* image, const std::vector<DirtyRect>& parts);
   void paintPart(QPainter* painter, const QRect& part, int margin);
-  void renderPage(QPainter* painter, const QRect& exposed);
   void paintElement(QPainter* painter, const QRect& image);
   void copyElementImage(const QImage& image);
   bool hasPageImage() const { return !m_pageImages.empty(); }

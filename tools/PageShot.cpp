@@ -139,9 +139,6 @@ const char kAsk[] = R"((function (limit) {
   return Math.ceil(latest) + ' ' + still + ' ' + count + ' ' + sum;
 }))";
 
-const int kLargestImageWidth = 1280;
-const int kLargestImageHeight = 720;
-
 /// `code` in the form that reaches the page unchanged through ILarkaBrowser::ExecuteJavascript,
 /// which reads Latin-1 and takes away one level of backslashes.
 std::string escaped(const std::string& code) {
@@ -203,6 +200,9 @@ PageShot::PageShot(LARKA::BrowserManager* manager, const ShotOptions& options, c
   }
   m_browser = manager->CreateBrowser();
   m_browser->AddListener(this);
+  LARKA::SetMaximumImageSize(m_browser, 3840, 2160);
+  LARKA::SetDevicePixelRatio(m_browser, options.scale);
+  LARKA::SetTransparent(m_browser, options.transparent);
   m_browser->Initialize(options.size.width, options.size.height, options.cookieJar.c_str(), nullptr,
                         false, nullptr);
   setUpNetwork();
@@ -441,12 +441,13 @@ void PageShot::pressNextKey() {
   m_browser->KeyUp(key.code, key.modifiers);
 }
 
-/// The page image as it is, without a copy. A page has a white base, so nothing in it is
-/// transparent.
+/// The page image as it is, without a copy. Without --transparent a page has a white base, so
+/// nothing in it is transparent.
 QImage PageShot::image() const {
-  return QImage(m_browser->GetBrowserImage(), std::min(m_browser->GetWidth(), kLargestImageWidth),
-                std::min(m_browser->GetHeight(), kLargestImageHeight),
-                m_browser->GetBrowserStride(), QImage::Format_RGB32);
+  const LARKA::ImageSize size = LARKA::GetImageSize(m_browser);
+  return QImage(m_browser->GetBrowserImage(), size.width, size.height,
+                m_browser->GetBrowserStride(),
+                m_options.transparent ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
 }
 
 // What is stale in an image that was painted in parts the library replaces on its own, but later.

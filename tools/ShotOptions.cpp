@@ -16,7 +16,7 @@
 
 namespace {
 
-const Size kLargestView{1280, 720};
+const Size kLargestView{3840, 2160};
 const Size kLargestThumbnail{8192, 8192};
 
 bool parseText(const std::string& text, std::optional<std::string>* copy) {
@@ -34,6 +34,12 @@ bool parsePercent(const std::string& text, double* percent) {
   bool isNumber = false;
   *percent = QByteArray(text.c_str()).toDouble(&isNumber);
   return isNumber && *percent >= 10 && *percent <= 1000;
+}
+
+bool parseScale(const std::string& text, double* scale) {
+  bool isNumber = false;
+  *scale = QByteArray(text.c_str()).toDouble(&isNumber);
+  return isNumber && *scale >= 1 && *scale <= 3;
 }
 
 bool parseSize(const std::string& text, const Size& most, Size* size) {
@@ -148,9 +154,11 @@ Shot shotOf(const std::string& asked) {
   return {asked, url.toEncoded().toStdString(), "", ""};
 }
 
+bool isPng(const QString& name) { return QFileInfo(name).suffix().toLower() == "png"; }
+
 bool isImageName(const QString& name) {
   const QString suffix = QFileInfo(name).suffix().toLower();
-  return suffix == "png" || suffix == "jpg" || suffix == "jpeg";
+  return isPng(name) || suffix == "jpg" || suffix == "jpeg";
 }
 
 /// The file of page `index` of `count`.
@@ -191,9 +199,13 @@ std::vector<Option> optionsWithValues(ShotOptions* options, Asked* asked) {
       "before the extension; a folder (one that exists, or a name that ends in /) is filled with "
       "001.png, 002.png, ... (default: larka-shot.png)",
       "--output takes a file name, not", std::bind(parseOutput, _1, &asked->output));
-  add({"size"}, "WxH", "the size of the view in pixels, at most 1280x720 (default: 1280x720)",
-      "--size takes WxH, from 1x1 to 1280x720, not",
+  add({"size"}, "WxH", "the size of the view in pixels, at most 3840x2160 (default: 1280x720)",
+      "--size takes WxH, from 1x1 to 3840x2160, not",
       std::bind(parseSize, _1, kLargestView, &options->size));
+  add({"scale"}, "RATIO",
+      "how many pixels of the image a pixel of the view is, from 1.0 to 3.0: the layout stays, and "
+      "text is sharper; the image may have 3840x2160 pixels (default: 1)",
+      "--scale takes a number from 1.0 to 3.0, not", std::bind(parseScale, _1, &options->scale));
   add({"thumbnail"}, "WxH", "scale the image to fit into this size, keeping its proportions",
       "--thumbnail takes WxH, from 1x1 to 8192x8192, not",
       std::bind(parseSize, _1, kLargestThumbnail, &options->thumbnail));
@@ -256,6 +268,9 @@ std::vector<Option> optionsWithValues(ShotOptions* options, Asked* asked) {
 }
 
 std::string makeShots(const Asked& asked, ShotOptions* options) {
+  if (options->size.width * options->scale > kLargestView.width ||
+      options->size.height * options->scale > kLargestView.height)
+    return "--size times --scale is more than 3840x2160";
   if (!options->cookieJar.empty()) options->jobs = 1;  // each browser has the file to itself
   if (asked.addresses.empty()) return "no address given; see --help";
   for (const std::string& address : asked.addresses)
@@ -266,6 +281,7 @@ std::string makeShots(const Asked& asked, ShotOptions* options) {
   for (int i = 0; i < count; ++i) {
     const QString output = outputFor(asked.output, i, count);
     if (!isImageName(output)) return "the output's name must end in .png, .jpg or .jpeg";
+    if (options->transparent && !isPng(output)) return "--transparent needs an output in .png";
     const std::string& address = asked.addresses[static_cast<size_t>(i)];
     Shot shot = shotOf(address);
     shot.output = output.toLocal8Bit().toStdString();
@@ -307,10 +323,12 @@ std::string parseOptions(int argc, char** argv, ShotOptions* options) {
   Asked asked;
   const std::vector<Option> withValues = optionsWithValues(options, &asked);
   for (const Option& option : withValues) parser.addOption(option.option);
-  parser.addOptions({{"quiet", "say nothing but errors"},
-                     {"verbose", "show QtWebKit's own diagnostics"},
-                     {{"h", "help"}, "show this text"},
-                     {"version", "show the version"}});
+  parser.addOptions(
+      {{"transparent", "leave the image transparent where the page has no background; for PNG"},
+       {"quiet", "say nothing but errors"},
+       {"verbose", "show QtWebKit's own diagnostics"},
+       {{"h", "help"}, "show this text"},
+       {"version", "show the version"}});
 
   QStringList arguments;
   for (int i = 0; i < argc; ++i) arguments << QString::fromLatin1(argv[i]);  // keeps all bytes
@@ -319,6 +337,7 @@ std::string parseOptions(int argc, char** argv, ShotOptions* options) {
   if (parser.isSet("version")) options->answer = "larka-shot " LARKA_VERSION_STRING "\n";
   if (!options->answer.empty()) return "";
 
+  options->transparent = parser.isSet("transparent");
   options->quiet = parser.isSet("quiet");
   options->verbose = parser.isSet("verbose");
   for (const QString& address : parser.positionalArguments())

@@ -48,6 +48,8 @@ struct ShotOptions {
   std::string cache;      // empty for none
   ShotProxy proxy;
   double zoomPercent = 100;
+  double scale = 1;  // pixels of the image for one of the view
+  bool transparent = false;
   std::vector<ShotKey> keys;
   bool quiet = false;
   bool verbose = false;

@@ -11,7 +11,6 @@
 
 namespace {
 
-const int kPixelBytes = 3;
 const int kLevel = 2;  // of zlib; higher ones take far longer for little
 
 enum Filter : uint8_t { kNone, kSub, kUp };
@@ -31,17 +30,18 @@ void subtract(const uint8_t* row, const uint8_t* other, int size, uint8_t* resul
 
 /// Returns all rows, each filtered and after the number of its filter.
 QByteArray filteredRows(const QImage& image) {
-  const int size = image.width() * kPixelBytes;
+  const int pixelBytes = image.depth() / 8;
+  const int size = image.width() * pixelBytes;
   QByteArray result(image.height() * (1 + size), Qt::Uninitialized);
   auto* out = reinterpret_cast<uint8_t*>(result.data());
   // Each row begins with the pixel that the format assumes on its left.
-  Bytes row(static_cast<size_t>(kPixelBytes + size)), above(row), sub(row), up(row);
+  Bytes row(static_cast<size_t>(pixelBytes + size)), above(row), sub(row), up(row);
   const uint8_t* const pixels[] = {nullptr, sub.data(), up.data()};
   for (int y = 0; y < image.height(); ++y, out += 1 + size) {
-    uint8_t* const plain = row.data() + kPixelBytes;
+    uint8_t* const plain = row.data() + pixelBytes;
     memcpy(plain, image.constScanLine(y), static_cast<size_t>(size));
     subtract(plain, row.data(), size, sub.data());
-    subtract(plain, above.data() + kPixelBytes, size, up.data());
+    subtract(plain, above.data() + pixelBytes, size, up.data());
     const std::pair<int, Filter> best = std::min({std::pair(roughness(up.data(), size), kUp),
                                                   std::pair(roughness(sub.data(), size), kSub),
                                                   std::pair(roughness(plain, size), kNone)});
@@ -80,12 +80,14 @@ QByteArray chunk(const char* type, const QByteArray& data) {
 }  // namespace
 
 QByteArray toPng(const QImage& image) {
-  const QImage rgb = image.convertToFormat(QImage::Format_RGB888);
+  const bool hasAlpha = image.hasAlphaChannel();
+  const QImage rgb =
+      image.convertToFormat(hasAlpha ? QImage::Format_RGBA8888 : QImage::Format_RGB888);
   const QByteArray size =
       number(static_cast<uint32_t>(rgb.width())) + number(static_cast<uint32_t>(rgb.height()));
-  const QByteArray eightBitRgb("\x08\x02\x00\x00\x00", 5);
+  const QByteArray eightBits(hasAlpha ? "\x08\x06\x00\x00\x00" : "\x08\x02\x00\x00\x00", 5);
   // qCompress puts the size before what zlib makes.
   const QByteArray compressed = qCompress(filteredRows(rgb), kLevel).mid(sizeof(uint32_t));
-  return "\x89PNG\r\n\x1a\n" + chunk("IHDR", size + eightBitRgb) + chunk("IDAT", compressed) +
+  return "\x89PNG\r\n\x1a\n" + chunk("IHDR", size + eightBits) + chunk("IDAT", compressed) +
          chunk("IEND", QByteArray());
 }

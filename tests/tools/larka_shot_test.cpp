@@ -75,6 +75,10 @@ TEST_F(LarkaShotTest, WritesWhatItIsAskedFor) {
   const std::tuple<const char*, const char*, const char*, QSize> rows[] = {
       {"g.html --thumbnail 100x100 --wait 50 --cookie-jar jar", "", "larka-shot.png", {100, 56}},
       {"g.html -o a.JPG --size 320x200", "", "a.JPG", {320, 200}},
+      {"g.html --transparent --scale 1.5 --size 1921x1080 --script devicePixelRatio",
+       "2\n",
+       "larka-shot.png",
+       {2881, 1620}},
       {"f.html 'g.html?a#b' -o s/ --script 'q=location;q.search+q.hash'",
        "f.html: \ng.html?a#b: ?a#b\n",
        "s/002.png",
@@ -89,6 +93,7 @@ TEST_F(LarkaShotTest, WritesWhatItIsAskedFor) {
     EXPECT_EQ(status, 0) << arguments << ": " << errors;
     EXPECT_EQ(output, says);
     EXPECT_EQ(image(file).size(), size) << arguments;
+    EXPECT_EQ(qAlpha(image(file).pixel(9, 9)), strstr(arguments, "transp") ? 0 : 255) << arguments;
   }
 }
 
@@ -98,7 +103,10 @@ TEST_F(LarkaShotTest, SaysInOneLineWhatIsWrong) {
   std::vector<std::tuple<int, std::string, const char*>> rows = {
       {2, "", "no address"},
       {2, "p.html -o picture.gif", ".png"},
-      {2, "p.html --size 1281x720", "--size"},
+      {2, "p.html --size 3841x720", "--size"},
+      {2, "p.html --scale 3.1", "--scale takes a number"},
+      {2, "p.html --scale 2 --size 1921x1080", "--size times --scale"},
+      {2, "p.html --transparent -o p.jpg", ".png"},
       {2, "p.html --proxy http://x", "--proxy"},
       {2, "p.html --keys huh", "--keys"},
       {1, "--help >/dev/full", "can't write to the standard output"},

@@ -12,7 +12,7 @@ namespace LARKA {
 class LarkaPluginWidgetPrivate;
 
 /// A handle to one plug-in of a page: an element whose content the host draws or plays itself. The
-/// page image shows the page's background in its place.
+/// page image shows the page's background in its place, or is transparent in that of a `video`.
 ///
 /// The library creates handles and passes them to the host by pointer during a call
 /// (ILarkaCallbacks::OnPluginCreated) or by value (ILarkaBrowser::GetPluginWidgets). Copies are
@@ -28,7 +28,8 @@ class LarkaPluginWidgetPrivate;
 ///   television (the broadcast, conditional access and smart cards, the receiver);
 /// - every `object` of another type that QtWebKit can't show, if it has no fallback content; with
 ///   fallback content, QtWebKit shows that;
-/// - every `embed`, except those that QtWebKit shows itself: images, HTML, SVG and other XML.
+/// - every `embed`, except those that QtWebKit shows itself: images, HTML, SVG and other XML;
+/// - with SetMediaHandedOver(), every `video` and `audio`.
 ///
 /// An element without a type goes by the file name extension of its address and, without one of
 /// those either, counts as HTML, whatever the scheme; the parameters of an `object` don't matter.
@@ -53,7 +54,8 @@ class LARKA_EXPORT LarkaPluginWidget {
   virtual ~LarkaPluginWidget();
 
   /// Returns QtWebKit's object for the plug-in, to distinguish plug-ins of one page. Don't
-  /// dereference it: the object may be gone. It changes when QtWebKit lays the element out again.
+  /// dereference it: the object may be gone. It changes when QtWebKit lays the element out again,
+  /// except that of a `video` or `audio`, for which QtWebKit has no object.
   void* GetHandle();
 
   ///@{
@@ -73,13 +75,14 @@ class LARKA_EXPORT LarkaPluginWidget {
   int GetZIndex();
 
   ///@{
-  /// Returns the element's attribute `type`, `id` or `name`, or an empty string.
+  /// Returns the element's attribute `type`, `id` or `name`, or an empty string. The type of a
+  /// `video` or `audio` may be that of the `source` that is taken.
   std::string GetMimeType();
   std::string GetID();
   std::string GetName();
   ///@}
 
-  /// Returns the element's tag name, "EMBED" or "OBJECT" in an HTML page.
+  /// Returns the element's tag name, "EMBED", "OBJECT", "VIDEO" or "AUDIO" in an HTML page.
   std::string GetTagName();
 
   /// Returns whether the element has an attribute, whatever the case of its name.

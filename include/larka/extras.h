@@ -18,6 +18,7 @@ namespace LARKA {
 
 class ILarkaBrowser;
 class IExtraCallbacks;
+class LarkaPluginWidget;
 
 /// A part of the page image, in pixels from its top left.
 struct Rectangle {
@@ -368,14 +369,75 @@ LARKA_EXPORT bool AcceptCertificate(ILarkaBrowser* browser);
 
 // Video.
 
-/// Hands `video` and `audio` elements to the host, from the next load on: they are announced and
-/// listed like plug-ins (ILarkaCallbacks::OnPluginCreated, ILarkaBrowser::GetPluginWidgets), and
-/// the image is transparent in the place of a video, for the host's own player. The address is in
-/// LarkaPluginWidget::GetAttribute("src"), absolute; QtWebKit loads and plays nothing.
+/// Hands the `video` and `audio` elements of the page and its frames to the host, from the next
+/// page on. QtWebKit then loads and plays nothing, and the image is transparent in the place of a
+/// video, below what the page has above it. The host's player belongs there.
+///
+/// - `types`: the types that the host plays, such as "video/mp4 audio/mpeg", with spaces between
+///   them. Null or empty if it shall try all: what begins with "video/" or "audio/", and what film
+///   is streamed as. Page script asks for them with `canPlayType`, and they decide which `source`
+///   of an element is taken.
+///
+/// Each element is like a plug-in: ILarkaCallbacks::OnPluginCreated,
+/// ILarkaBrowser::GetPluginWidgets, ILarkaCallbacks::OnPluginDirty and all of LarkaPluginWidget
+/// work for it, with the tag name "VIDEO" or "AUDIO". One that isn't in the document, such as
+/// `new Audio(address)`, is announced when script plays it, up to 16 of a frame at a time. At most
+/// 256 elements of a page are announced. IExtraCallbacks::OnMediaRequest says what the page wants
+/// of each, and ReportMedia() tells the page what its player does.
+///
+/// A video that has `opacity`, or is in an element that has some, isn't transparent: the page's
+/// background shows there. A page can't draw the picture of a video into a canvas.
 ///
 /// May be called before ILarkaBrowser::Initialize. Returns false for null, for a browser that was
 /// shut down, and for an inspector.
-LARKA_EXPORT bool SetMediaHandedOver(ILarkaBrowser* browser, bool handedOver);
+LARKA_EXPORT bool SetMediaHandedOver(ILarkaBrowser* browser, bool handedOver,
+                                     const char* types = nullptr);
+
+/// What a page wants of a player of the host's. Later versions may add some. Volume and rate stay
+/// when it opens another film.
+enum MediaAction {
+  MEDIA_OPEN = 1,    ///< Load what GetMediaAddress() says, or nothing if that is empty; be paused.
+  MEDIA_PLAY = 2,    ///< Play, as soon as there is enough.
+  MEDIA_PAUSE = 3,   ///< Stop where it is.
+  MEDIA_SEEK = 4,    ///< Go to `value`, in seconds from the start.
+  MEDIA_VOLUME = 5,  ///< Be as loud as `value`, from 0 to 1. A player begins with 1.
+  MEDIA_RATE = 6,    ///< Play `value` times as fast. A player begins with 1.
+  MEDIA_CLOSE = 7  ///< The element or its page is gone. No longer listed; its user data are there.
+};
+
+/// Returns what a `video` or `audio` element is to play: an absolute URL in UTF-8, of its attribute
+/// `src` or of its first `source` that the host plays. Empty if there is none, and for any other
+/// plug-in. `poster` and other attributes are as the page writes them.
+LARKA_EXPORT std::string GetMediaAddress(LarkaPluginWidget* player);
+
+/// What a player does.
+enum MediaStatus {
+  MEDIA_LOADING = 0,  ///< It knows nothing of the film yet.
+  MEDIA_PAUSED = 1,   ///< It could play.
+  MEDIA_PLAYING = 2,  ///< It does.
+  MEDIA_WAITING = 3,  ///< It would play, but waits for data.
+  MEDIA_ENDED = 4,    ///< It has come to the end.
+  MEDIA_FAILED = 5    ///< It can't play this.
+};
+
+/// What a host tells a page of its player.
+struct MediaReport {
+  MediaStatus status = MEDIA_LOADING;  ///< what it does
+  double time = 0;                     ///< where it is, in seconds from the start
+  double duration = 0;                 ///< of the film, in seconds; 0 if unknown, infinity if live
+  int width = 0;                       ///< of the film's picture, in pixels; 0 if unknown
+  int height = 0;                      ///< the same
+};
+
+/// Reports to the page how a player of a `video` or `audio` element is doing: its properties, such
+/// as `paused` and `currentTime`, follow, and it gets the events of a film, such as `playing` and
+/// `ended`. Report each change of the status at once, and the time about four times a second while
+/// it plays. A film that is paused or played by the viewer is reported in the same way.
+///
+/// A video to which the page gives no size gets that of the picture, or its proportions.
+///
+/// Returns false without such an element, and once its page has been left.
+LARKA_EXPORT bool ReportMedia(LarkaPluginWidget* player, const MediaReport& report);
 
 // More events.
 
@@ -413,6 +475,17 @@ class LARKA_EXPORT IExtraCallbacks {
   /// An element that the viewer can write into got the focus or lost it (TEXT_NONE), or its text,
   /// its caret or its place changed. `field` is valid during the call.
   virtual void OnTextField(ILarkaBrowser* browser, const TextField& field);
+
+  /// The page wants something of the player of a `video` or `audio` element, which
+  /// ILarkaCallbacks::OnPluginCreated has announced; see SetMediaHandedOver(). `player` is valid
+  /// during the call, copies of it for longer. `value` is 0 unless MediaAction says what it is.
+  ///
+  /// The first action is MEDIA_OPEN, as soon as the element has an address. The last one is
+  /// MEDIA_CLOSE, unless the browser is destroyed. The element is no longer listed then, and the
+  /// handle may be empty, but has the host's user data. An element that comes back is announced
+  /// again, with another handle.
+  virtual void OnMediaRequest(ILarkaBrowser* browser, LarkaPluginWidget* player, MediaAction action,
+                              double value);
 };
 
 /// Adds a listener, as ILarkaBrowser::AddListener does. Leave `version` as it is: it says which

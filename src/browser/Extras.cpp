@@ -5,9 +5,11 @@
 #include <QString>
 
 #include "browser/LarkaBrowserQt.h"
+#include "elements/LarkaPluginWidgetQt.h"
 #include "host/HostEvents.h"
 #include "host/HostText.h"
 #include "paint/larkawebview.h"
+#include "plugins/MediaElements.h"
 
 namespace LARKA {
 
@@ -76,6 +78,25 @@ bool SetDocumentScript(ILarkaBrowser* browser, const char* script) {
   return larka;
 }
 
+// Video.
+
+bool SetMediaHandedOver(ILarkaBrowser* browser, bool handedOver, const char* types) {
+  LarkaBrowser* larka = livingBrowser(browser);
+  const QStringList list =
+      QString::fromLatin1(types).simplified().split(QLatin1Char(' '), Qt::SkipEmptyParts);
+  if (larka) larka->setMediaHandedOver(handedOver, list);
+  return larka;
+}
+
+std::string GetMediaAddress(LarkaPluginWidget* player) {
+  return player ? toHost(LarkaPluginWidgetPrivate::of(*player)->mediaSource().address)
+                : std::string();
+}
+
+bool ReportMedia(LarkaPluginWidget* player, const MediaReport& report) {
+  return player && reportMedia(LarkaPluginWidgetPrivate::of(*player)->element(), report);
+}
+
 // Listeners.
 
 IExtraCallbacks::~IExtraCallbacks() = default;
@@ -87,6 +108,7 @@ bool IExtraCallbacks::OnColorOpened(ILarkaBrowser*, int, const Rectangle&, const
 }
 void IExtraCallbacks::OnColorClosed(ILarkaBrowser*, int) {}
 void IExtraCallbacks::OnTextField(ILarkaBrowser*, const TextField&) {}
+void IExtraCallbacks::OnMediaRequest(ILarkaBrowser*, LarkaPluginWidget*, MediaAction, double) {}
 
 // All versions so far have the same operations.
 void AddExtraListener(ILarkaBrowser* browser, IExtraCallbacks* listener, int) {
@@ -153,8 +175,5 @@ bool MoveFocus(ILarkaBrowser*, Directions) { return false; }
 // To come: certificates.
 bool SetCertificateChecks(ILarkaBrowser*, bool) { return false; }
 bool AcceptCertificate(ILarkaBrowser*) { return false; }
-
-// To come: media.
-bool SetMediaHandedOver(ILarkaBrowser*, bool) { return false; }
 
 }  // namespace LARKA

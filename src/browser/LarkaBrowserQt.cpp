@@ -28,6 +28,7 @@
 #include "cookies/CookieJar.h"
 #include "elements/LarkaHTMLControlQt.h"
 #include "elements/LarkaPluginWidgetQt.h"
+#include "elements/MediaSource.h"
 #include "host/Diagnostics.h"
 #include "host/HostText.h"
 #include "inspector/InspectorBrowser.h"
@@ -42,6 +43,8 @@
 #include "paint/HiddenView.h"
 #include "paint/UserStyleSheet.h"
 #include "paint/larkawebview.h"
+#include "plugins/MediaElements.h"
+#include "plugins/MediaScript.h"
 #include "plugins/PluginFactory.h"
 #include "storage/PageStorage.h"
 
@@ -51,6 +54,7 @@ namespace {
 
 const int kPagesInCache = 5;
 const int kFrameIntervalMilliseconds = 33;
+const int kMostPlayers = 256;  // a page may have any number of elements
 
 QNetworkProxy::ProxyType toolkitProxyType(ProxyType type) {
   switch (static_cast<unsigned>(type)) {
@@ -92,11 +96,15 @@ QPoint scaled(const QPoint& point, double factor) {
 }  // namespace
 
 LarkaBrowser::LarkaBrowser(QNetworkAccessManager* manager, QObject* parent)
-    : QObject(parent), m_loadWatch([this] { return isBusyLoading(); }, [this] { endLoad(true); }) {
+    : QObject(parent),
+      m_loadWatch([this] { return isBusyLoading(); }, [this] { endLoad(true); }),
+      m_media(new MediaElements(this)) {
   QWebSettings::setMaximumPagesInCache(kPagesInCache);
   connect(manager, SIGNAL(creatingRequest(QUrl)), this, SLOT(creatingRequest(QUrl)));
   connect(manager, SIGNAL(onRequestError()), this, SLOT(requestError()));
   connect(manager, SIGNAL(onSslErrors()), this, SLOT(sslErrors()));
+  connect(m_media, &MediaElements::requested, this, &LarkaBrowser::requestMedia);
+  connect(m_media, &MediaElements::removed, this, &LarkaBrowser::closeGoneMedia);
   m_webView = new LarkaWebView;
   installPage(manager);
   m_frameClock.start();
@@ -262,7 +270,7 @@ void LarkaBrowser::loadStarted() {
     if (m_loadTimeLimit > 0) m_loadTimer.start(m_loadTimeLimit);
   }
   postHostEvent(this, m_pageUse, [this, leavesPage = m_pageLoads] {
-    if (leavesPage) m_plugins.clear();
+    if (leavesPage) m_plugins.leavePage();
     m_listeners.notify([](ILarkaCallbacks* listener) { listener->OnLoadStarted(); });
   });
 }
@@ -306,6 +314,8 @@ void LarkaBrowser::endLoad(bool ok) {
   postHostEvent(this, m_pageUse, [=, self = QPointer<LarkaBrowser>(this), load = m_loads] {
     m_lastFailure = failure;
     if (m_webView) page()->plugins()->announce();
+    if (self) announceMedia();
+    if (self) closeGoneMedia();
     if (!self) return;
     m_plugins.forgetGone();
     const bool outer = std::exchange(m_endOfReplacedLoad, load != m_loads);
@@ -389,6 +399,8 @@ void LarkaBrowser::javaScriptWindowObjectCleared() {
   if (m_systemInfoObject)
     frame->addToJavaScriptWindowObject(QStringLiteral("systeminfoobject"), m_systemInfoObject);
   if (m_scriptObject) m_scriptObject->publish(frame);
+  if (m_awaitsDocuments) return;
+  prepareMedia(frame);
   if (!m_documentScript.isEmpty())
     frame->evaluateJavaScript(m_documentScript + QLatin1String("\n;void 0"));
 }
@@ -403,10 +415,10 @@ void LarkaBrowser::setDocumentScript(const QString& script) {
 // The document that is there doesn't get the script. A new frame has an empty one, whose window it
 // passes on.
 void LarkaBrowser::awaitDocuments(QWebFrame* frame) {
-  if (m_documentScript.isEmpty()) return;
-  const QString script = std::exchange(m_documentScript, QString());
+  if (m_documentScript.isEmpty() && !m_media->isHandedOver()) return;
+  m_awaitsDocuments = true;
   createWindowObjects(frame);
-  m_documentScript = script;
+  m_awaitsDocuments = false;
 }
 
 void LarkaBrowser::executeInLarka(const QString& script) {
@@ -443,12 +455,74 @@ void LarkaBrowser::pluginCreated(const QWebElement& element, void* handle) {
     browser->showFullscreen(shown, render);
     browser->invalidate();
   };
-  LarkaPluginWidget plugin(new LarkaPluginWidgetPrivate(element, showFullScreen, handle), true);
+  auto* record = new LarkaPluginWidgetPrivate(element, showFullScreen, handle);
+  LarkaPluginWidget plugin(record, true);
+  record->isPlayer = !handle;
+  if (!handle) record->handle = record;
+  record->mediaTypes = m_media->types();
   m_plugins.add(plugin);
   m_listeners.notify([&](ILarkaCallbacks* listener) { listener->OnPluginCreated(&plugin); });
 }
 
 std::vector<LarkaPluginWidget> LarkaBrowser::GetPluginWidgets() { return m_plugins.all(); }
+
+// Players of `video` and `audio`.
+
+void LarkaBrowser::setMediaHandedOver(bool handedOver, const QStringList& types) {
+  m_media->handOver(handedOver, types);
+  if (!m_frameTick) return;
+  const WebKitCall call(m_pageUse);
+  awaitDocuments(mainFrame());
+}
+
+void LarkaBrowser::prepareMedia(QWebFrame* frame) {
+  if (m_webView && frame == mainFrame() && m_media->beginPage()) {
+    SetAttribute(QWebSettings::MediaEnabled, !m_media->isActive());
+    UserStyleSheet::of(page())->set(UserStyleSheet::MediaRules,
+                                    m_media->isActive() ? kMediaRules : "");
+  }
+  m_media->prepare(frame);
+  if (m_plugins.players() > 0) postHostEvent(this, m_pageUse, [this] { closeGoneMedia(); });
+}
+
+// What the script of the documents doesn't reach: those whose sandbox forbids script.
+void LarkaBrowser::announceMedia() {
+  if (!m_webView || !m_media->isActive()) return;
+  const QPointer<LarkaBrowser> self(this);
+  for (const QWebElement& element : MediaElements::elementsOf(mainFrame()))
+    if (self && isMedia(element)) requestMedia(element, 0, 0);
+}
+
+// The script may speak first, and for elements that are in no document.
+void LarkaBrowser::requestMedia(const QWebElement& element, int action, double value) {
+  const QPointer<LarkaBrowser> self(this);
+  if (WebElement::ifOnPage(element).isNull()) return;
+  const bool full = m_plugins.players() >= kMostPlayers;
+  if (full && action == 0) return;
+  const bool isNew = !m_plugins.find(element);
+  if (isNew && (full || action == MEDIA_CLOSE)) return;
+  if (isNew) pluginCreated(element, nullptr);
+  const LarkaPluginWidget* found = self ? m_plugins.find(element) : nullptr;
+  if (!found) return;
+  LarkaPluginWidget player(*found);
+  if (action == MEDIA_CLOSE) m_plugins.remove(element);
+  const bool opens = isNew && !mediaSourceOf(element, m_media->types()).address.isEmpty();
+  if (opens) notifyOnMediaRequest(player, MEDIA_OPEN, 0);
+  if (self && action != 0 && !(opens && action == MEDIA_OPEN))
+    notifyOnMediaRequest(player, action, value);
+}
+
+void LarkaBrowser::closeGoneMedia() {
+  const QPointer<LarkaBrowser> self(this);
+  for (const LarkaPluginWidget& player : m_plugins.takeGonePlayers())
+    if (self) notifyOnMediaRequest(player, MEDIA_CLOSE, 0);
+}
+
+void LarkaBrowser::notifyOnMediaRequest(LarkaPluginWidget player, int action, double value) {
+  m_extraListeners.notify([&](IExtraCallbacks* listener) {
+    listener->OnMediaRequest(this, &player, static_cast<MediaAction>(action), value);
+  });
+}
 
 // What the page asks.
 

@@ -44,6 +44,7 @@ namespace LARKA {
 
 class ILarkaCallbacks;
 class LarkaWebView;
+class MediaElements;
 class PublishedLarkaObject;
 class WebPage;
 
@@ -97,6 +98,9 @@ class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
 
   /// SetDocumentScript() for a browser that has a page.
   void setDocumentScript(const QString& script);
+
+  /// SetMediaHandedOver() for a browser that has a page.
+  void setMediaHandedOver(bool handedOver, const QStringList& types);
 
   /// SetStyleSheet() for a browser that has a page.
   void setStyleSheet(const QByteArray& rules);
@@ -260,6 +264,11 @@ class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
   void stopLateLoad();
   bool isBusyLoading() const;
   void announcePlugin(const QWebElement& element, void* handle);
+  void prepareMedia(QWebFrame* frame);
+  void announceMedia();
+  void requestMedia(const QWebElement& element, int action, double value);
+  void closeGoneMedia();
+  void notifyOnMediaRequest(LarkaPluginWidget player, int action, double value);
   void notifyOnPluginDirty(ILarkaCallbacks* listener, const QRect& rect);
   WebPage* page() const;
   QWebFrame* mainFrame() const;
@@ -281,10 +290,12 @@ class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
   QTimer m_loadTimer;
   bool m_endOfReplacedLoad = false;  // while its OnLoadFinished is called
   PluginList m_plugins;
+  MediaElements* m_media;
   PageInput m_input;
   QWebElement m_fullScreenElement;
   QSharedPointer<QNetworkDiskCache> m_diskCache;  // null until SetCacheParameters
   QString m_documentScript;
+  bool m_awaitsDocuments = false;
   QByteArray m_hostRules;
   QElapsedTimer m_frameClock;
   double m_smoothedFrameTime = 0.0;                              // seconds

@@ -41,6 +41,11 @@ LarkaPluginWidget::~LarkaPluginWidget() { release(d); }
 
 void* LarkaPluginWidget::GetHandle() { return d->handle; }
 
+MediaSource LarkaPluginWidgetPrivate::mediaSource() const {
+  const QWebElement player = isPlayer ? element() : QWebElement();
+  return player.isNull() ? MediaSource() : mediaSourceOf(player, mediaTypes);
+}
+
 // Position.
 
 int LarkaPluginWidget::GetX() { return d->mapToPage(d->currentGeometry()).left(); }
@@ -64,7 +69,9 @@ bool LarkaPluginWidget::IsVisible() {
 
 // Attributes and script.
 
-std::string LarkaPluginWidget::GetMimeType() { return GetAttribute("type"); }
+std::string LarkaPluginWidget::GetMimeType() {
+  return d->isPlayer ? toHost(d->mediaSource().type) : GetAttribute("type");
+}
 
 std::string LarkaPluginWidget::GetID() { return GetAttribute("id"); }
 

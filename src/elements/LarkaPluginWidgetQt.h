@@ -4,10 +4,12 @@
 #include <QImage>
 #include <QRect>
 #include <QSharedPointer>
+#include <QStringList>
 #include <QWebElement>
 #include <functional>
 #include <utility>
 
+#include "elements/MediaSource.h"
 #include "elements/WebElement.h"
 #include "host/SharedRecord.h"
 #include "larka/LarkaPluginWidget.h"
@@ -28,10 +30,15 @@ class LarkaPluginWidgetPrivate : public SharedRecord, public WebElement {
   /// Returns the record of `plugin`.
   static LarkaPluginWidgetPrivate* of(const LarkaPluginWidget& plugin) { return plugin.d; }
 
+  /// Returns what the player of a `video` or `audio` plays; nothing of any other plug-in.
+  MediaSource mediaSource() const;
+
   ShowFullScreen showFullScreen;  // empty without a browser
   bool fullScreen = false;
   void* handle = nullptr;
   void* userData = nullptr;
+  bool isPlayer = false;   // of a `video` or `audio`
+  QStringList mediaTypes;  // that the host plays
 
   // Kept for the contract; nothing here is used.
 

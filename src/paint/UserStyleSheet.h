@@ -17,7 +17,7 @@ class UserStyleSheet : public QObject {
  public:
   /// In the order of the sheet: a later part overrules an earlier one. What the host writes may be
   /// broken, so it comes last.
-  enum Part { FocusRules, StillnessRules, HostRules };
+  enum Part { FocusRules, StillnessRules, MediaRules, HostRules };
 
   explicit UserStyleSheet(QWebPage* page);
 

@@ -26,7 +26,20 @@ class PluginList {
   /// must not fill the memory with the old ones.
   void forgetGone();
 
-  void clear() { m_plugins.clear(); }
+  /// Drops the plug-ins of a page that is being left. Its players stay until it is gone.
+  void leavePage();
+
+  /// Returns the plug-in of `element`; null if the list has none.
+  const LarkaPluginWidget* find(const QWebElement& element) const;
+
+  /// Drops the plug-in of `element`.
+  void remove(const QWebElement& element);
+
+  /// Returns how many are players.
+  int players() const;
+
+  /// Drops the players whose elements are gone, and returns them.
+  std::vector<LarkaPluginWidget> takeGonePlayers();
 
  private:
   std::vector<LarkaPluginWidget> m_plugins;

@@ -80,6 +80,14 @@ std::string ask(LarkaPluginWidget plugin, const QString& what, const QStringList
   if (what == "set") return plugin.SetAttribute(name.c_str(), value.c_str()), kDone;
   if (what == "js") return plugin.ExecuteJS((name + " " + value).c_str());
   if (what == "focus") return plugin.SetFocus(name != "no"), kDone;
+  if (what == "address") return GetMediaAddress(&plugin);
+  if (what == "report") {
+    MediaReport report;
+    report.status = static_cast<MediaStatus>(name[0] - '0');
+    sscanf(value.c_str(), "%lf %lf %dx%d", &report.time, &report.duration, &report.width,
+           &report.height);
+    return yes(ReportMedia(&plugin, report));
+  }
   if (what == "full") return plugin.SetFullScreen(name == "on", value == "painted", false), kDone;
   if (what == "is-full") return yes(plugin.IsFullScreen());
   throw std::runtime_error("no plug-in does that");
@@ -197,6 +205,7 @@ class PageTest : public test::BrowserTest {
       const QString headers = fromBytes(m_server.requests("/" + toBytes(first)).at(0).headers);
       return toBytes(headers.section(more + ": ", 1).section("\r\n", 0, 0));
     }
+    if (word == "requested") return std::to_string(m_server.requests("/" + text).size());
     if (word == "reload") return browser->Reload(), kDone;
     if (word == "stop") return browser->Stop(), kDone;
     if (word == "title") return browser->GetTitle();
@@ -209,6 +218,11 @@ class PageTest : public test::BrowserTest {
     if (word == "run") return run(first == "-" ? "" : toBytes(first), end);
     if (word == "at-start") return yes(SetDocumentScript(browser, text.c_str()));
     if (word == "style") return yes(SetStyleSheet(browser, text.c_str()));
+    if (word == "hand-over") {
+      RemoveExtraListener(browser, &recorder);
+      AddExtraListener(browser, &recorder);
+      return yes(SetMediaHandedOver(browser, text != "no", text.c_str()));
+    }
     if (word == "do") return result("js", rest + ";1"), result("settle", "");
 
     // Input and scrolling.

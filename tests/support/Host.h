@@ -42,7 +42,7 @@ inline std::string readFile(const std::string& path) {
 }
 
 /// A listener that writes its events down, as "OnTitleChanged Demo".
-class Recorder : public LARKA::CallbacksAdapter {
+class Recorder : public LARKA::CallbacksAdapter, public LARKA::IExtraCallbacks {
  public:
   std::vector<std::string> events;
   std::function<void(const std::string&)> onEvent;  // called after each event is written down
@@ -76,6 +76,10 @@ class Recorder : public LARKA::CallbacksAdapter {
   void OnPluginCreated(LARKA::LarkaPluginWidget* plugin) override {
     plugins.push_back(*plugin);
     add(__func__, plugin->GetID());
+  }
+  void OnMediaRequest(LARKA::ILarkaBrowser*, LARKA::LarkaPluginWidget* player,
+                      LARKA::MediaAction action, double value) override {
+    add(__func__, player->GetID(), " ", action, " ", value);
   }
   void OnPluginDirty(LARKA::LarkaPluginWidget* plugin) override { add(__func__, plugin->GetID()); }
   std::string OnExecuteInLarka(const char* text) override {

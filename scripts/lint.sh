@@ -15,7 +15,7 @@ rooms="
   host
   bridge
   cookies
-  input
+  input elements host
   storage
   pannable
   elements host

@@ -5,6 +5,7 @@
 #include <QString>
 
 #include "browser/LarkaBrowserQt.h"
+#include "browser/TextInput.h"
 #include "elements/LarkaPluginWidgetQt.h"
 #include "host/HostEvents.h"
 #include "host/HostText.h"
@@ -97,6 +98,28 @@ bool ReportMedia(LarkaPluginWidget* player, const MediaReport& report) {
   return player && reportMedia(LarkaPluginWidgetPrivate::of(*player)->element(), report);
 }
 
+// Text.
+
+TextField GetTextField(ILarkaBrowser* browser) {
+  const LarkaBrowser* larka = livingBrowser(browser);
+  return larka ? larka->textInput()->field() : TextField();
+}
+
+bool InsertText(ILarkaBrowser* browser, const char* text) {
+  const LarkaBrowser* larka = livingBrowser(browser);
+  return larka && text && larka->textInput()->insert(QString::fromUtf8(text));
+}
+
+bool ReplaceText(ILarkaBrowser* browser, const char* text) {
+  const LarkaBrowser* larka = livingBrowser(browser);
+  return larka && text && larka->textInput()->replace(QString::fromUtf8(text));
+}
+
+bool DeleteText(ILarkaBrowser* browser, int count) {
+  const LarkaBrowser* larka = livingBrowser(browser);
+  return larka && larka->textInput()->erase(count);
+}
+
 // Listeners.
 
 IExtraCallbacks::~IExtraCallbacks() = default;
@@ -127,12 +150,6 @@ bool PostMessageToPage(ILarkaBrowser*, const char*, const char*) { return false;
 // To come: lists.
 bool AnswerList(ILarkaBrowser*, int, int) { return false; }
 bool AnswerColor(ILarkaBrowser*, int, const char*) { return false; }
-
-// To come: text.
-TextField GetTextField(ILarkaBrowser*) { return TextField(); }
-bool InsertText(ILarkaBrowser*, const char*) { return false; }
-bool ReplaceText(ILarkaBrowser*, const char*) { return false; }
-bool DeleteText(ILarkaBrowser*, int) { return false; }
 
 // The image.
 

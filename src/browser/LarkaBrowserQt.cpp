@@ -25,6 +25,7 @@
 #include "FrameRate.h"
 #include "bridge/LarkaJavaScriptObject.h"
 #include "browser/ScriptEvaluation.h"
+#include "browser/TextInput.h"
 #include "cookies/CookieJar.h"
 #include "elements/LarkaHTMLControlQt.h"
 #include "elements/LarkaPluginWidgetQt.h"
@@ -130,6 +131,7 @@ void LarkaBrowser::installPage(QNetworkAccessManager* manager) {
   page->setNetworkAccessManager(manager);
   m_webView->preparePage();
   m_webView->keepPageFocused();
+  m_textInput = new TextInput(this, page);
   auto* style = new UserStyleSheet(page);
   new FocusRing(style, page);
   style->set(UserStyleSheet::HostRules, m_hostRules);
@@ -1027,6 +1029,7 @@ void LarkaBrowser::notifyOnDirty(const QRect& rect) {
     listener->OnDirty(this);
     if (self) notifyOnPluginDirty(listener, rect);
   });
+  if (self && m_webView) m_textInput->painted();
 }
 
 void LarkaBrowser::notifyOnPluginDirty(ILarkaCallbacks* listener, const QRect& rect) {

@@ -46,6 +46,7 @@ class ILarkaCallbacks;
 class LarkaWebView;
 class MediaElements;
 class PublishedLarkaObject;
+class TextInput;
 class WebPage;
 
 /// The one implementation of ILarkaBrowser: owns a view with its page, and turns QtWebKit's signals
@@ -69,6 +70,9 @@ class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
 
   /// The listeners of larka/extras.h.
   Listeners<IExtraCallbacks>& extraListeners() { return m_extraListeners; }
+
+  /// Writes into the page. Must not be called once the browser has been shut down.
+  TextInput* textInput() const { return m_textInput; }
 
   /// Whether its page is on the stack.
   const StackUse& pageUse() const { return m_pageUse; }
@@ -292,6 +296,7 @@ class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
   PluginList m_plugins;
   MediaElements* m_media;
   PageInput m_input;
+  TextInput* m_textInput = nullptr;  // the page's; there as long as m_webView
   QWebElement m_fullScreenElement;
   QSharedPointer<QNetworkDiskCache> m_diskCache;  // null until SetCacheParameters
   QString m_documentScript;

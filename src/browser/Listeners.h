@@ -21,6 +21,7 @@ class Listeners {
 
   void add(Listener* listener) { m_listeners.append(listener); }
   void remove(Listener* listener) { m_listeners.removeAll(listener); }
+  bool isEmpty() const { return m_listeners.isEmpty(); }
   bool contains(Listener* listener) const { return m_listeners.contains(listener); }
 
   /// Forgets all listeners; calls that are under way end with the present one.

@@ -42,7 +42,7 @@ QWheelEvent PageInput::wheel(int delta, Qt::Orientation orientation) const {
                      Qt::NoScrollPhase, false);
 }
 
-QKeyEvent PageInput::key(QEvent::Type type, int key, int modifiers) const {
+QKeyEvent PageInput::key(QEvent::Type type, int key, int modifiers) {
   const std::unique_ptr<QKeyEvent> event(
       createKeyEventFromVirtualKeyCode(key, modifiers, type, false));
   return pageKeyEvent(*event);

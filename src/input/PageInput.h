@@ -24,7 +24,7 @@ class PageInput {
   QWheelEvent wheel(int delta, Qt::Orientation orientation) const;
 
   /// `key` and `modifiers` are in the host's numbering; see larka/KeyCodes.h.
-  QKeyEvent key(QEvent::Type type, int key, int modifiers) const;
+  static QKeyEvent key(QEvent::Type type, int key, int modifiers);
 
  private:
   QPoint m_pointer;  // of the last move

@@ -88,6 +88,9 @@ class LarkaWebView : public QGraphicsWebView {
   /// otherwise that of the page. Null before the first paint.
   QImage* hostImage();
 
+  /// Returns how many pixels of the image a pixel of the view is.
+  double imageScale() const { return 1.0; }
+
   /// Compares the page image with a fresh one of the whole page and replaces what is stale. Call it
   /// when no page is on the stack.
   void mend();

@@ -136,7 +136,10 @@ void IExtraCallbacks::OnMediaRequest(ILarkaBrowser*, LarkaPluginWidget*, MediaAc
 // All versions so far have the same operations.
 void AddExtraListener(ILarkaBrowser* browser, IExtraCallbacks* listener, int) {
   LarkaBrowser* larka = livingBrowser(browser);
-  if (larka && listener) larka->extraListeners().add(listener);
+  if (!larka || !listener) return;
+  const bool isFirst = larka->extraListeners().isEmpty();
+  larka->extraListeners().add(listener);
+  if (isFirst) larka->textInput()->reportAll();
 }
 
 void RemoveExtraListener(ILarkaBrowser* browser, IExtraCallbacks* listener) {

@@ -1029,7 +1029,7 @@ void LarkaBrowser::notifyOnDirty(const QRect& rect) {
     listener->OnDirty(this);
     if (self) notifyOnPluginDirty(listener, rect);
   });
-  if (self && m_webView) m_textInput->painted();
+  if (self && m_webView) m_textInput->painted(m_webView->changedParts());
 }
 
 void LarkaBrowser::notifyOnPluginDirty(ILarkaCallbacks* listener, const QRect& rect) {

@@ -3,6 +3,8 @@
 
 #include <QCoreApplication>
 #include <QKeyEvent>
+#include <QPointer>
+#include <QRegion>
 #include <QWebFrame>
 #include <QWebPage>
 #include <utility>
@@ -121,12 +123,23 @@ void TextInput::send(QEvent&& event) {
 
 // Reporting.
 
+void TextInput::reportAll() {
+  m_reported = TextField();
+  lookSoon();
+}
+
 bool TextInput::isHeard() const { return !m_browser->extraListeners().isEmpty(); }
 
-void TextInput::painted() {
+// Only a paint changes the place without a signal, and only one there the text.
+void TextInput::painted(const QRegion& parts) {
   if (m_element.isNull() || m_looksSoon || !isHeard()) return;
   const WebKitCall call(m_browser->pageUse());
-  if (glimpseOf(m_page, m_element) != m_glimpse) lookSoon();
+  const Rectangle& area = m_reported.area;
+  FieldGlimpse glimpse = glimpseOf(m_page, m_element);
+  glimpse.text = parts.intersects(QRect(area.x, area.y, area.width, area.height))
+                     ? glimpseOfText(m_page, m_element)
+                     : m_glimpse.text;
+  if (glimpse != m_glimpse) lookSoon();
 }
 
 void TextInput::lookSoon() {
@@ -148,14 +161,16 @@ void TextInput::look() {
       lookSoon();
     });
   }
+  const QPointer<TextInput> self(this);
   FocusedField found;
   {
     const WebKitCall call(m_browser->pageUse());
     found = read();
     m_element = found.element;
     m_glimpse = glimpseOf(m_page, m_element);
+    m_glimpse.text = glimpseOfText(m_page, m_element);
   }
-  if (isSame(found.field, m_reported)) return;
+  if (!self || isSame(found.field, m_reported)) return;
   m_reported = found.field;
   LarkaBrowser* browser = m_browser;
   browser->extraListeners().notify(

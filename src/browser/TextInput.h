@@ -8,6 +8,7 @@
 #include "larka/extras.h"
 
 class QEvent;
+class QRegion;
 class QWebPage;
 
 namespace LARKA {
@@ -34,8 +35,12 @@ class TextInput : public QObject {
   /// Presses Backspace.
   bool erase(int times);
 
-  /// Looks whether what was just painted changed the field. Costs nothing if none has the focus.
-  void painted();
+  /// Reports the focused field if there is one: called for the first listener.
+  void reportAll();
+
+  /// Looks whether the field has changed, after these parts of the image were painted. Costs
+  /// nothing if none has the focus.
+  void painted(const QRegion& parts);
 
  private:
   FocusedField read() const;

@@ -146,7 +146,8 @@ FocusedField readControl(QWebElement element) {
   if (result.field.kind == TEXT_NONE) return FocusedField();
   result.element = element;
   const int maximum = found.value(4).toInt();
-  if (maximum >= 0 && maximum < kNoMaximum) result.field.maximumLength = maximum;
+  const bool isLimited = maximum >= 0 && maximum < kNoMaximum && result.field.kind != TEXT_NUMBER;
+  if (isLimited) result.field.maximumLength = maximum;
   result.field.readOnly = found.value(5).toBool();
   setText(&result.field, found.value(1).toString(), found.value(2).toInt(), found.value(3).toInt());
   return result;
@@ -207,8 +208,8 @@ FocusedField readFocusedField(const QWebPage* page, double scale) {
 
 bool FieldGlimpse::operator==(const FieldGlimpse& other) const {
   const auto all = [](const FieldGlimpse& each) {
-    return std::tie(each.focused, each.area, each.caret, each.text, each.cursor, each.anchor,
-                    each.attributes);
+    return std::tie(each.focused, each.area, each.caret, each.cursor, each.anchor, each.attributes,
+                    each.text);
   };
   return all(*this) == all(other);
 }
@@ -219,14 +220,17 @@ FieldGlimpse glimpseOf(const QWebPage* page, const QWebElement& field) {
   if (!glimpse.focused) return glimpse;
   glimpse.area = inView(field, field.geometry());
   glimpse.caret = caretOf(page);
-  glimpse.text = isControl(field) ? page->inputMethodQuery(Qt::ImSurroundingText).toString()
-                                  : field.toPlainText();
   glimpse.cursor = page->inputMethodQuery(Qt::ImCursorPosition).toInt();
   glimpse.anchor = page->inputMethodQuery(Qt::ImAnchorPosition).toInt();
   for (const char* name : {"type", "readonly", "disabled", "maxlength", "contenteditable"})
     glimpse.attributes += QLatin1Char(field.hasAttribute(QLatin1String(name)) ? '=' : '-') +
                           field.attribute(QLatin1String(name));
   return glimpse;
+}
+
+QString glimpseOfText(const QWebPage* page, const QWebElement& field) {
+  return isControl(field) ? page->inputMethodQuery(Qt::ImSurroundingText).toString()
+                          : field.toPlainText();
 }
 
 bool isSame(const TextField& a, const TextField& b) {

@@ -31,16 +31,20 @@ struct FieldGlimpse {
   bool focused = false;
   QRect area;
   QRect caret;
-  QString text;
   int cursor = 0;
   int anchor = 0;
   QString attributes;
+  QString text;
 
   bool operator==(const FieldGlimpse& other) const;
   bool operator!=(const FieldGlimpse& other) const { return !(*this == other); }
 };
 
+/// Returns all of that but the text.
 FieldGlimpse glimpseOf(const QWebPage* page, const QWebElement& field);
+
+/// Returns the text. Of an element with much rich text that takes a quarter of a millisecond.
+QString glimpseOfText(const QWebPage* page, const QWebElement& field);
 
 /// Returns whether a host would find any difference between two fields.
 bool isSame(const TextField& a, const TextField& b);

@@ -12,6 +12,20 @@ namespace LARKA {
 namespace {
 
 // For QtWebKit the screen is that of the display, or 800 by 600 without one.
+// Typing crashes QtWebKit if script moves the focus from one text control to another when the
+// character is on its way, in a listener to keypress or textInput. The character is dropped then.
+// As the first listener of the window this one comes before those of the page, or after them.
+const char kTypingGuard[] =
+    "(function() {"
+    "  function guard(event) {"
+    "    var target = event.target;"
+    "    if ('selectionStart' in target && target !== document.activeElement) "
+    "event.preventDefault();"
+    "  }"
+    "  addEventListener('textInput', guard, true);"
+    "  addEventListener('textInput', guard, false);"
+    "})();";
+
 QString screenScript(const QSize& viewSize) {
   QString script;
   const std::pair<const char*, int> sides[] = {{"width", viewSize.width()},
@@ -43,7 +57,7 @@ void correctWindowObject(QWebFrame* frame, const QSize& viewSize) {
       "   HTMLElement.prototype].forEach(function(object) { delete object[name]; });"
       "});"
       "['TouchEvent', 'Touch', 'TouchList'].forEach(function(name) { delete window[name]; });");
-  frame->evaluateJavaScript(withoutTouch + screenScript(viewSize));
+  frame->evaluateJavaScript(withoutTouch + QLatin1String(kTypingGuard) + screenScript(viewSize));
 }
 
 void createWindowObjects(QWebFrame* frame) {

@@ -7,7 +7,8 @@ class QWebFrame;
 namespace LARKA {
 
 /// Corrects what script in a new document finds out about the device: there is no touch screen, and
-/// the screen is as large as the view. Call it before the document's own script runs.
+/// the screen is as large as the view. Keeps script from crashing QtWebKit while the viewer types.
+/// Call it before the document's own script runs.
 void correctWindowObject(QWebFrame* frame, const QSize& viewSize);
 
 /// Sets the size of the screen for script in `frame` and in the frames inside it.

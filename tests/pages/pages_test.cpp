@@ -93,7 +93,7 @@ std::string ask(LarkaPluginWidget plugin, const QString& what, const QStringList
   throw std::runtime_error("no plug-in does that");
 }
 
-class PageTest : public test::BrowserTest {
+class PageTest : public test::BrowserTest, public IExtraCallbacks {
  public:
   explicit PageTest(std::string file) : m_file(std::move(file)) {}
 
@@ -113,6 +113,7 @@ class PageTest : public test::BrowserTest {
       steps += (steps.isEmpty() ? "" : " ") + fromBytes(line).trimmed();
     }
     performLine(steps);
+    if (browser) RemoveExtraListener(browser, this);
     for (const auto& [event, hooked] : m_hooks) fail(event, "it never came");
     if (!m_expects) fail(steps, "nothing is expected");
   }
@@ -233,6 +234,12 @@ class PageTest : public test::BrowserTest {
     if (word == "click") return clicks(rest), kDone;
     if (word == "wheel") return browser->MouseWheel(x, y, 7), kDone;
     if (word == "turn") return browser->MouseWheel(direction, more.toInt(), 0), kDone;
+    if (word == "type") return yes(InsertText(browser, text.c_str()));
+    if (word == "retype") return yes(ReplaceText(browser, text.c_str()));
+    if (word == "erase") return yes(DeleteText(browser, rest.toInt()));
+    if (word == "field") return describe(GetTextField(browser));
+    if (word == "field-place") return place(GetTextField(browser));
+    if (word == "hear-fields") return AddExtraListener(browser, this), kDone;
     if (word == "focus-next") return yes(browser->FocusNext());
     if (word == "focus-previous") return yes(browser->FocusPrev());
     if (word == "resize") return browser->Resize(x, y), kDone;
@@ -268,14 +275,22 @@ class PageTest : public test::BrowserTest {
   test::Recorder* listener(const QString& name) {
     test::Recorder& listener = name.isEmpty() ? recorder : m_listeners[name];
     listener.onEvent = [this, name](const std::string& event) {
-      m_events.append((name.isEmpty() ? "" : name + ":") + fromBytes(event));
-      for (const auto& [start, steps] : std::exchange(m_hooks, {}))
-        if (m_events.last().startsWith(start))
-          performAll(steps);
-        else
-          m_hooks.insert({start, steps});
+      hear((name.isEmpty() ? "" : name + ":") + fromBytes(event));
     };
     return &listener;
+  }
+
+  void hear(const QString& event) {
+    m_events.append(event);
+    for (const auto& [start, steps] : std::exchange(m_hooks, {}))
+      if (event.startsWith(start))
+        performAll(steps);
+      else
+        m_hooks.insert({start, steps});
+  }
+
+  void OnTextField(ILarkaBrowser*, const TextField& field) override {
+    hear("OnTextField " + fromBytes(describe(field)));
   }
 
   /// The events of these names since the last look, each of them or only how it was first heard.
@@ -359,6 +374,25 @@ class PageTest : public test::BrowserTest {
     int x = 0, y = 0, width = 0, height = 0;
     browser->GetViewPort(&x, &y, &width, &height);
     return rectangle(x, y, width, height);
+  }
+
+  /// Its kind, text and selection, and its limit.
+  static std::string describe(const TextField& field) {
+    const QString form = "%1 [%2] %3-%4%5%6";
+    const int maximum = field.maximumLength;
+    return toBytes(form.arg(field.kind)
+                       .arg(fromBytes(field.text).replace("\n", "/"))
+                       .arg(field.selectionStart)
+                       .arg(field.selectionEnd)
+                       .arg(maximum < 0 ? "" : QString(" of %1").arg(maximum))
+                       .arg(field.readOnly ? " read-only" : ""));
+  }
+
+  /// Its rectangle, and where in it the caret is.
+  static std::string place(const TextField& field) {
+    const LARKA::Rectangle &area = field.area, &caret = field.caret;
+    return rectangle(area.x, area.y, area.width, area.height) + " " +
+           std::to_string(caret.x - area.x) + "," + std::to_string(caret.y - area.y);
   }
 
   // Elements and pixels.

@@ -235,7 +235,7 @@ LARKA_EXPORT bool AnswerColor(ILarkaBrowser* browser, int id, const char* color)
 /// What an element that the viewer can write into is for. Later versions may add kinds.
 enum TextKind {
   TEXT_NONE = 0,           ///< No such element has the focus.
-  TEXT_PLAIN = 1,          ///< one line
+  TEXT_PLAIN = 1,          ///< one line; also a date or a time, which QtWebKit takes for text
   TEXT_PASSWORD = 2,       ///< one line that nobody may see
   TEXT_NUMBER = 3,         ///< a number
   TEXT_EMAIL = 4,          ///< an e-mail address
@@ -247,36 +247,59 @@ enum TextKind {
 };
 
 /// The element that the viewer writes into. Positions in its text count characters as Unicode does:
-/// an emoji is one.
+/// an emoji is one, an accent that stands by itself is another one. With TEXT_NONE everything else
+/// is empty.
 struct TextField {
-  TextKind kind = TEXT_NONE;  ///< what it is for
-  Rectangle area{};           ///< of the element in the image, also where that is out of view
-  Rectangle caret{};          ///< of the caret in the image, also where that is out of view
-  std::string text;           ///< all of it, in UTF-8
-  int selectionStart = 0;     ///< where the selection begins, or the caret is
-  int selectionEnd = 0;       ///< where the selection ends; the same without one
-  int maximumLength = -1;     ///< in UTF-16 code units, as the page counts; -1 for none
-  bool readOnly = false;      ///< whether it only shows its text
+  /// What it is for.
+  TextKind kind = TEXT_NONE;
+  /// The element's place in the image, also where that is out of view.
+  Rectangle area{};
+  /// The caret's place in the image, also where that is out of view. The same as `area` while text
+  /// is selected: there is no caret then.
+  Rectangle caret{};
+  /// All of its text, in UTF-8, with a newline for each end of a line. That of a password is what
+  /// was typed: it is the host that hides it. Rich text comes without its style. A number is empty
+  /// as long as it isn't one, as after typing "-".
+  std::string text;
+  /// Where the selection begins, or the caret is.
+  int selectionStart = 0;
+  /// Where the selection ends; the same as `selectionStart` without one.
+  int selectionEnd = 0;
+  /// How many characters it takes, or -1 if there is no limit. Here a character counts with its
+  /// accents, an emoji with those joined to it, and the end of a line as two.
+  int maximumLength = -1;
+  /// Whether it only shows its text, or is disabled.
+  bool readOnly = false;
 };
 
-/// Returns the element that has the focus, in the page or in a frame; of TEXT_NONE if the viewer
-/// can't write into that.
+/// Returns the element that has the focus, in the page or in a frame, as it is now; of TEXT_NONE if
+/// it isn't one to write into, or isn't displayed.
 LARKA_EXPORT TextField GetTextField(ILarkaBrowser* browser);
 
-/// Inserts text at the caret, or in place of the selection, as if it were typed: the page gets the
-/// events of typed keys and can refuse them. A newline is the Return key.
+/// Types a text at the caret, or in place of the selection. Each character, with its accents, is a
+/// key of its own: the page gets `keydown`, `keypress`, `textInput`, `input` and `keyup`, and can
+/// refuse it. `change` comes when the element loses the focus. All this happens before the function
+/// returns.
 ///
-/// - `text`: in UTF-8, any characters.
+/// - `text`: in UTF-8. A newline is the Return key, which sends the form of an element with one
+///   line. A tab is a character and doesn't move the focus. Other control characters are left out.
 ///
-/// Returns false if the viewer can't write into the element that has the focus.
+/// When the focus moves on, the rest of the text is not typed. A character whose own `keydown`
+/// moves it may still arrive at the new place, or be lost.
+///
+/// Returns false, and does nothing, for a null text, and if the viewer can't write: without such an
+/// element, and where it is read-only or disabled.
 LARKA_EXPORT bool InsertText(ILarkaBrowser* browser, const char* text);
 
-/// Replaces the whole text, as if all of it were selected and `text` typed. Returns false as
-/// InsertText() does.
+/// Replaces the whole text: selects all of it, and types `text` as InsertText() does. An empty
+/// `text` presses Backspace. Returns false as InsertText() does.
 LARKA_EXPORT bool ReplaceText(ILarkaBrowser* browser, const char* text);
 
-/// Deletes `count` characters before the caret, or first the selection, as the Backspace key does.
-/// Returns false as InsertText() does.
+/// Presses Backspace `count` times. If text is selected, the first time deletes that; each other
+/// time deletes the character before the caret, of a character with accents the last accent. Ends
+/// at the beginning of the text. A `count` below 1 does nothing.
+///
+/// Returns false if the viewer can't write, as InsertText() does.
 LARKA_EXPORT bool DeleteText(ILarkaBrowser* browser, int count);
 
 // The image.
@@ -473,7 +496,15 @@ class LARKA_EXPORT IExtraCallbacks {
   virtual void OnColorClosed(ILarkaBrowser* browser, int id);
 
   /// An element that the viewer can write into got the focus or lost it (TEXT_NONE), or its text,
-  /// its caret or its place changed. `field` is valid during the call.
+  /// selection, caret, kind or place changed: `field` has changed since the last call, and is valid
+  /// during this one.
+  ///
+  /// It comes once for all that the host's call changed, before that call returns: for moves of the
+  /// focus and the caret, and for typing. What script and scrolling change comes after the OnDirty
+  /// that shows it; in a browser without a size nobody sees it, and it doesn't come.
+  ///
+  /// The first listener also gets the element that has the focus when it is added. Further ones can
+  /// ask GetTextField().
   virtual void OnTextField(ILarkaBrowser* browser, const TextField& field);
 
   /// The page wants something of the player of a `video` or `audio` element, which

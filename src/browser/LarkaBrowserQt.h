@@ -71,7 +71,7 @@ class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
   /// The listeners of larka/extras.h.
   Listeners<IExtraCallbacks>& extraListeners() { return m_extraListeners; }
 
-  /// Writes into the page. Must not be called once the browser has been shut down.
+  /// Writes into the page. There until the browser is shut down.
   TextInput* textInput() const { return m_textInput; }
 
   /// Whether its page is on the stack.

@@ -171,7 +171,7 @@ QRect inView(const QWebElement& element, QRect rect) {
   return rect;
 }
 
-// Empty while text is selected, and while the page has to be laid out.
+// Empty while text is selected.
 QRect caretOf(const QWebPage* page) {
   return page->inputMethodQuery(Qt::ImCursorRectangle).toRect();
 }

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QKeyEvent>
 #include <QString>
 #include <QStringList>
-
-#include <QKeyEvent>
 
 namespace LARKA {
 

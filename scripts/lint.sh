@@ -15,10 +15,10 @@ rooms="
   host
   bridge
   cookies
-  input elements host
   storage
   pannable
   elements host
+  input elements host
   network host storage
   paint elements host
   plugins elements host

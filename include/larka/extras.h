@@ -369,11 +369,24 @@ LARKA_EXPORT bool SetDevicePixelRatio(ILarkaBrowser* browser, double ratio);
 // The remote control.
 
 /// Moves the keyboard focus to the nearest element in one direction, in the page and its frames,
-/// and scrolls it into view. These can have it: links, controls, and elements with `tabindex` or
-/// `contenteditable`, if they are displayed and enabled. Without a focus the first one in view gets
-/// it.
+/// and scrolls as little as it takes to show that. The page gets its events `blur` and `focus`. The
+/// arrow keys do what they did before.
 ///
-/// Returns false if there is none in that direction: the focus stays, and the host may scroll.
+/// These can have the focus: links, also of image maps, controls, `summary`, `video` and `audio`
+/// with `controls`, and elements with `tabindex` or `contenteditable`; if they are enabled and
+/// visible, or scrolling by hand would show them. A negative `tabindex` keeps an element out.
+///
+/// - To the left and right an element in the same row comes first. Of the others only those count
+///   that are rather ahead than aside; up and down all do.
+/// - An element inside the one with the focus comes before all others.
+/// - A list, a frame or whatever else scrolls in that direction is left at its end only. What stays
+///   in its place while the page scrolls comes last, unless it has the focus already.
+/// - Without a focus in view, the first element in view gets it, in the order of reading; the last
+///   one for DIRECTION_UP and DIRECTION_LEFT. If none is in view, the nearest beyond it.
+///
+/// Returns false if there is none: focus and page stay as they are, and the host may scroll. Also
+/// for null, for a browser that was shut down, and for an inspector. Page script that moves the
+/// focus elsewhere, or takes it away, doesn't make it false.
 LARKA_EXPORT bool MoveFocus(ILarkaBrowser* browser, Directions direction);
 
 // Certificates.

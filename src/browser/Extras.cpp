@@ -120,6 +120,11 @@ bool DeleteText(ILarkaBrowser* browser, int count) {
   return larka && larka->textInput()->erase(count);
 }
 
+bool MoveFocus(ILarkaBrowser* browser, Directions direction) {
+  LarkaBrowser* larka = livingBrowser(browser);
+  return larka && larka->moveFocus(direction);
+}
+
 // Listeners.
 
 IExtraCallbacks::~IExtraCallbacks() = default;
@@ -188,9 +193,6 @@ bool SetDevicePixelRatio(ILarkaBrowser* browser, double ratio) {
   const WebKitCall call(larka->pageUse());
   return larka->webView()->setImageScale(ratio);
 }
-
-// To come: focus.
-bool MoveFocus(ILarkaBrowser*, Directions) { return false; }
 
 // To come: certificates.
 bool SetCertificateChecks(ILarkaBrowser*, bool) { return false; }

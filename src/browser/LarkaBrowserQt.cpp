@@ -32,6 +32,7 @@
 #include "elements/MediaSource.h"
 #include "host/Diagnostics.h"
 #include "host/HostText.h"
+#include "input/SpatialNavigation.h"
 #include "inspector/InspectorBrowser.h"
 #include "larka/ILarkaCallbacks.h"
 #include "larka/KeyCodes.h"
@@ -941,6 +942,11 @@ bool LarkaBrowser::stepFocus(bool next) {
   if (!m_webView) return false;
   const WebKitCall call(m_pageUse);
   return page()->focusNextPrevChild(next);
+}
+
+bool LarkaBrowser::moveFocus(Directions direction) {
+  const WebKitCall call(m_pageUse);
+  return LARKA::moveFocus(page(), direction);
 }
 
 // The page image.

@@ -100,6 +100,9 @@ class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
   /// EvaluateScript() for a browser that has a page.
   ScriptResult evaluateScript(const QString& script, const QString& frameName);
 
+  /// MoveFocus() for a browser that has a page.
+  bool moveFocus(Directions direction);
+
   /// SetDocumentScript() for a browser that has a page.
   void setDocumentScript(const QString& script);
 

@@ -242,6 +242,7 @@ class PageTest : public test::BrowserTest, public IExtraCallbacks {
     if (word == "hear-fields") return AddExtraListener(browser, this), kDone;
     if (word == "focus-next") return yes(browser->FocusNext());
     if (word == "focus-previous") return yes(browser->FocusPrev());
+    if (word == "focus") return focus(words);
     if (word == "resize") return browser->Resize(x, y), kDone;
     if (word == "zoom") return browser->SetZoomLevel(strtod(text.c_str(), nullptr)), kDone;
     if (word == "zoomed") return std::to_string(static_cast<int>(browser->GetZoomLevel()));
@@ -352,6 +353,18 @@ class PageTest : public test::BrowserTest, public IExtraCallbacks {
         if (key.value(5).isEmpty()) browser->KeyUp(each, kModifiers.value(key.value(3)));
       }
     }
+  }
+
+  /// The ids that the focus gets to in these directions; "-" where it stays.
+  std::string focus(const QStringList& directions) {
+    QStringList ids;
+    for (const QString& each : directions)
+      ids += MoveFocus(browser, static_cast<Directions>(kDirections.indexOf(each)))
+                 ? fromBytes(run("",
+                                 "(function f(d){d=d.activeElement;return d.contentDocument?"
+                                 "f(d.contentDocument):d.id})(document)"))
+                 : QString("-");
+    return toBytes(ids.join(' ').remove('"'));
   }
 
   void clicks(const QString& points) {

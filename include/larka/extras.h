@@ -179,22 +179,29 @@ LARKA_EXPORT bool SetStyleSheet(ILarkaBrowser* browser, const char* rules);
 
 // Messages.
 
-/// Lets page script and the host exchange messages as JSON, in every frame, from the next load on.
-/// Each window then has the object `larkaHost`:
+/// Lets page script and the host exchange messages as JSON. From its start each document then has
+/// the object `window.larkaHost`, in the page and in every frame, whatever its origin:
 /// - `larkaHost.postMessage(value)` calls IExtraCallbacks::OnMessage. Script doesn't wait for it.
-///   A value that JSON.stringify can't write throws.
+///   What has no JSON, such as `undefined`, becomes `null`; a value that can't be written, such as
+///   `window`, throws.
 /// - `larkaHost.onmessage = function(value) {...}` gets what PostMessageToPage() sends.
+///
+/// Documents that are there when this is enabled don't get the object; load the page again. Once it
+/// is disabled no message comes or goes any more.
 ///
 /// May be called before ILarkaBrowser::Initialize. Returns false for null, for a browser that was
 /// shut down, and for an inspector.
 LARKA_EXPORT bool EnableMessages(ILarkaBrowser* browser, bool enable);
 
-/// Sends a message to the page, or to a child frame: calls its `larkaHost.onmessage`.
+/// Sends a message to the page, or to a child frame: calls its `larkaHost.onmessage` before it
+/// returns. An exception there goes to ILarkaCallbacks::OnJavaScriptConsoleMessage.
 ///
-/// - `json`: the message as JSON, in UTF-8.
+/// - `json`: the message as JSON, in UTF-8. Any value: `1` and `"text"` are messages, too.
 /// - `frame`: as for EvaluateScript().
 ///
-/// Returns false if the text is no JSON, without such a frame, and where nothing listens.
+/// Returns false if the text is no JSON, without such a frame, and if `larkaHost.onmessage` is no
+/// function: messages don't wait for a page that is still loading. Have it post one when it is
+/// ready. Also for null, for a browser that was shut down, and for an inspector.
 LARKA_EXPORT bool PostMessageToPage(ILarkaBrowser* browser, const char* json,
                                     const char* frame = nullptr);
 
@@ -484,8 +491,10 @@ class LARKA_EXPORT IExtraCallbacks {
  public:
   virtual ~IExtraCallbacks();
 
-  /// Page script sent a message; see EnableMessages(). `json` is the value, `address` that of the
-  /// document that sent it. Both are UTF-8 and valid during the call.
+  /// Page script sent a message; see EnableMessages(). `json` is the value. `address` is that of
+  /// the document that sent it, as it was loaded, and says whom to trust: any frame may send
+  /// anything, an advertisement too. Both are UTF-8 and valid during the call. A frame without an
+  /// address of its own has "about:blank" or "about:srcdoc".
   virtual void OnMessage(ILarkaBrowser* browser, const char* json, const char* address);
 
   /// The page opens a list. Return true to show it yourself: then answer with AnswerList(), now or

@@ -120,6 +120,17 @@ bool DeleteText(ILarkaBrowser* browser, int count) {
   return larka && larka->textInput()->erase(count);
 }
 
+bool EnableMessages(ILarkaBrowser* browser, bool enable) {
+  LarkaBrowser* larka = livingBrowser(browser);
+  if (larka) larka->enableMessages(enable);
+  return larka;
+}
+
+bool PostMessageToPage(ILarkaBrowser* browser, const char* json, const char* frame) {
+  LarkaBrowser* larka = livingBrowser(browser);
+  return larka && larka->postMessage(QString::fromUtf8(json), QString::fromUtf8(frame));
+}
+
 bool MoveFocus(ILarkaBrowser* browser, Directions direction) {
   LarkaBrowser* larka = livingBrowser(browser);
   return larka && larka->moveFocus(direction);
@@ -150,10 +161,6 @@ void AddExtraListener(ILarkaBrowser* browser, IExtraCallbacks* listener, int) {
 void RemoveExtraListener(ILarkaBrowser* browser, IExtraCallbacks* listener) {
   if (LarkaBrowser* larka = livingBrowser(browser)) larka->extraListeners().remove(listener);
 }
-
-// To come: messages.
-bool EnableMessages(ILarkaBrowser*, bool) { return false; }
-bool PostMessageToPage(ILarkaBrowser*, const char*, const char*) { return false; }
 
 // To come: lists.
 bool AnswerList(ILarkaBrowser*, int, int) { return false; }

@@ -24,6 +24,8 @@
 
 #include "FrameRate.h"
 #include "bridge/LarkaJavaScriptObject.h"
+#include "bridge/PageMessages.h"
+#include "bridge/ScriptText.h"
 #include "browser/ScriptEvaluation.h"
 #include "browser/TextInput.h"
 #include "cookies/CookieJar.h"
@@ -402,6 +404,7 @@ void LarkaBrowser::javaScriptWindowObjectCleared() {
   if (m_systemInfoObject)
     frame->addToJavaScriptWindowObject(QStringLiteral("systeminfoobject"), m_systemInfoObject);
   if (m_scriptObject) m_scriptObject->publish(frame);
+  if (m_messages) m_messages->publish(frame);
   if (m_awaitsDocuments) return;
   prepareMedia(frame);
   if (!m_documentScript.isEmpty())
@@ -418,10 +421,43 @@ void LarkaBrowser::setDocumentScript(const QString& script) {
 // The document that is there doesn't get the script. A new frame has an empty one, whose window it
 // passes on.
 void LarkaBrowser::awaitDocuments(QWebFrame* frame) {
-  if (m_documentScript.isEmpty() && !m_media->isHandedOver()) return;
+  if (m_documentScript.isEmpty() && !m_messages && !m_media->isHandedOver()) return;
   m_awaitsDocuments = true;
   createWindowObjects(frame);
   m_awaitsDocuments = false;
+}
+
+void LarkaBrowser::enableMessages(bool enable) {
+  const WebKitCall call(m_pageUse);
+  if (enable == (m_messages != nullptr)) return;
+  delete std::exchange(m_messages, nullptr);
+  if (!enable) return;
+  if (m_frameTick) createWindowObjects(mainFrame());  // without it: these documents don't get it
+  m_messages = new PageMessages(this);
+  connect(m_messages, &PageMessages::received, this, &LarkaBrowser::messageReceived);
+}
+
+// Many small ones are delivered at once as all events are, large ones here.
+void LarkaBrowser::messageReceived(const QString& json, const QUrl& address) {
+  const qint64 kMostWaiting = 16 << 20;
+  const auto size = static_cast<qint64>(json.size());
+  m_waitingMessages += size;
+  postHostEvent(this, m_pageUse, [=] { m_waitingMessages -= size; });
+  m_extraListeners.post([this, text = toHost(withoutHalfPairs(json)),
+                         from = toHost(address)](IExtraCallbacks* listener) {
+    listener->OnMessage(this, text.c_str(), from.c_str());
+  });
+  if (m_waitingMessages > kMostWaiting) const ScriptWait deliversThem(m_pageUse);
+}
+
+bool LarkaBrowser::postMessage(const QString& json, const QString& frameName) {
+  const WebKitCall call(m_pageUse);
+  QWebFrame* frame = m_messages ? frameNamed(frameName) : nullptr;
+  return frame && PageMessages::send(frame, json);
+}
+
+QWebFrame* LarkaBrowser::frameNamed(const QString& name) const {
+  return name.isEmpty() ? mainFrame() : findFrame(mainFrame(), name);
 }
 
 void LarkaBrowser::executeInLarka(const QString& script) {
@@ -761,7 +797,7 @@ std::string LarkaBrowser::ExecuteJavascript(const char* script) {
 
 ScriptResult LarkaBrowser::evaluateScript(const QString& script, const QString& frameName) {
   const WebKitCall call(m_pageUse);
-  QWebFrame* frame = frameName.isEmpty() ? mainFrame() : findFrame(mainFrame(), frameName);
+  QWebFrame* frame = frameNamed(frameName);
   if (frame) return evaluate(frame, script);
   ScriptResult result;
   result.message = toHost("No frame has the name " + frameName);

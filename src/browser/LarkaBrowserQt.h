@@ -45,6 +45,7 @@ namespace LARKA {
 class ILarkaCallbacks;
 class LarkaWebView;
 class MediaElements;
+class PageMessages;
 class PublishedLarkaObject;
 class TextInput;
 class WebPage;
@@ -102,6 +103,12 @@ class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
 
   /// MoveFocus() for a browser that has a page.
   bool moveFocus(Directions direction);
+
+  /// EnableMessages() for a browser that has a page.
+  void enableMessages(bool enable);
+
+  /// PostMessageToPage() for a browser that has a page.
+  bool postMessage(const QString& json, const QString& frameName);
 
   /// SetDocumentScript() for a browser that has a page.
   void setDocumentScript(const QString& script);
@@ -258,6 +265,8 @@ class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
   void send(QEvent&& event);
 
   void makeScriptObject();
+  void messageReceived(const QString& json, const QUrl& address);
+  QWebFrame* frameNamed(const QString& name) const;
   void awaitDocuments(QWebFrame* frame);
   void installPage(QNetworkAccessManager* manager);
   void setDialogParent();
@@ -307,6 +316,8 @@ class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
   QByteArray m_hostRules;
   QElapsedTimer m_frameClock;
   double m_smoothedFrameTime = 0.0;                              // seconds
+  PageMessages* m_messages = nullptr;                            // null unless enabled
+  qint64 m_waitingMessages = 0;                                  // their bytes
   PublishedLarkaObject* m_scriptObject = nullptr;                // null unless asked for
   QPointer<LarkaSystemInfoJavaScriptObject> m_systemInfoObject;  // nothing sets it
 };

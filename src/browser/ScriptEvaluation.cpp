@@ -7,6 +7,7 @@
 #include <QWebFrame>
 #include <QWebPage>
 
+#include "bridge/ScriptText.h"
 #include "host/HostText.h"
 
 namespace LARKA {
@@ -53,37 +54,6 @@ class SyntaxCheck : public QWebPage {
  private:
   int m_line = 0;
 };
-
-QString escape(QChar unit) {
-  return QStringLiteral("\\u%1").arg(unit.unicode(), 4, 16, QLatin1Char('0'));
-}
-
-QString quoted(const QString& text) {
-  QString literal(QLatin1Char('"'));
-  for (const QChar unit : text) {
-    const bool plain = unit >= QLatin1Char(' ') && unit <= QLatin1Char('~') &&
-                       unit != QLatin1Char('"') && unit != QLatin1Char('\\');
-    literal += plain ? QString(unit) : escape(unit);
-  }
-  return literal + QLatin1Char('"');
-}
-
-// UTF-8 has nothing for half a surrogate pair; JSON has.
-QString withoutHalfPairs(const QString& json) {
-  QString whole;
-  whole.reserve(json.size());
-  for (int i = 0; i < json.size(); ++i) {
-    const bool pair =
-        json[i].isHighSurrogate() && i + 1 < json.size() && json[i + 1].isLowSurrogate();
-    if (pair)
-      whole += json.midRef(i++, 2);
-    else if (json[i].isSurrogate())
-      whole += escape(json[i]);
-    else
-      whole += json[i];
-  }
-  return whole;
-}
 
 // Without what evaluates the script.
 QString callsOfScript(const QString& stack) {

@@ -218,6 +218,14 @@ class PageTest : public test::BrowserTest, public IExtraCallbacks {
     if (word == "js") return browser->ExecuteJavascript(text.c_str());
     if (word == "run") return run(first == "-" ? "" : toBytes(first), end);
     if (word == "at-start") return yes(SetDocumentScript(browser, text.c_str()));
+    if (word == "messages") {
+      RemoveExtraListener(browser, &recorder);
+      AddExtraListener(browser, &recorder);
+      return yes(EnableMessages(browser, text == "on"));
+    }
+    if (word == "post")
+      return yes(
+          PostMessageToPage(browser, end.c_str(), first == "-" ? "" : toBytes(first).c_str()));
     if (word == "style") return yes(SetStyleSheet(browser, text.c_str()));
     if (word == "hand-over") {
       RemoveExtraListener(browser, &recorder);

@@ -85,6 +85,9 @@ class Recorder : public LARKA::CallbacksAdapter, public LARKA::IExtraCallbacks {
   std::string OnExecuteInLarka(const char* text) override {
     return add(__func__, text), larkaAnswer;
   }
+  void OnMessage(LARKA::ILarkaBrowser*, const char* json, const char* address) override {
+    add(__func__, json, " ", address);
+  }
   void OnDirty(LARKA::ILarkaBrowser* browser) override {
     ++dirty;
     dirtyBrowser = browser;

@@ -169,7 +169,8 @@ class LARKA_EXPORT ILarkaCallbacks {
   /// The pointer entered a link (true) or left it (false).
   virtual void OnLinkHovered(bool hovering) = 0;
 
-  /// A request met certificate errors. The load goes on regardless.
+  /// A request met certificate errors. The load goes on regardless, unless SetCertificateChecks()
+  /// has it fail.
   virtual void OnRequestError() = 0;
 };
 

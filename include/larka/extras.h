@@ -52,11 +52,23 @@ enum LoadErrorKind {
   LOAD_NOT_SHOWN = 11        ///< What came is nothing that QtWebKit shows.
 };
 
+/// What is wrong with a certificate. Later versions may add errors.
+enum CertificateError {
+  CERTIFICATE_SELF_SIGNED = 1,     ///< Nobody but the server vouches for it.
+  CERTIFICATE_UNKNOWN_ISSUER = 2,  ///< Its issuer is none that the system trusts.
+  CERTIFICATE_EXPIRED = 4,         ///< It is too old.
+  CERTIFICATE_NOT_YET_VALID = 8,   ///< It is for later: the clock of the device may be wrong.
+  CERTIFICATE_WRONG_HOST = 16,     ///< It is for another host.
+  CERTIFICATE_REVOKED = 32,        ///< It was withdrawn.
+  CERTIFICATE_OTHER = 64           ///< None of these.
+};
+
 /// How a load ended.
 struct LoadError {
   LoadErrorKind kind = LOAD_OK;  ///< why
   int httpStatus = 0;            ///< 0 unless the server answered with an error
   std::string address;           ///< that failed, after redirections; empty if the load was aborted
+  int certificateErrors = 0;     ///< the sum of CertificateError; see SetCertificateChecks()
   std::string text;  ///< for the viewer, in English and UTF-8, such as "connection refused"
 };
 
@@ -398,16 +410,25 @@ LARKA_EXPORT bool MoveFocus(ILarkaBrowser* browser, Directions direction);
 
 // Certificates.
 
-/// Has a load fail, with LOAD_CERTIFICATE, if the certificate of its server is not valid; a part of
-/// a page is left out then. Without it such a load goes on, as in release 1.0.
+/// Has the page's load fail, with LOAD_CERTIFICATE, if the certificate of a server is not valid;
+/// anything else with such a certificate, such as a picture or a frame, is left out of the page.
+/// ILarkaCallbacks::OnRequestError comes all the same. Without it such loads go on, as in release
+/// 1.0.
+///
+/// It counts for requests from then on, also to servers that there is a connection with. What is in
+/// a cache has been loaded already. The certificates that are trusted are those of the system
+/// (`ca-certificates` on Debian).
 ///
 /// May be called before ILarkaBrowser::Initialize. Returns false for null, for a browser that was
 /// shut down, and for an inspector.
 LARKA_EXPORT bool SetCertificateChecks(ILarkaBrowser* browser, bool check);
 
-/// Has later loads of this browser accept the certificate that made the last load fail: for the
-/// viewer who wants to go on regardless. Load the address again then. Another certificate of the
-/// same server fails again. Returns false if the last load didn't fail with LOAD_CERTIFICATE.
+/// Accepts the certificate that made the last load fail (see GetLoadError()), for the viewer who
+/// wants to go on regardless: for the same host and port, in this browser, until it is destroyed.
+/// Load the address again then. Another certificate of the same server fails as before.
+///
+/// Returns false if LoadError::certificateErrors of that load is 0. Also for null, for a browser
+/// that was shut down, and for an inspector.
 LARKA_EXPORT bool AcceptCertificate(ILarkaBrowser* browser);
 
 // Video.

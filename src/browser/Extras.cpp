@@ -48,7 +48,19 @@ LoadError GetLoadError(ILarkaBrowser* browser) {
   error.httpStatus = failure.httpStatus;
   error.address = toHost(failure.url);
   error.text = toHost(failure.text);
+  error.certificateErrors = failure.certificateErrors;
   return error;
+}
+
+bool SetCertificateChecks(ILarkaBrowser* browser, bool check) {
+  LarkaBrowser* larka = livingBrowser(browser);
+  if (larka) larka->setCertificateChecks(check);
+  return larka;
+}
+
+bool AcceptCertificate(ILarkaBrowser* browser) {
+  LarkaBrowser* larka = livingBrowser(browser);
+  return larka && larka->acceptCertificate();
 }
 
 void SetLoadTimeLimit(ILarkaBrowser* browser, int milliseconds) {
@@ -200,9 +212,5 @@ bool SetDevicePixelRatio(ILarkaBrowser* browser, double ratio) {
   const WebKitCall call(larka->pageUse());
   return larka->webView()->setImageScale(ratio);
 }
-
-// To come: certificates.
-bool SetCertificateChecks(ILarkaBrowser*, bool) { return false; }
-bool AcceptCertificate(ILarkaBrowser*) { return false; }
 
 }  // namespace LARKA

@@ -289,8 +289,7 @@ bool LarkaBrowser::isBusyLoading() const {
 
 bool LarkaBrowser::hasRunningRequests() const {
   if (!m_webView) return false;
-  const auto* manager = qobject_cast<NetworkAccessManager*>(page()->networkAccessManager());
-  return manager && manager->hasRunningReplies();
+  return networkManager()->hasRunningReplies();
 }
 
 LoadFailure LarkaBrowser::loadFailure() const {
@@ -316,6 +315,7 @@ void LarkaBrowser::endLoad(bool ok) {
   if (!ok) failure = loadFailure();
   if (!ok && failure.kind == LoadFailure::kNone)
     failure = {LoadFailure::kAborted, QUrl(), 0, QStringLiteral("stopped")};
+  if (failure.kind == LoadFailure::kCertificate) addCertificateTo(&failure);
   postHostEvent(this, m_pageUse, [=, self = QPointer<LarkaBrowser>(this), load = m_loads] {
     m_lastFailure = failure;
     if (m_webView) page()->plugins()->announce();
@@ -642,6 +642,30 @@ void LarkaBrowser::SetProxy(const char* host, int port, ProxyType type, const ch
 
 void LarkaBrowser::SetUserAgent(const char* userAgent) {
   if (m_webView) page()->setUserAgent(fromHost(userAgent));
+}
+
+// Always one of this library's: BrowserManager::CreateBrowser makes it.
+NetworkAccessManager* LarkaBrowser::networkManager() const {
+  return static_cast<NetworkAccessManager*>(page()->networkAccessManager());
+}
+
+void LarkaBrowser::setCertificateChecks(bool check) {
+  networkManager()->setCertificateChecks(check);
+}
+
+void LarkaBrowser::addCertificateTo(LoadFailure* failure) const {
+  if (!m_webView) return;
+  const BadCertificate bad = networkManager()->certificates().refused(failure->url);
+  if (bad.errors == 0) return;
+  failure->text = bad.text();
+  failure->certificateErrors = bad.errors;
+  failure->certificate = bad.digest;
+}
+
+bool LarkaBrowser::acceptCertificate() {
+  if (m_lastFailure.certificate.isEmpty()) return false;
+  networkManager()->certificates().accept(m_lastFailure.url, m_lastFailure.certificate);
+  return true;
 }
 
 // The disk cache.

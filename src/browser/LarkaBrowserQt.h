@@ -45,6 +45,7 @@ namespace LARKA {
 class ILarkaCallbacks;
 class LarkaWebView;
 class MediaElements;
+class NetworkAccessManager;
 class PageMessages;
 class PublishedLarkaObject;
 class TextInput;
@@ -109,6 +110,12 @@ class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
 
   /// PostMessageToPage() for a browser that has a page.
   bool postMessage(const QString& json, const QString& frameName);
+
+  /// SetCertificateChecks() for a browser that has a page.
+  void setCertificateChecks(bool check);
+
+  /// AcceptCertificate() for a browser that has a page.
+  bool acceptCertificate();
 
   /// SetDocumentScript() for a browser that has a page.
   void setDocumentScript(const QString& script);
@@ -274,6 +281,8 @@ class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
   void connectPage();
   void keepCacheForRunningReplies();
   QNetworkCookieJar* cookieJar() const;
+  NetworkAccessManager* networkManager() const;
+  void addCertificateTo(LoadFailure* failure) const;
   QList<QNetworkCookie> pageCookies() const;
   std::string historyLocation(int offset) const;
   void endLoad(bool ok);

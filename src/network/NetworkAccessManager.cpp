@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "network/NetworkAccessManager.h"
 
+#include <QSslConfiguration>
 #include <QTime>
 #include <algorithm>
 
@@ -14,6 +15,14 @@ namespace {
 const qint64 kReadBufferBytes = 20971520;  // 20 MiB
 
 const char kUserAgent[] = "User-Agent";
+
+const char kIsRefused[] = "larkaIsRefused";
+
+/// The server's own certificate. That of an error may be one of its issuers.
+QSslCertificate certificateOf(const QNetworkReply& reply, const QList<QSslError>& errors) {
+  const QSslCertificate own = reply.sslConfiguration().peerCertificate();
+  return own.isNull() && !errors.isEmpty() ? errors.first().certificate() : own;
+}
 
 QByteArray currentTime() {
   return QTime::currentTime().toString(QStringLiteral("hh:mm:ss")).toLatin1();
@@ -53,10 +62,18 @@ bool NetworkAccessManager::hasRunningReplies() const {
                      [](const QNetworkReply* reply) { return reply->isRunning(); });
 }
 
+// Connections that are open already, and sessions that could be resumed, are not checked again.
+void NetworkAccessManager::setCertificateChecks(bool check) {
+  if (check && !m_certificates.checks()) clearConnectionCache();
+  m_certificates.setChecks(check);
+}
+
 void NetworkAccessManager::onSslErrors(QNetworkReply* reply, const QList<QSslError>& errors) {
+  const bool isAllowed = m_certificates.allows(reply->url(), certificateOf(*reply, errors), errors);
+  reply->setProperty(kIsRefused, !isAllowed);
   QByteArray texts;
   for (const QSslError& error : errors) {
-    reply->ignoreSslErrors(errors);
+    if (isAllowed) reply->ignoreSslErrors(errors);
     texts += QByteArray::number(error.error()) + ' ' + error.errorString().toUtf8() + ", ";
   }
   diagnose("received SSL errors when loading '%s' (%s)\n",
@@ -67,6 +84,9 @@ void NetworkAccessManager::onSslErrors(QNetworkReply* reply, const QList<QSslErr
 void NetworkAccessManager::onReplyError(QNetworkReply::NetworkError code) {
   const QNetworkReply* reply = qobject_cast<QNetworkReply*>(sender());
   if (!reply) return;
+  const bool isOfHandshake = code == QNetworkReply::SslHandshakeFailedError;
+  if (isOfHandshake && !reply->property(kIsRefused).toBool())
+    m_certificates.forgetRefused(reply->url());
   diagnose("Error %d loading url '%s'\n", static_cast<int>(code), addressOf(*reply).constData());
 }
 

@@ -7,10 +7,12 @@
 #include <QSslError>
 #include <QUrl>
 
+#include "network/CertificatePolicy.h"
+
 namespace LARKA {
 
 /// Makes the requests of one browser: limits what a reply may buffer, ignores certificate errors
-/// and logs failures to the standard error stream. The browser's page owns it.
+/// unless they are to be checked, and logs failures. The browser's page owns it.
 class NetworkAccessManager : public QNetworkAccessManager {
   Q_OBJECT
 
@@ -18,6 +20,10 @@ class NetworkAccessManager : public QNetworkAccessManager {
   explicit NetworkAccessManager(QObject* parent);
 
   bool hasRunningReplies() const;
+
+  /// Has requests fail, from now on, if the server's certificate is not valid.
+  void setCertificateChecks(bool check);
+  CertificatePolicy& certificates() { return m_certificates; }
 
   // The order of the signals and slots is part of the contract.
  signals:
@@ -36,6 +42,9 @@ class NetworkAccessManager : public QNetworkAccessManager {
  protected:
   QNetworkReply* createRequest(Operation op, const QNetworkRequest& request,
                                QIODevice* outgoingData) override;
+
+ private:
+  CertificatePolicy m_certificates;
 };
 
 }  // namespace LARKA

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 #include <QUrl>
 #include <QWebPage>
@@ -28,6 +29,10 @@ struct LoadFailure {
   QUrl url;
   int httpStatus = 0;  // 0 unless the server answered
   QString text;        // for people, such as "connection refused"
+
+  // Only if the certificate is not valid.
+  int certificateErrors = 0;    // of CertificateError
+  QByteArray certificate = {};  // its digest
 };
 
 /// Returns the failure for which QtWebKit asks for an error page.

@@ -95,7 +95,7 @@ TEST_F(NetworkTest, PagesComeThroughTheProxyAndNoOtherWay) {
   EXPECT_TRUE(client->waitForReadyRead() && client->readAll() == "\5\1\2");
 }
 
-TEST_F(NetworkTest, ErrorsAreWrittenAndThoseOfCertificatesIgnored) {
+TEST_F(NetworkTest, ErrorsAreWrittenAndThoseOfCertificatesIgnoredOrChecked) {
   const int port = test::freePort();
   const std::string url = "https://127.0.0.1:" + std::to_string(port) + "/page.html";
   EXPECT_NE(diagnosticsOf(url).find("Error 1 loading url '" + url + "'\n"), std::string::npos);
@@ -128,6 +128,27 @@ TEST_F(NetworkTest, ErrorsAreWrittenAndThoseOfCertificatesIgnored) {
             std::string::npos)
       << errors;
   EXPECT_EQ(recorder.count("OnRequestError") + secondRecorder.count("OnRequestError"), 2);
+
+  EXPECT_TRUE(LARKA::SetCertificateChecks(browser, true) && !LARKA::AcceptCertificate(browser));
+  const auto failure = [&] {
+    const LARKA::LoadError error = visit(url) ? LARKA::LoadError() : LARKA::GetLoadError(browser);
+    return std::to_string(error.kind) + " " + error.text;
+  };
+  const std::string wrong = "6 its certificate is for another host, has expired and is self-signed";
+  EXPECT_EQ(failure(), wrong);
+  EXPECT_EQ(LARKA::GetLoadError(browser).certificateErrors, LARKA::CERTIFICATE_SELF_SIGNED |
+                                                                LARKA::CERTIFICATE_EXPIRED |
+                                                                LARKA::CERTIFICATE_WRONG_HOST);
+  EXPECT_EQ(recorder.count("OnRequestError"), 2);
+  EXPECT_TRUE(LARKA::AcceptCertificate(browser));
+  EXPECT_EQ(failure(), "0 ");
+  ASSERT_EQ(system(make.c_str()), 0);
+  EXPECT_EQ(failure(), wrong) << "another certificate";
+  ASSERT_TRUE(load("<iframe src=" + url + "></iframe>"));
+  EXPECT_EQ(script("frames[0].document.title"), "") << "a part of a page";
+  EXPECT_FALSE(LARKA::AcceptCertificate(browser));
+  EXPECT_TRUE(LARKA::SetCertificateChecks(browser, false));
+  EXPECT_EQ(failure(), "0 ");
   done = true;
   server.join();
 }

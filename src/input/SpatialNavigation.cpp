@@ -21,6 +21,7 @@ namespace {
 const int kMargin = 24;
 
 const int kPage = 0;  // the area
+const int kMostTries = 5;
 
 struct Candidate {
   int item;
@@ -198,15 +199,19 @@ class Step {
     sort(candidates);
   }
 
+  // Script that takes the focus away at once may do so with all of them.
   bool takeAnyOf(const Candidates& candidates) {
-    for (const Candidate& each : candidates)
+    for (const Candidate& each : candidates) {
       if (giveFocusTo(each.item)) return true;
+      if (m_tries >= kMostTries) return false;
+    }
     return false;
   }
 
   bool giveFocusTo(int index) {
     QWebElement element = item(index).element;
     if (!takesFocus(element)) return false;
+    ++m_tries;
     scrollIntoView(index);
     runOn(element, QStringLiteral("this.focus()"));
     if (!element.hasFocus() && element.webFrame() && !hasMoved()) {
@@ -295,6 +300,7 @@ class Step {
   Directions m_direction;
   FocusMap m_map;
   std::vector<QRect> m_lines;  // of the item with the focus
+  int m_tries = 0;
 };
 
 }  // namespace

@@ -62,7 +62,7 @@ bool NetworkAccessManager::hasRunningReplies() const {
                      [](const QNetworkReply* reply) { return reply->isRunning(); });
 }
 
-// Connections that are open already, and sessions that could be resumed, are not checked again.
+// What comes through a connection that is open already isn't checked again.
 void NetworkAccessManager::setCertificateChecks(bool check) {
   if (check && !m_certificates.checks()) clearConnectionCache();
   m_certificates.setChecks(check);

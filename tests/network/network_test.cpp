@@ -20,7 +20,8 @@ struct SecureServer : QTcpServer {
     socket.setLocalCertificate(certificate);
     socket.setPrivateKey(certificate);
     socket.startServerEncryption();
-    if (!socket.waitForEncrypted() || !socket.waitForReadyRead()) return;
+    if (!socket.waitForEncrypted()) return;
+    if (socket.bytesAvailable() == 0 && !socket.waitForReadyRead()) return;
     socket.write("HTTP/1.0 200 OK\r\nContent-Type: text/html\r\n\r\n<title>Secure</title>");
     socket.disconnectFromHost();
     if (socket.state() != QAbstractSocket::UnconnectedState) socket.waitForDisconnected();

@@ -24,6 +24,7 @@
 
 #include "browser/LarkaBrowserQt.h"
 #include "cookies/CookieJar.h"
+#include "elements/SelectPopup.h"
 #include "host/Destruction.h"
 #include "host/Diagnostics.h"
 #include "host/HostEvents.h"
@@ -217,6 +218,7 @@ void BrowserManager::Initialize(int argc, char** argv) {
     d->createView();
   }
   if (d->application) QApplication::setStyle(new LarkaStyle);
+  SelectPopup::install();
   QNetworkProxyFactory::setUseSystemConfiguration(true);
   if (!d->cookieJar)
     d->cookieJar =

@@ -5,6 +5,8 @@
 #include <QString>
 
 #include "browser/LarkaBrowserQt.h"
+#include "browser/PageColours.h"
+#include "browser/PageLists.h"
 #include "browser/TextInput.h"
 #include "elements/LarkaPluginWidgetQt.h"
 #include "host/HostEvents.h"
@@ -148,6 +150,16 @@ bool MoveFocus(ILarkaBrowser* browser, Directions direction) {
   return larka && larka->moveFocus(direction);
 }
 
+bool AnswerList(ILarkaBrowser* browser, int id, int index) {
+  const LarkaBrowser* larka = livingBrowser(browser);
+  return larka && larka->lists()->answer(id, index);
+}
+
+bool AnswerColor(ILarkaBrowser* browser, int id, const char* color) {
+  const LarkaBrowser* larka = livingBrowser(browser);
+  return larka && larka->colours()->answer(id, color);
+}
+
 // Listeners.
 
 IExtraCallbacks::~IExtraCallbacks() = default;
@@ -173,10 +185,6 @@ void AddExtraListener(ILarkaBrowser* browser, IExtraCallbacks* listener, int) {
 void RemoveExtraListener(ILarkaBrowser* browser, IExtraCallbacks* listener) {
   if (LarkaBrowser* larka = livingBrowser(browser)) larka->extraListeners().remove(listener);
 }
-
-// To come: lists.
-bool AnswerList(ILarkaBrowser*, int, int) { return false; }
-bool AnswerColor(ILarkaBrowser*, int, const char*) { return false; }
 
 // The image.
 

@@ -26,6 +26,8 @@
 #include "bridge/LarkaJavaScriptObject.h"
 #include "bridge/PageMessages.h"
 #include "bridge/ScriptText.h"
+#include "browser/PageColours.h"
+#include "browser/PageLists.h"
 #include "browser/ScriptEvaluation.h"
 #include "browser/TextInput.h"
 #include "cookies/CookieJar.h"
@@ -137,6 +139,8 @@ void LarkaBrowser::installPage(QNetworkAccessManager* manager) {
   m_textInput = new TextInput(this, page);
   auto* style = new UserStyleSheet(page);
   new FocusRing(style, page);
+  m_lists = new PageLists(m_webView, m_pageUse, this, &m_extraListeners);
+  m_colours = new PageColours(page, m_pageUse, this, &m_extraListeners);
   style->set(UserStyleSheet::HostRules, m_hostRules);
 }
 
@@ -146,7 +150,9 @@ void LarkaBrowser::setDialogParent() {
   auto* view = scene ? qobject_cast<HiddenView*>(scene->views().value(0)) : nullptr;
   if (!view) return;
   const QSize size = page()->viewportSize();
-  page()->setView(view->dialogParent());
+  page()->setView(view->makeDialogParent(page(), [colours = m_colours](const QColor& present) {
+    if (colours) colours->ask(present);
+  }));
   page()->setViewportSize(size);
 }
 
@@ -234,6 +240,8 @@ void LarkaBrowser::frameCreated(QWebFrame* frame) {
 // m_webView is cleared first: what the page still reports while it is being destroyed must not
 // reach a view half destroyed.
 void LarkaBrowser::Shutdown() {
+  delete m_lists;
+  delete m_colours;
   whenIdle(m_pageUse, nullptr, [webView = std::exchange(m_webView, nullptr)] {
     const OnStack unloadsThePage(webKitUse());
     delete webView;
@@ -252,6 +260,10 @@ void LarkaBrowser::SetAttribute(QWebSettings::WebAttribute attribute, bool on) {
 WebPage* LarkaBrowser::page() const { return static_cast<WebPage*>(m_webView->page()); }
 
 QWebFrame* LarkaBrowser::mainFrame() const { return page()->mainFrame(); }
+
+PageLists* LarkaBrowser::lists() const { return m_lists; }
+
+PageColours* LarkaBrowser::colours() const { return m_colours; }
 
 // Listeners.
 
@@ -918,7 +930,7 @@ int LarkaBrowser::GetHeight() {
 void LarkaBrowser::send(QEvent&& event) {
   if (!m_webView || !m_webView->scene()) return;
   const WebKitCall call(m_pageUse);
-  page()->event(&event);
+  if (!m_lists->takes(&event)) page()->event(&event);
 }
 
 void LarkaBrowser::MouseMove(int x, int y, int) { send(m_input.move(QPoint(x, y))); }
@@ -927,13 +939,15 @@ void LarkaBrowser::MouseDown(int x, int y, int) { send(m_input.press(QPoint(x, y
 
 void LarkaBrowser::MouseUp(int x, int y, int) { send(m_input.release(QPoint(x, y))); }
 
-// The hit test comes first: listeners get the control that was there before the click.
+// The hit test comes first: listeners get the control that was there before the click. A click for
+// an open list is none for the page.
 void LarkaBrowser::MouseClick(int x, int y, int reserved) {
+  const bool isForList = m_lists && m_lists->isShown();
   LarkaHTMLControl control = HitTest(x, y);
   const QPointer<LarkaBrowser> self(this);
   MouseDown(x, y, reserved);
   if (self) MouseUp(x, y, reserved);
-  if (!self) return;
+  if (!self || isForList) return;
   const WebKitCall deliversIt(m_pageUse);
   m_listeners.post(
       [control](ILarkaCallbacks* listener) mutable { listener->OnMouseClick(control); });
@@ -955,7 +969,7 @@ void LarkaBrowser::MouseWheel(int dx, int dy, int) {
 // As on a keyboard, Escape ends the full screen of an element; the page gets no key then.
 void LarkaBrowser::KeyDown(int key, int modifiers) {
   const QPointer<LarkaBrowser> self(this);
-  if (key == KEYCODE_ESCAPE && m_webView) {
+  if (key == KEYCODE_ESCAPE && m_webView && !m_lists->isShown()) {
     const WebKitCall call(m_pageUse);
     if (page()->leaveFullScreen()) return;
   }
@@ -1114,6 +1128,7 @@ void LarkaBrowser::renderToScreen() {
 
 void LarkaBrowser::showFullscreen(const QWebElement& element, bool render) {
   m_fullScreenElement = element;
+  if (m_lists) m_lists->close();
   if (m_webView) m_webView->SetFullScreenElement(element, render);
 }
 

@@ -47,6 +47,8 @@ class LarkaWebView;
 class MediaElements;
 class NetworkAccessManager;
 class PageMessages;
+class PageColours;
+class PageLists;
 class PublishedLarkaObject;
 class TextInput;
 class WebPage;
@@ -75,6 +77,9 @@ class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
 
   /// Writes into the page. There until the browser is shut down.
   TextInput* textInput() const { return m_textInput; }
+  /// The open list of its page, and its question for a colour; null once it has been shut down.
+  PageLists* lists() const;
+  PageColours* colours() const;
 
   /// Whether its page is on the stack.
   const StackUse& pageUse() const { return m_pageUse; }
@@ -314,6 +319,8 @@ class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
   int m_loadTimeLimit = 0;  // milliseconds; 0 or less for none
   QTimer m_loadTimer;
   bool m_endOfReplacedLoad = false;  // while its OnLoadFinished is called
+  QPointer<PageLists> m_lists;
+  QPointer<PageColours> m_colours;
   PluginList m_plugins;
   MediaElements* m_media;
   PageInput m_input;

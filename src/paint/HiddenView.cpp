@@ -2,9 +2,12 @@
 #include "paint/HiddenView.h"
 
 #include <QChildEvent>
+#include <QColorDialog>
 #include <QDialog>
 #include <QDrag>
 #include <QPointer>
+#include <QWebPage>
+#include <utility>
 
 #include "host/HostEvents.h"
 
@@ -23,12 +26,50 @@ class DialogMark : public QObject {
   OnStack m_webKit{webKitUse()};
 };
 
+/// Rejects the dialogs that it becomes the parent of.
+class DialogParent : public QWidget {
+  Q_OBJECT
+
+ public:
+  DialogParent(QWidget* parent, std::function<void(const QColor&)> askForColour)
+      : QWidget(parent), m_askForColour(std::move(askForColour)) {
+    resize(0, 0);
+  }
+
+  // A dialog is polished right before it is shown; its own event loop then handles the rejection.
+  bool eventFilter(QObject* object, QEvent* event) override {
+    auto* dialog = qobject_cast<QDialog*>(object);
+    if (dialog && event->type() == QEvent::Polish) {
+      dialog->setAttribute(Qt::WA_DontShowOnScreen);
+      new DialogMark(dialog);
+      QMetaObject::invokeMethod(dialog, "reject", Qt::QueuedConnection);
+      auto* colours = qobject_cast<QColorDialog*>(dialog);
+      if (colours) m_askForColour(colours->currentColor());
+    }
+    if (dialog && event->type() == QEvent::Hide)
+      qDeleteAll(dialog->findChildren<DialogMark*>(QString(), Qt::FindDirectChildrenOnly));
+    return QWidget::eventFilter(object, event);
+  }
+
+ protected:
+  void childEvent(QChildEvent* event) override {
+    QWidget::childEvent(event);
+    if (event->added()) event->child()->installEventFilter(this);
+  }
+
+ private:
+  std::function<void(const QColor&)> m_askForColour;
+};
+
 }  // namespace
 
-HiddenView::HiddenView(QGraphicsScene* scene)
-    : QGraphicsView(scene), m_dialogParent(new QWidget(this)) {
-  m_dialogParent->resize(0, 0);
-  m_dialogParent->installEventFilter(this);
+HiddenView::HiddenView(QGraphicsScene* scene) : QGraphicsView(scene) {}
+
+QWidget* HiddenView::makeDialogParent(QWebPage* page,
+                                      std::function<void(const QColor&)> askForColour) {
+  auto* parent = new DialogParent(this, std::move(askForColour));
+  connect(page, &QObject::destroyed, parent, &QObject::deleteLater);
+  return parent;
 }
 
 // QtWebKit makes its drags children of the scene's first view. While a child is added it is still
@@ -40,21 +81,6 @@ void HiddenView::childEvent(QChildEvent* event) {
     if (qobject_cast<QDrag*>(child)) QDrag::cancel();
   };
   QMetaObject::invokeMethod(this, cancel, Qt::QueuedConnection);
-}
-
-// A dialog is polished right before it is shown; its own event loop then handles the rejection.
-bool HiddenView::eventFilter(QObject* object, QEvent* event) {
-  if (object == m_dialogParent && event->type() == QEvent::ChildAdded)
-    static_cast<QChildEvent*>(event)->child()->installEventFilter(this);
-  auto* dialog = qobject_cast<QDialog*>(object);
-  if (dialog && event->type() == QEvent::Polish) {
-    dialog->setAttribute(Qt::WA_DontShowOnScreen);
-    new DialogMark(dialog);
-    QMetaObject::invokeMethod(dialog, "reject", Qt::QueuedConnection);
-  }
-  if (dialog && event->type() == QEvent::Hide)
-    qDeleteAll(dialog->findChildren<DialogMark*>(QString(), Qt::FindDirectChildrenOnly));
-  return QGraphicsView::eventFilter(object, event);
 }
 
 }  // namespace LARKA

@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QColor>
 #include <QGraphicsView>
+#include <functional>
+
+class QWebPage;
 
 namespace LARKA {
 
@@ -14,17 +18,13 @@ class HiddenView : public QGraphicsView {
  public:
   explicit HiddenView(QGraphicsScene* scene);
 
-  /// Returns the parent for dialogs, for QWebPage::setView. It has no size, because the page takes
-  /// over the size of that widget.
-  QWidget* dialogParent() const { return m_dialogParent; }
-
-  bool eventFilter(QObject* object, QEvent* event) override;
+  /// Makes the parent for the dialogs of `page`, for QWebPage::setView. It has no size, because the
+  /// page takes over the size of that widget. `askForColour` is called, while QtWebKit waits, when
+  /// the page asks for a colour, with the present one; the page keeps that for now.
+  QWidget* makeDialogParent(QWebPage* page, std::function<void(const QColor&)> askForColour);
 
  protected:
   void childEvent(QChildEvent* event) override;
-
- private:
-  QWidget* m_dialogParent;
 };
 
 }  // namespace LARKA

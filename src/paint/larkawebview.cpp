@@ -174,6 +174,7 @@ QRect LarkaWebView::paintPending() {
   if (!scene()) return QRect();  // the browser is being destroyed
   if (!hasPageImage() && wantedImageSize().isEmpty()) return QRect();  // the view has no size yet
   leaveFullScreenWithItsElement();
+  if (m_overlay) m_overlay->follow();
   QRegion region = takePendingRegion();
   if (region.isEmpty()) return QRect();
   countFrame();
@@ -305,6 +306,7 @@ QRect LarkaWebView::paintable(const QImage& image) const {
 // if the image has to be painted as a whole.
 bool LarkaWebView::moveScrolled(const QPoint& position) {
   if (!m_fullScreenElement.isNull()) return !m_scroll.isPending();
+  if (m_overlay && m_scroll.isPending()) return false;
   if (!m_scroll.leadsTo(position, m_scale.toView(pageImage()->rect()), m_scale)) return false;
   m_pendingRects.extend(m_scroll.reach());
   for (const QRect& exposed : m_scroll.apply(pageImage(), m_scale))
@@ -339,7 +341,13 @@ void LarkaWebView::paintPart(QPainter* painter, const QRect& part, int margin) {
   painter->setTransform(m_scale.transform());
   const QRect exposed = m_scale.toView(part).adjusted(-margin, -margin, margin, margin);
   page()->mainFrame()->render(painter, QWebFrame::AllLayers, exposed);
+  if (m_overlay) m_overlay->paint(painter);
   painter->resetTransform();
+}
+
+QRect LarkaWebView::shownRect() const {
+  const QSize image = hasPageImage() ? pageImage()->size() : wantedImageSize();
+  return m_scale.toView(QRect(QPoint(0, 0), image)) & viewRect();
 }
 
 // Clears the whole image first, because the element may not cover what it painted before, and

@@ -6,6 +6,7 @@
 #include <QImage>
 #include <QMutex>
 #include <QParallelAnimationGroup>
+#include <QPointer>
 #include <QPropertyAnimation>
 #include <QRegion>
 #include <QTimer>
@@ -17,6 +18,7 @@
 #include "larka/extras.h"
 #include "paint/DirtyRects.h"
 #include "paint/ImageScale.h"
+#include "paint/Overlay.h"
 #include "paint/ScrollShift.h"
 
 namespace LARKA {
@@ -88,8 +90,11 @@ class LarkaWebView : public QGraphicsWebView {
   /// otherwise that of the page. Null before the first paint.
   QImage* hostImage();
 
-  /// Returns how many pixels of the image a pixel of the view is.
-  double imageScale() const { return 1.0; }
+  /// Draws `overlay` over the page, while it lives; null for nothing. AddRect() has it repainted.
+  void setOverlay(Overlay* overlay) { m_overlay = overlay; }
+
+  /// Returns the part of the view that the page image shows.
+  QRect shownRect() const;
 
   /// Compares the page image with a fresh one of the whole page and replaces what is stale. Call it
   /// when no page is on the stack.
@@ -151,6 +156,7 @@ class LarkaWebView : public QGraphicsWebView {
   QRegion m_pendingRegion;    // guarded by m_mutex
   DirtyRects m_pendingRects;  // what is painted of it
   ScrollShift m_scroll;
+  QPointer<Overlay> m_overlay;
   QRegion m_unnoticedParts;  // of the host's image that have changed since the last dirty()
   QRegion m_noticedParts;    // during dirty(): those that had changed before
   FrameStatistics m_statistics;

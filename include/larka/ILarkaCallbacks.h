@@ -108,7 +108,8 @@ class LARKA_EXPORT ILarkaCallbacks {
   virtual void OnUrlChanged(const char* url) = 0;
 
   /// ILarkaBrowser::MouseClick clicked the element `control`, or no element (an empty handle). The
-  /// reference is valid only during the call; you may keep a copy of the handle.
+  /// reference is valid only during the call; you may keep a copy of the handle. Not called for the
+  /// click that ends the open list of a `select`.
   virtual void OnMouseClick(LarkaHTMLControl& control) = 0;
 
   /// The page has a new plug-in; see LarkaPluginWidget for what counts as one. Called once for each

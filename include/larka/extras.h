@@ -228,25 +228,34 @@ struct ListEntry {
   bool separator = false;  ///< a line between entries, which can't be chosen
 };
 
-/// A list that the page opens: of a `select`, or of an `input` with suggestions.
+/// The list of a `select` that the viewer opens. (A `select` of several lines or choices is part of
+/// the page and opens none. QtWebKit has no list for an `input` with suggestions.)
 struct ListRequest {
-  int id = 0;                      ///< for AnswerList()
-  Rectangle control{};             ///< of the element, as far as it is in the image
-  bool multiple = false;           ///< whether several entries can be chosen
-  std::vector<ListEntry> entries;  ///< in the order of the page
+  int id = 0;                      ///< for AnswerList(); never 0
+  Rectangle control{};             ///< the `select`, as far as it is in the image
+  std::vector<ListEntry> entries;  ///< in the order of the page, without hidden ones
 };
 
-/// Answers IExtraCallbacks::OnListOpened, at any time after it.
+/// Answers IExtraCallbacks::OnListOpened, in the call or at any time after it, and closes the list.
+/// Page script then hears of the choice as of any other, unless the entry was chosen already.
 ///
 /// - `id`: the list's.
-/// - `index`: of the entry that the viewer chose, from 0. -1 if none was; the list is closed then.
-///   In a list with several choices each answer turns an entry on or off; end it with -1.
+/// - `index`: in ListRequest::entries, from 0; -1 if the viewer chose none.
 ///
-/// Returns false if the list is closed already, or if there is no such entry to choose.
+/// Returns false, and changes nothing, if the list is closed already, if there is no such entry to
+/// choose, and if the page has changed the entries since.
 LARKA_EXPORT bool AnswerList(ILarkaBrowser* browser, int id, int index);
 
-/// Answers IExtraCallbacks::OnColorOpened, at any time after it. `color` is of the form "#rrggbb",
-/// null if the viewer chose none. Returns false if the question has ended, or for another text.
+/// Closes the list that is part of the image, without a choice: for the "back" of a remote control.
+/// Returns false if there is none.
+LARKA_EXPORT bool CloseList(ILarkaBrowser* browser);
+
+/// Answers IExtraCallbacks::OnColorOpened, in the call or at any time after it, and ends the
+/// question.
+///
+/// - `color`: of the form "#rrggbb". Null if the viewer chose none.
+///
+/// Returns false if the question has ended, and for another text: then it goes on.
 LARKA_EXPORT bool AnswerColor(ILarkaBrowser* browser, int id, const char* color);
 
 // Text.
@@ -518,24 +527,30 @@ class LARKA_EXPORT IExtraCallbacks {
   /// address of its own has "about:blank" or "about:srcdoc".
   virtual void OnMessage(ILarkaBrowser* browser, const char* json, const char* address);
 
-  /// The page opens a list. Return true to show it yourself: then answer with AnswerList(), now or
-  /// later; the page doesn't wait. The first listener that returns true has it. If none does, the
-  /// list becomes part of the page image, where keys and pointer reach it. `list` is valid during
-  /// the call.
+  /// The viewer opens a list, with the pointer or a key. Return true to show it yourself: then
+  /// answer with AnswerList(), now or later; the page doesn't wait, and gets the keys and the
+  /// pointer meanwhile. The first listener that returns true has the list. If none does, the list
+  /// becomes part of the page image, where keys and pointer reach it. `list` is valid during the
+  /// call.
   virtual bool OnListOpened(ILarkaBrowser* browser, const ListRequest& list);
 
-  /// The list that you show has closed without an answer: the page was left, or it removed the
-  /// element. Not called after AnswerList() has closed it.
+  /// The list that you show has closed without an answer: the page was left, or it removed, hid or
+  /// disabled the `select`, scrolled it out of view or took the focus from it. If the page changes
+  /// the entries, OnListOpened() follows with the new ones. Not called after AnswerList() has
+  /// closed the list.
   virtual void OnListClosed(ILarkaBrowser* browser, int id);
 
-  /// The page asks for a colour. Return true to ask the viewer: then answer with AnswerColor(), now
-  /// or later. If no listener does, the question is refused. `color` is the present one, of the
-  /// form
-  /// "#rrggbb", valid during the call; `control` is the element's place in the image.
+  /// The viewer activates an `input` for a colour. Return true to ask for one: then answer with
+  /// AnswerColor(), now or later; the page doesn't wait. If no listener does, the colour stays.
+  ///
+  /// - `id`: for AnswerColor(); never 0.
+  /// - `control`: the `input`, as far as it is in the image; of no size if it isn't.
+  /// - `color`: the present one, of the form "#rrggbb"; valid during the call.
   virtual bool OnColorOpened(ILarkaBrowser* browser, int id, const Rectangle& control,
                              const char* color);
 
-  /// The question for a colour has ended without an answer, as with OnListClosed().
+  /// The question for a colour has ended without an answer: the page was left, it removed or
+  /// disabled the `input`, or the viewer activated another one.
   virtual void OnColorClosed(ILarkaBrowser* browser, int id);
 
   /// An element that the viewer can write into got the focus or lost it (TEXT_NONE), or its text,

@@ -155,6 +155,13 @@ bool AnswerList(ILarkaBrowser* browser, int id, int index) {
   return larka && larka->lists()->answer(id, index);
 }
 
+bool CloseList(ILarkaBrowser* browser) {
+  const LarkaBrowser* larka = livingBrowser(browser);
+  const bool isShown = larka && larka->lists()->isShown();
+  if (isShown) larka->lists()->close();
+  return isShown;
+}
+
 bool AnswerColor(ILarkaBrowser* browser, int id, const char* color) {
   const LarkaBrowser* larka = livingBrowser(browser);
   return larka && larka->colours()->answer(id, color);

@@ -120,7 +120,9 @@ QColor ListPainter::groundOf(const ListItem& item) const {
 }
 
 void ListPainter::paint(QPainter* painter) const {
-  if (m_place.isNull()) return;
+  const bool isClippedAway =
+      painter->hasClipping() && !painter->clipBoundingRect().intersects(bounds());
+  if (m_place.isNull() || isClippedAway) return;
   painter->save();
   painter->setPen(Qt::NoPen);
   for (int i = kShadow; i > 0; --i)

@@ -190,6 +190,13 @@ class PageTest : public test::BrowserTest, public IExtraCallbacks {
     if (word == "shutdown") return destroy(true), host.manager->Shutdown(true), kDone;
     if (word == "listen") return browser->AddListener(listener(rest)), kDone;
     if (word == "unlisten") return browser->RemoveListener(listener(rest)), kDone;
+    if (word == "listen-more") {
+      recorder.takesOver = text == "taking";
+      return AddExtraListener(browser, &recorder), kDone;
+    }
+    if (word == "answer-list") return yes(AnswerList(browser, recorder.question, rest.toInt()));
+    if (word == "answer-colour")
+      return yes(AnswerColor(browser, recorder.question, text.empty() ? nullptr : text.c_str()));
     if (word == "answer") return answer(listener(first == "-" ? "" : first), end), kDone;
 
     // Pages.

@@ -48,7 +48,8 @@ class Recorder : public LARKA::CallbacksAdapter, public LARKA::IExtraCallbacks {
   std::function<void(const std::string&)> onEvent;  // called after each event is written down
   std::string promptAnswer, chosenFile, larkaAnswer;
   std::vector<LARKA::LarkaPluginWidget> plugins;  // that were announced
-  bool confirms = false, answersPrompt = false;
+  bool confirms = false, answersPrompt = false, takesOver = false;
+  int question = 0;  // the last one that can be taken over
   int dirty = 0;
   LARKA::ILarkaBrowser* dirtyBrowser = nullptr;  // of the last OnDirty
   bool finished = false, ok = false;
@@ -66,6 +67,20 @@ class Recorder : public LARKA::CallbacksAdapter, public LARKA::IExtraCallbacks {
     add(__func__, loaded);
   }
   void OnLoadProgress(int percent) override { add(__func__, percent); }
+  bool OnListOpened(LARKA::ILarkaBrowser*, const LARKA::ListRequest& list) override {
+    std::string entries;
+    for (const LARKA::ListEntry& entry : list.entries)
+      entries += (entry.selected ? " *" : entry.enabled ? " " : " -") + entry.group + entry.text;
+    question = list.id;
+    return add(__func__, list.control.x, ",", list.control.y, entries), takesOver;
+  }
+  void OnListClosed(LARKA::ILarkaBrowser*, int id) override { add(__func__, id == question); }
+  bool OnColorOpened(LARKA::ILarkaBrowser*, int id, const LARKA::Rectangle& control,
+                     const char* color) override {
+    question = id;
+    return add(__func__, control.x, ",", control.y, " ", color), takesOver;
+  }
+  void OnColorClosed(LARKA::ILarkaBrowser*, int id) override { add(__func__, id == question); }
   void OnPrintRequested() override { add(__func__); }
   bool OnDownloadRequested() override { return add(__func__), true; }
   void OnTitleChanged(const char* title) override { add(__func__, title); }

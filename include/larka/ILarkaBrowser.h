@@ -285,7 +285,8 @@ class LARKA_EXPORT ILarkaBrowser {
   /// The image is 32-bit ARGB with premultiplied alpha: four bytes a pixel, in memory blue, green,
   /// red, alpha (0xAARRGGBB as a native 32-bit number). Rows go from top to bottom,
   /// GetBrowserStride() bytes apart. The image is as large as the view was at the first paint
-  /// (GetWidth(), GetHeight()), but at most 1280 by 720.
+  /// (GetWidth(), GetHeight()), but at most 1280 by 720, unless the host asks for another size
+  /// (SetMaximumImageSize() and what follows it in larka/extras.h).
   ///
   /// The library keeps ownership and paints into the image whenever events are pumped: read it
   /// between two pumps, or in ILarkaCallbacks::OnDirty. The address stays the same until the

@@ -385,9 +385,13 @@ LARKA_EXPORT ImageSize GetImageSize(ILarkaBrowser* browser);
 ///
 /// ILarkaBrowser and the handles of elements and plug-ins stay in pixels of the view. Positions and
 /// rectangles of this file are in pixels of the image: those of the view times the ratio. A plug-in
-/// in full screen has an image of its size times the ratio. Page script finds the ratio in
-/// `window.devicePixelRatio`, style sheets in `resolution` and `-webkit-device-pixel-ratio`, and
-/// `srcset` and `image-set` choose pictures by it.
+/// in full screen has an image of its size times the ratio. The page finds the ratio, rounded up to
+/// a whole number, in `window.devicePixelRatio` and `-webkit-device-pixel-ratio`, and `srcset` and
+/// `image-set` choose pictures by it.
+///
+/// Whole numbers look best. With others the edge of a box may lie within a pixel and is blended
+/// there; and until the page has come to rest, shadows, gradients and rows of pixels at the edge of
+/// what scrolls may differ a little from what they become.
 ///
 /// May be called before ILarkaBrowser::Initialize. Returns false, and changes nothing, after the
 /// first paint, for a ratio out of range, for null, for a browser that was shut down, and for an

@@ -150,9 +150,10 @@ void LarkaBrowser::setDialogParent() {
   auto* view = scene ? qobject_cast<HiddenView*>(scene->views().value(0)) : nullptr;
   if (!view) return;
   const QSize size = page()->viewportSize();
-  page()->setView(view->makeDialogParent(page(), [colours = m_colours](const QColor& present) {
-    if (colours) colours->ask(present);
-  }));
+  page()->setView(
+      view->makeDialogParent(page(), m_pageUse, [colours = m_colours](const QColor& present) {
+        if (colours) colours->ask(present);
+      }));
   page()->setViewportSize(size);
 }
 

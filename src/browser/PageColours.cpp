@@ -43,7 +43,10 @@ void PageColours::ask(const QColor& present) {
   const QByteArray colour = present.name().toLatin1();
   m_input = find(QString::fromLatin1(colour));
   if (m_input.isNull()) return;
-  postHostEvent(this, m_use, [this, colour, id = m_question.begin()] { announce(id, colour); });
+  // Not in the event loop of QtWebKit's dialog.
+  whenIdle(webKitUse(), this, [this, colour, id = m_question.begin()] {
+    postHostEvent(this, m_use, [=] { announce(id, colour); });
+  });
 }
 
 // QtWebKit doesn't say which element asks. Script may have activated one without the focus; if it

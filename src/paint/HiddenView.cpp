@@ -15,15 +15,16 @@ namespace LARKA {
 
 namespace {
 
-/// A child of a dialog, for as long as QtWebKit waits on the stack for the dialog's answer.
+/// A child of a dialog: the page is on the stack until the dialog is destroyed. When it is hidden
+/// its event loop may still have events to handle.
 class DialogMark : public QObject {
   Q_OBJECT
 
  public:
-  using QObject::QObject;
+  DialogMark(QDialog* dialog, const StackUse& page) : QObject(dialog), m_page(page) {}
 
  private:
-  OnStack m_webKit{webKitUse()};
+  OnStack m_page;
 };
 
 /// Rejects the dialogs that it becomes the parent of.
@@ -31,8 +32,9 @@ class DialogParent : public QWidget {
   Q_OBJECT
 
  public:
-  DialogParent(QWidget* parent, std::function<void(const QColor&)> askForColour)
-      : QWidget(parent), m_askForColour(std::move(askForColour)) {
+  DialogParent(QWidget* parent, const StackUse& page,
+               std::function<void(const QColor&)> askForColour)
+      : QWidget(parent), m_page(page), m_askForColour(std::move(askForColour)) {
     resize(0, 0);
   }
 
@@ -41,13 +43,11 @@ class DialogParent : public QWidget {
     auto* dialog = qobject_cast<QDialog*>(object);
     if (dialog && event->type() == QEvent::Polish) {
       dialog->setAttribute(Qt::WA_DontShowOnScreen);
-      new DialogMark(dialog);
+      new DialogMark(dialog, m_page);
       QMetaObject::invokeMethod(dialog, "reject", Qt::QueuedConnection);
       auto* colours = qobject_cast<QColorDialog*>(dialog);
       if (colours) m_askForColour(colours->currentColor());
     }
-    if (dialog && event->type() == QEvent::Hide)
-      qDeleteAll(dialog->findChildren<DialogMark*>(QString(), Qt::FindDirectChildrenOnly));
     return QWidget::eventFilter(object, event);
   }
 
@@ -58,6 +58,7 @@ class DialogParent : public QWidget {
   }
 
  private:
+  StackUse m_page;
   std::function<void(const QColor&)> m_askForColour;
 };
 
@@ -65,9 +66,9 @@ class DialogParent : public QWidget {
 
 HiddenView::HiddenView(QGraphicsScene* scene) : QGraphicsView(scene) {}
 
-QWidget* HiddenView::makeDialogParent(QWebPage* page,
+QWidget* HiddenView::makeDialogParent(QWebPage* page, const StackUse& use,
                                       std::function<void(const QColor&)> askForColour) {
-  auto* parent = new DialogParent(this, std::move(askForColour));
+  auto* parent = new DialogParent(this, use, std::move(askForColour));
   connect(page, &QObject::destroyed, parent, &QObject::deleteLater);
   return parent;
 }

@@ -5,6 +5,8 @@
 #include <QGraphicsView>
 #include <functional>
 
+#include "host/StackUse.h"
+
 class QWebPage;
 
 namespace LARKA {
@@ -19,9 +21,11 @@ class HiddenView : public QGraphicsView {
   explicit HiddenView(QGraphicsScene* scene);
 
   /// Makes the parent for the dialogs of `page`, for QWebPage::setView. It has no size, because the
-  /// page takes over the size of that widget. `askForColour` is called, while QtWebKit waits, when
-  /// the page asks for a colour, with the present one; the page keeps that for now.
-  QWidget* makeDialogParent(QWebPage* page, std::function<void(const QColor&)> askForColour);
+  /// page takes over the size of that widget. `use` tells when the page is on the stack.
+  /// `askForColour` is called, while QtWebKit waits, when the page asks for a colour, with the
+  /// present one; the page keeps that for now.
+  QWidget* makeDialogParent(QWebPage* page, const StackUse& use,
+                            std::function<void(const QColor&)> askForColour);
 
  protected:
   void childEvent(QChildEvent* event) override;

@@ -35,8 +35,7 @@ ScriptResult failure(const char* message) {
 std::vector<Rectangle> GetChangedRectangles(ILarkaBrowser* browser) {
   std::vector<Rectangle> rectangles;
   if (const LarkaBrowser* found = livingBrowser(browser)) {
-    for (const QRect& rect : found->webView()->changedParts())
-      rectangles.push_back({rect.x(), rect.y(), rect.width(), rect.height()});
+    for (const QRect& rect : found->webView()->changedParts()) rectangles.push_back(toHost(rect));
   }
   return rectangles;
 }

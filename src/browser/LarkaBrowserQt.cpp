@@ -140,7 +140,7 @@ void LarkaBrowser::installPage(QNetworkAccessManager* manager) {
   auto* style = new UserStyleSheet(page);
   new FocusRing(style, page);
   m_lists = new PageLists(m_webView, m_pageUse, this, &m_extraListeners);
-  m_colours = new PageColours(page, m_pageUse, this, &m_extraListeners);
+  m_colours = new PageColours(m_webView, m_pageUse, this, &m_extraListeners);
   style->set(UserStyleSheet::HostRules, m_hostRules);
 }
 

@@ -9,6 +9,8 @@
 #include "elements/ElementScript.h"
 #include "elements/WebElement.h"
 #include "host/HostEvents.h"
+#include "host/HostText.h"
+#include "paint/larkawebview.h"
 
 namespace LARKA {
 
@@ -31,9 +33,13 @@ QList<QWebElement> inputsWith(const QString& colour, QWebFrame* frame) {
 
 }  // namespace
 
-PageColours::PageColours(QWebPage* page, const StackUse& use, ILarkaBrowser* browser,
+PageColours::PageColours(LarkaWebView* view, const StackUse& use, ILarkaBrowser* browser,
                          Listeners<IExtraCallbacks>* listeners)
-    : QObject(page), m_page(page), m_use(use), m_browser(browser), m_question(this, listeners) {
+    : QObject(view->page()),
+      m_view(view),
+      m_use(use),
+      m_browser(browser),
+      m_question(this, listeners) {
   connect(&m_watch, &QTimer::timeout, this, &PageColours::watch);
   m_watch.setInterval(kWatchMilliseconds);
 }
@@ -52,9 +58,9 @@ void PageColours::ask(const QColor& present) {
 // QtWebKit doesn't say which element asks. Script may have activated one without the focus; if it
 // isn't the only one of its colour, the question is refused.
 QWebElement PageColours::find(const QString& present) const {
-  const QList<QWebElement> inputs = inputsWith(present, m_page->mainFrame());
+  const QList<QWebElement> inputs = inputsWith(present, m_view->page()->mainFrame());
   const QWebElement focused =
-      m_page->currentFrame()->findFirstElement(QStringLiteral("input[type=color]:focus"));
+      m_view->page()->currentFrame()->findFirstElement(QStringLiteral("input[type=color]:focus"));
   if (inputs.contains(focused)) return focused;
   return inputs.size() == 1 ? inputs.first() : QWebElement();
 }
@@ -63,8 +69,7 @@ void PageColours::announce(int id, const QByteArray& present) {
   if (m_question.id() != id) return;
   if (!WebElement::isInPage(m_input)) return m_question.end();
   WebElement::currentGeometry(m_input);  // lays the page out
-  const QRect rect = WebElement(m_input).paintedRect();
-  const Rectangle control = {rect.x(), rect.y(), rect.width(), rect.height()};
+  const Rectangle control = toHost(m_view->toImage(WebElement(m_input).paintedRect()));
   const bool isOpen = m_question.offer([&](IExtraCallbacks* listener) {
     return listener->OnColorOpened(m_browser, id, control, present.constData());
   });

@@ -7,11 +7,10 @@
 
 #include "browser/HostQuestion.h"
 
-class QWebPage;
-
 namespace LARKA {
 
 class ILarkaBrowser;
+class LarkaWebView;
 
 /// A page's question for a colour, when the viewer activates an `input` of that type: asks the
 /// listeners. A child of the page.
@@ -20,7 +19,7 @@ class PageColours : public QObject {
 
  public:
   /// `use` tells when the page is on the stack.
-  PageColours(QWebPage* page, const StackUse& use, ILarkaBrowser* browser,
+  PageColours(LarkaWebView* view, const StackUse& use, ILarkaBrowser* browser,
               Listeners<IExtraCallbacks>* listeners);
 
   /// QtWebKit asks for a colour in place of `present`, and waits.
@@ -35,7 +34,7 @@ class PageColours : public QObject {
   void watch();
   void end();
 
-  QWebPage* m_page;
+  LarkaWebView* m_view;
   StackUse m_use;
   ILarkaBrowser* m_browser;
   HostQuestion m_question;

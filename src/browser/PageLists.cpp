@@ -129,8 +129,7 @@ void PageLists::announce(int id) {
 ListRequest PageLists::request() const {
   ListRequest request;
   request.id = m_question.id();
-  const QRect& control = m_style.control;
-  request.control = {control.x(), control.y(), control.width(), control.height()};
+  request.control = toHost(m_view->toImage(m_style.control));
   for (const ListItem& item : m_list.items()) {
     if (item.kind == ListItem::Group) continue;
     ListEntry entry;

@@ -2,9 +2,12 @@
 #pragma once
 
 #include <QByteArray>
+#include <QRect>
 #include <QString>
 #include <QUrl>
 #include <string>
+
+#include "larka/extras.h"
 
 namespace LARKA {
 
@@ -24,5 +27,9 @@ inline std::string toHost(const QString& text) {
 
 /// Converts a URL for the host to its readable form.
 inline std::string toHost(const QUrl& url) { return toHost(url.toString()); }
+
+inline Rectangle toHost(const QRect& rect) {
+  return {rect.x(), rect.y(), rect.width(), rect.height()};
+}
 
 }  // namespace LARKA

@@ -187,7 +187,8 @@ void PageLists::watch() {
   if (!webKitUse().isIdle()) return;
   const WebKitCall call(m_use);
   if (m_question.isForsaken() || !isUsable() || !arrange()) return close();
-  if (m_isShown || m_question.isTaken()) refresh();
+  if (!m_isShown && !m_question.isTaken()) return;
+  if (!refresh() && m_isShown && m_painter.bounds() != m_drawn) redraw();
 }
 
 bool PageLists::isUsable() const {

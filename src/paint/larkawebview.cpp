@@ -108,6 +108,7 @@ LarkaWebView::LarkaWebView() {
 LarkaWebView::~LarkaWebView() {
   diagnose("----destroying webview\n");
   StopAnimation();
+  disconnect(this, nullptr, this, nullptr);  // the page ends after this part of the view
 }
 
 void LarkaWebView::AddRect(const QRect& rect) {

@@ -3,10 +3,37 @@
 # installs the Debian 12 packages that it needs, as root or with sudo, and builds Larka.
 #
 #   scripts/demo.sh [URL]     a page: its address, a local file, or a host name without a scheme
+#   scripts/demo.sh --tv [OPTION...]
+#                             starts the television host of examples/tv-host instead, in a window;
+#                             --tv --help lists its options. Without a display it plays a bundled
+#                             script, which leaves its screenshots in the folder larka-tv.
 set -u
 . "$(dirname "$0")/setup.sh"
 help_if_asked "$@"
-usage="usage: scripts/demo.sh [URL]"
+usage="usage: scripts/demo.sh [URL] or scripts/demo.sh --tv [OPTION...]"
+
+run_television() {
+  root=$(cd "$(dirname "$0")/.." && pwd) || exit 1
+  # shellcheck disable=SC2086
+  (cd "$root" && ensure_packages $build_packages $docs_packages $television_packages xvfb xauth &&
+    build_preset release tv-host) || exit
+  host=$root/build/release/examples/tv-host/tv-host
+  case "${DISPLAY:-}${WAYLAND_DISPLAY:-}${1:-}" in
+    "" | --[!h]*) ;;
+    *) exec "$host" "$@" ;;
+  esac
+  pictures=$root/larka-tv  # what is there afterwards is of this run
+  rm -rf "$pictures" && mkdir "$pictures" || exit 1
+  SDL_RENDER_DRIVER=software SDL_VIDEODRIVER=x11 xvfb-run -a -s "-screen 0 1280x720x24" \
+    "$host" --script "$root/examples/tv-host/tour.script" --pictures "$pictures" "$@" || exit
+  echo "No display: the television host has played its script. The screenshots are in $pictures."
+  exit 0
+}
+
+if [ "${1:-}" = --tv ]; then
+  shift
+  run_television "$@"
+fi
 [ $# -le 1 ] || fail "$usage"
 case "${1:-}" in
   -*) fail "$usage" ;;

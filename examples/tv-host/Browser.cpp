@@ -50,19 +50,7 @@ void Browser::press(int key) {
   m_larka->KeyUp(key, 0);
 }
 
-void Browser::pressInList(Key key) {
-  if (key == Key::Up) return press(LARKA::KEYCODE_UP);
-  if (key == Key::Down) return press(LARKA::KEYCODE_DOWN);
-  if (key != Key::Ok && key != Key::Back) return;
-  m_listOpen = false;
-  if (key == Key::Ok)
-    press(LARKA::KEYCODE_RETURN);
-  else
-    LARKA::CloseList(m_larka);
-}
-
 void Browser::click(SDL_Point point, bool down) {
-  if (down) m_listOpen = false;
   m_larka->MouseMove(point.x, point.y, 0);
   if (down)
     m_larka->MouseDown(point.x, point.y, 0);
@@ -78,7 +66,6 @@ void Browser::OnLoadStarted() {
   m_owner.onLeaving(*this);
   m_error = LARKA::LoadError();
   m_holes.clear();
-  m_listOpen = false;
   OnLoadProgress(0);
 }
 
@@ -125,12 +112,6 @@ std::string Browser::OnJavaScriptPrompt(const char* message, const char* default
 }
 
 std::string Browser::OnExecuteInLarka(const char* command) { return m_owner.command(command); }
-
-// Returns false: Larka draws it.
-bool Browser::OnListOpened(LARKA::ILarkaBrowser* /*browser*/, const LARKA::ListRequest& /*list*/) {
-  m_listOpen = true;
-  return false;
-}
 
 void Browser::OnMediaRequest(LARKA::ILarkaBrowser* /*browser*/, LARKA::LarkaPluginWidget* player,
                              LARKA::MediaAction action, double value) {

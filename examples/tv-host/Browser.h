@@ -66,8 +66,6 @@ class Browser : public LARKA::CallbacksAdapter, public LARKA::IExtraCallbacks {
   void show(int height);
   // Whether a list is open in the page's image: keys are the list's then. Larka says when one
   // opens, not when it closes: the host knows what closes it.
-  bool listOpen() const { return m_listOpen; }
-  void pressInList(Key key);
   // Presses and releases a key, and a press of the pointer's button.
   void press(int key);
   void click(SDL_Point point, bool down);
@@ -86,7 +84,6 @@ class Browser : public LARKA::CallbacksAdapter, public LARKA::IExtraCallbacks {
   std::string OnJavaScriptPrompt(const char* message, const char* defaultValue,
                                  bool* handled) override;
   std::string OnExecuteInLarka(const char* command) override;
-  bool OnListOpened(LARKA::ILarkaBrowser* browser, const LARKA::ListRequest& list) override;
   void OnMediaRequest(LARKA::ILarkaBrowser* browser, LARKA::LarkaPluginWidget* player,
                       LARKA::MediaAction action, double value) override;
   void OnTextField(LARKA::ILarkaBrowser* browser, const LARKA::TextField& field) override;
@@ -103,7 +100,6 @@ class Browser : public LARKA::CallbacksAdapter, public LARKA::IExtraCallbacks {
   LARKA::LoadError m_error;
   LARKA::TextField m_field;
   int m_progress = 100;
-  bool m_listOpen = false;
 };
 
 }  // namespace tv

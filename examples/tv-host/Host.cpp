@@ -11,9 +11,6 @@ namespace tv {
 
 namespace {
 
-// What the Return key would not press as a viewer expects it.
-constexpr char kPressedWithSpace[] = "/^(checkbox|radio)$/.test(document.activeElement.type)";
-
 int scrollKey(Key arrow) {
   switch (arrow) {
     case Key::Up:
@@ -158,7 +155,6 @@ void Host::pressInPage(Press press) {
   Browser& browser = *shownBrowser();
   if (m_screen == Screen::Page && pressOnTabs(press.key)) return;
   if (browser.error().kind != LARKA::LOAD_OK) return choose(m_error.press(press.key));
-  if (browser.listOpen()) return browser.pressInList(press.key);
   switch (press.key) {
     case Key::Ok:
       return pressOk(browser);
@@ -191,18 +187,17 @@ bool Host::pressOnTabs(Key key) {
 
 void Host::pressOk(Browser& browser) {
   if (browser.writable()) return openKeyboardFor(browser);
-  const bool space = browser.evaluate(kPressedWithSpace) == "true";
-  browser.press(space ? LARKA::KEYCODE_SPACE : LARKA::KEYCODE_RETURN);
+  LARKA::PressFocused(browser.larka());
 }
 
 void Host::move(Browser& browser, Key arrow) {
   if (!LARKA::MoveFocus(browser.larka(), directionOf(arrow))) browser.press(scrollKey(arrow));
 }
 
-// Back leaves what is innermost: the full screen of an element, the page, the tab, the screen.
+// Back leaves what is innermost: a list, the full screen of an element, the page, the tab, the
+// screen.
 void Host::back(Browser& browser) {
-  if (browser.evaluate("!!document.webkitFullscreenElement") == "true")
-    return browser.press(LARKA::KEYCODE_ESCAPE);
+  if (LARKA::CloseList(browser.larka()) || LARKA::LeaveFullScreen(browser.larka())) return;
   if (!browser.larka()->GetPrevLocation().empty()) return browser.larka()->Back();
   if (m_screen == Screen::Page && m_tabs.count() > 1) return m_tabs.close();
   home();

@@ -38,7 +38,7 @@ std::string Host::pageState(const Browser& browser, const std::string& name) con
   if (name == "title") return browser.title();
   if (name == "loading") return browser.loading() ? "yes" : "no";
   if (name == "error") return browser.error().text;
-  if (name == "list") return browser.listOpen() ? "open" : "closed";
+  if (name == "list") return LARKA::IsListOpen(browser.larka()) ? "open" : "closed";
   if (name == "hole") return browser.holes().empty() ? "none" : textOf(browser.holes()[0].visible);
   if (name == "focus") return plain(browser.evaluate("document.activeElement.id"));
   if (name.rfind("script ", 0) == 0) return plain(browser.evaluate(name.substr(7)));

@@ -250,6 +250,10 @@ LARKA_EXPORT bool AnswerList(ILarkaBrowser* browser, int id, int index);
 /// Returns false if there is none.
 LARKA_EXPORT bool CloseList(ILarkaBrowser* browser);
 
+/// Returns whether a list is open in the image, where keys and the pointer reach it and not the
+/// page.
+LARKA_EXPORT bool IsListOpen(ILarkaBrowser* browser);
+
 /// Answers IExtraCallbacks::OnColorOpened, in the call or at any time after it, and ends the
 /// question.
 ///
@@ -419,7 +423,36 @@ LARKA_EXPORT bool SetDevicePixelRatio(ILarkaBrowser* browser, double ratio);
 /// Returns false if there is none: focus and page stay as they are, and the host may scroll. Also
 /// for null, for a browser that was shut down, and for an inspector. Page script that moves the
 /// focus elsewhere, or takes it away, doesn't make it false.
+///
+/// While the list of a `select` is open in the image, this moves its highlight instead, and returns
+/// true.
 LARKA_EXPORT bool MoveFocus(ILarkaBrowser* browser, Directions direction);
+
+/// Presses the element that has the focus, as OK of a remote control: a key that the page sees,
+/// Return or, for a check box or a radio button, the space bar. It follows a link, presses a
+/// button, opens the list of a `select`, chooses from an open one, and sends the form of a field.
+///
+/// Returns false if no element has the focus, for null, for a browser that was shut down, and for
+/// an inspector.
+LARKA_EXPORT bool PressFocused(ILarkaBrowser* browser);
+
+/// Ends the full screen that page script asked for, as KEYCODE_ESCAPE does; for a remote control's
+/// "back". Returns false if there is none, for null, for a browser that was shut down, and for an
+/// inspector.
+LARKA_EXPORT bool LeaveFullScreen(ILarkaBrowser* browser);
+
+// Plug-ins.
+
+/// Where a plug-in is in the image.
+struct PluginPlace {
+  Rectangle area{};     ///< all of the element, also where it is out of view
+  Rectangle visible{};  ///< what is seen of it; 0 wide and high if that is nothing
+};
+
+/// Returns where QtWebKit last painted a plug-in. Frames, and boxes around it that scroll or clip,
+/// hide parts of it; elements drawn over it don't count. A box that the plug-in's frame is in
+/// doesn't count either. Ask after each ILarkaCallbacks::OnDirty. For an empty handle all is 0.
+LARKA_EXPORT PluginPlace GetPluginPlace(ILarkaBrowser* browser, LarkaPluginWidget* plugin);
 
 // Certificates.
 

@@ -161,6 +161,11 @@ bool CloseList(ILarkaBrowser* browser) {
   return isShown;
 }
 
+bool IsListOpen(ILarkaBrowser* browser) {
+  const LarkaBrowser* larka = livingBrowser(browser);
+  return larka && larka->lists()->isShown();
+}
+
 bool AnswerColor(ILarkaBrowser* browser, int id, const char* color) {
   const LarkaBrowser* larka = livingBrowser(browser);
   return larka && larka->colours()->answer(id, color);
@@ -190,6 +195,27 @@ void AddExtraListener(ILarkaBrowser* browser, IExtraCallbacks* listener, int) {
 
 void RemoveExtraListener(ILarkaBrowser* browser, IExtraCallbacks* listener) {
   if (LarkaBrowser* larka = livingBrowser(browser)) larka->extraListeners().remove(listener);
+}
+
+bool PressFocused(ILarkaBrowser* browser) {
+  LarkaBrowser* larka = livingBrowser(browser);
+  return larka && larka->pressFocused();
+}
+
+bool LeaveFullScreen(ILarkaBrowser* browser) {
+  LarkaBrowser* larka = livingBrowser(browser);
+  return larka && larka->leaveFullScreen();
+}
+
+PluginPlace GetPluginPlace(ILarkaBrowser* browser, LarkaPluginWidget* plugin) {
+  PluginPlace place;
+  const LarkaBrowser* larka = livingBrowser(browser);
+  const auto* record = plugin ? LarkaPluginWidgetPrivate::of(*plugin) : nullptr;
+  if (!larka || !record || record->wholeRect().isEmpty()) return place;
+  place.area = toHost(larka->webView()->toImage(record->wholeRect()));
+  const QRect visible = record->visibleRect();
+  if (!visible.isEmpty()) place.visible = toHost(larka->webView()->toImage(visible));
+  return place;
 }
 
 // The image.

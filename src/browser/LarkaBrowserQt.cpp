@@ -36,6 +36,7 @@
 #include "elements/MediaSource.h"
 #include "host/Diagnostics.h"
 #include "host/HostText.h"
+#include "input/FocusedField.h"
 #include "input/SpatialNavigation.h"
 #include "inspector/InspectorBrowser.h"
 #include "larka/ILarkaCallbacks.h"
@@ -970,10 +971,8 @@ void LarkaBrowser::MouseWheel(int dx, int dy, int) {
 // As on a keyboard, Escape ends the full screen of an element; the page gets no key then.
 void LarkaBrowser::KeyDown(int key, int modifiers) {
   const QPointer<LarkaBrowser> self(this);
-  if (key == KEYCODE_ESCAPE && m_webView && !m_lists->isShown()) {
-    const WebKitCall call(m_pageUse);
-    if (page()->leaveFullScreen()) return;
-  }
+  const bool endsFullScreen = key == KEYCODE_ESCAPE && m_webView && !m_lists->isShown();
+  if (endsFullScreen && leaveFullScreen()) return;
   if (self) send(m_input.key(QEvent::KeyPress, key, modifiers));
 }
 
@@ -1021,7 +1020,32 @@ bool LarkaBrowser::stepFocus(bool next) {
 
 bool LarkaBrowser::moveFocus(Directions direction) {
   const WebKitCall call(m_pageUse);
-  return LARKA::moveFocus(page(), direction);
+  if (!m_lists->isShown()) return LARKA::moveFocus(page(), direction);
+  if (direction == DIRECTION_DOWN) press(KEYCODE_DOWN);
+  if (direction == DIRECTION_UP) press(KEYCODE_UP);
+  return true;
+}
+
+bool LarkaBrowser::pressFocused() {
+  const WebKitCall call(m_pageUse);
+  const QWebElement focused = focusedElement(page());
+  if (focused.isNull()) return false;
+  const QString type = focused.attribute(QStringLiteral("type")).toLower();
+  const bool isSwitch = focused.tagName().toLower() == QLatin1String("input") &&
+                        (type == QLatin1String("checkbox") || type == QLatin1String("radio"));
+  press(isSwitch ? KEYCODE_SPACE : KEYCODE_RETURN);
+  return true;
+}
+
+bool LarkaBrowser::leaveFullScreen() {
+  const WebKitCall call(m_pageUse);
+  return page()->leaveFullScreen();
+}
+
+void LarkaBrowser::press(int key) {
+  const QPointer<LarkaBrowser> self(this);
+  KeyDown(key, 0);
+  if (self) KeyUp(key, 0);
 }
 
 // The page image.

@@ -110,6 +110,10 @@ class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
   /// MoveFocus() for a browser that has a page.
   bool moveFocus(Directions direction);
 
+  /// PressFocused() and LeaveFullScreen() for a browser that has a page.
+  bool pressFocused();
+  bool leaveFullScreen();
+
   /// EnableMessages() for a browser that has a page.
   void enableMessages(bool enable);
 
@@ -275,6 +279,7 @@ class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
   void scrollBy(qint64 dx, qint64 dy);
   bool stepFocus(bool next);
   void send(QEvent&& event);
+  void press(int key);
 
   void makeScriptObject();
   void messageReceived(const QString& json, const QUrl& address);

@@ -9,6 +9,34 @@
 
 namespace LARKA {
 
+namespace {
+
+QString styleOf(const QWebElement& element, const char* name) {
+  return element.styleProperty(QLatin1String(name), QWebElement::ComputedStyle);
+}
+
+bool hasPosition(const QWebElement& element, const char* position) {
+  return styleOf(element, "position") == QLatin1String(position);
+}
+
+/// Returns the innermost element around `element` that it is placed in, and that may clip it.
+QWebElement boxAround(const QWebElement& element) {
+  if (hasPosition(element, "fixed")) return QWebElement();
+  QWebElement box = element.parent();
+  if (!hasPosition(element, "absolute")) return box;
+  while (!box.isNull() && hasPosition(box, "static")) box = box.parent();
+  return box;
+}
+
+// The style of these two is that of the frame.
+bool clips(const QWebElement& box) {
+  const QString tag = box.tagName().toLower();
+  return tag != QLatin1String("html") && tag != QLatin1String("body") &&
+         styleOf(box, "overflow-x") != QLatin1String("visible");
+}
+
+}  // namespace
+
 // A page in QtWebKit's page cache still has its frames. But the main frame has another document, or
 // the frames are no longer among the children of their parents.
 QWebElement WebElement::ifOnPage(const QWebElement& element) {
@@ -48,6 +76,24 @@ QRect WebElement::paintedRect() const {
     rect = rect.translated(-frame->scrollPosition()) & shown;
     rect.translate(frame->geometry().topLeft());
   }
+  return rect;
+}
+
+QRect WebElement::visibleRect() const {
+  QRect rect = paintedRect();
+  QWebElement box = element();
+  const QWebElement root = box.document();
+  const QWebElement fullScreen = root.findFirst(QStringLiteral(":-webkit-full-screen"));
+  while (!rect.isEmpty() && box != fullScreen && !(box = boxAround(box)).isNull())
+    if (clips(box)) rect &= WebElement(box).paintedRect();
+  return rect;
+}
+
+QRect WebElement::wholeRect() const {
+  const QWebElement painted = element();
+  QRect rect = painted.geometry();
+  for (QWebFrame* frame = painted.webFrame(); frame; frame = frame->parentFrame())
+    rect.translate(frame->geometry().topLeft() - frame->scrollPosition());
   return rect;
 }
 

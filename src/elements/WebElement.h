@@ -31,6 +31,12 @@ class WebElement {
   /// the view don't show it.
   QRect paintedRect() const;
 
+  /// Returns the same without what boxes around the element hide, as far as they are in its frame.
+  QRect visibleRect() const;
+
+  /// Returns where QtWebKit last painted the element, in pixels of the view, all of it.
+  QRect wholeRect() const;
+
   /// Returns the element; null once its page has been left. (It is there again if the history
   /// returns to the page while it is in QtWebKit's page cache.)
   QWebElement element() const { return ifOnPage(m_element); }

@@ -1,4 +1,4 @@
-# What `cmake --install` puts where: the library with its link name, the headers, larka-shot with its
+# What `cmake --install` puts where: the library with its link name, larka-engine, the headers, larka-shot with its
 # manual page, and what other projects find the library by (CMake, pkg-config).
 include(CMakePackageConfigHelpers)
 
@@ -14,6 +14,12 @@ set(templates ${PROJECT_SOURCE_DIR}/cmake/templates)
 
 install(TARGETS larkabrowser EXPORT LarkaBrowserTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
+# The library finds it relative to itself.
+install(TARGETS larka-engine RUNTIME DESTINATION ${LARKA_ENGINE_DIRECTORY} COMPONENT runtime)
+if(LARKA_INSTALL_RPATH)
+  file(RELATIVE_PATH engine_to_library /p/${LARKA_ENGINE_DIRECTORY} /p/${CMAKE_INSTALL_LIBDIR})
+  set_target_properties(larka-engine PROPERTIES INSTALL_RPATH "$ORIGIN/${engine_to_library}")
+endif()
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/larka DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
   COMPONENT development FILES_MATCHING PATTERN "*.h")
 install(EXPORT LarkaBrowserTargets NAMESPACE Larka:: DESTINATION ${config_directory}

@@ -13,18 +13,21 @@ cd "$(dirname "$0")/.." || exit 1
 # Each room of src/ with the rooms that it may use. The files at the top of src/ may use all of them.
 rooms="
   host
+  channel
   bridge
   cookies
   storage
   pannable
-  elements host
+  elements channel host
   input elements host
   network host storage
   paint elements host
   plugins elements host
   page plugins
   inspector
-  browser bridge cookies elements host input inspector network page paint plugins storage
+  remote channel elements host
+  engine channel
+  browser bridge cookies elements host input inspector network page paint plugins remote storage
 "
 # The subjects of the commits after this one are checked.
 subjects_after=89ef109f1145a2ce2590f18f0e7b67624ae9ad13

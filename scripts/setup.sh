@@ -1,8 +1,9 @@
 # Installs what the project needs on Debian 12. Sourced by the other scripts.
 # shellcheck disable=SC2034
 
-build_packages="g++ cmake make ninja-build help2man qtbase5-dev libqt5webkit5-dev qt5-style-plugins
-  fonts-dejavu-core fonts-dejavu-extra gstreamer1.0-plugins-base gstreamer1.0-plugins-good"
+build_packages="g++ cmake make ninja-build help2man qtbase5-dev libqt5webkit5-dev libseccomp-dev
+  qt5-style-plugins fonts-dejavu-core fonts-dejavu-extra gstreamer1.0-plugins-base
+  gstreamer1.0-plugins-good"
 television_packages="libsdl2-dev libsdl2-ttf-dev libpng-dev pkgconf"
 test_packages="libgtest-dev libbenchmark-dev xvfb xauth openssl tinyproxy
   abigail-tools pkgconf gstreamer1.0-tools $television_packages"

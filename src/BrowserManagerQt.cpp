@@ -36,6 +36,8 @@
 #include "paint/HiddenView.h"
 #include "paint/LarkaStyle.h"
 #include "paint/larkawebview.h"
+#include "remote/RemoteBrowser.h"
+#include "remote/RemoteManager.h"
 
 namespace LARKA {
 
@@ -118,6 +120,10 @@ QString applicationSupportPath(const QString& name) {
 BrowserManagerPrivate::BrowserManagerPrivate() = default;
 
 BrowserManagerPrivate::~BrowserManagerPrivate() {
+  if (remote) {
+    remote->end();
+    return;
+  }
   diagnose("----browser manager quitting\n");
   diagnose("---destroying scene\n");
   releaseLivingBrowsers();
@@ -188,6 +194,10 @@ BrowserManager::BrowserManager() : d(new BrowserManagerPrivate) {}
 // Without Qt's application the view and the scene can't be destroyed: the process is ending, or the
 // host's application has deleted the widgets.
 BrowserManager::~BrowserManager() {
+  if (d && d->remote) {
+    delete d;
+    return;
+  }
   if (d) g_running = false;
   const bool toolkitGone = g_processEnding || !QCoreApplication::instance();
   if (d && d->view && toolkitGone) {
@@ -199,6 +209,10 @@ BrowserManager::~BrowserManager() {
 }
 
 void BrowserManager::Initialize(int argc, char** argv) {
+  const bool asksForProcess = RemoteManager::takeArgument(&argc, argv);
+  if (asksForProcess && d && !d->application && !d->remote)
+    d->remote = std::make_shared<RemoteManager>(this);
+  if (d && d->remote) return d->remote->initialize(argc, argv);
   g_running = true;
   if (!d) d = new BrowserManagerPrivate;
   avoidFaultyOptimiser();
@@ -229,6 +243,7 @@ void BrowserManager::Initialize(int argc, char** argv) {
 }
 
 void BrowserManager::Shutdown(bool immediate) {
+  if (d && d->remote) return d->remote->shutDown(immediate);
   if (!diagnosticsUse().isIdle()) return;
   diagnose("browser manager shutdown (immediate %d)\n", immediate);
   whenIdle(webKitUse(), nullptr, [] { QWebSettings::clearMemoryCaches(); });
@@ -243,6 +258,7 @@ void BrowserManager::Shutdown(bool immediate) {
 }
 
 ILarkaBrowser* BrowserManager::CreateBrowser() {
+  if (d && d->remote) return d->remote->createBrowser();
   if (!d || !d->application || !d->cookieJar) return nullptr;
   if (!diagnosticsUse().isIdle()) return nullptr;
   d->createView();
@@ -261,6 +277,8 @@ ILarkaBrowser* BrowserManager::CreateBrowser() {
 }
 
 void BrowserManager::DestroyBrowser(ILarkaBrowser* browser, bool immediate) {
+  if (auto* remote = remoteBrowser(browser))
+    return RemoteManager::destroyBrowser(remote, immediate);
   const void* address = browser;
   diagnose("----destroying browser %p (immediate %d)\n", address, immediate);
   if (!browser) return;
@@ -283,19 +301,24 @@ void BrowserManager::DestroyBrowser(ILarkaBrowser* browser, bool immediate) {
 
 ITimer* BrowserManager::CreateTimer(TimerCallback callback, int intervalMilliseconds,
                                     bool singleShot, void* userData) {
+  if (d && d->remote)
+    return d->remote->createTimer(callback, intervalMilliseconds, singleShot, userData);
   return new BrowserTimerQT(callback, intervalMilliseconds, singleShot, userData);
 }
 
 void BrowserManager::DisposeTimer(ITimer* timer) {
+  if (d && d->remote && d->remote->disposeTimer(timer)) return;
   if (timer) QTimer::singleShot(0, static_cast<BrowserTimerQT*>(timer), SLOT(Dispose()));
 }
 
 void BrowserManager::PumpEvents() {
+  if (d && d->remote) return d->remote->pumpEvents();
   if (leaveQuestionUse().isIdle()) pumpOnce(QEventLoop::AllEvents);
 }
 
 // Any event ends the wait, so that animations run at their full rate. Shutdown ends it too.
 void BrowserManager::RunEventLoop() {
+  if (d && d->remote) return d->remote->runEventLoop();
   if (!diagnosticsUse().isIdle()) return;
   if (d && d->view) d->view->setVisible(true);
   TurnBrake brake;

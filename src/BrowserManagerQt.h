@@ -4,6 +4,7 @@
 #include <QList>
 #include <QObject>
 #include <QPointer>
+#include <memory>
 
 #include "host/Destruction.h"
 
@@ -16,6 +17,7 @@ class QNetworkDiskCache;
 namespace LARKA {
 
 class CookieJar;
+class RemoteManager;
 
 /// Owns what all browsers share: the cookie jar and the disk cache (its children), and the hidden
 /// scene with the view that paints it.
@@ -39,6 +41,7 @@ class BrowserManagerPrivate : public QObject {
   bool viewCreated = false;
   QGraphicsView* view = nullptr;
   QGraphicsScene* scene = nullptr;
+  std::shared_ptr<RemoteManager> remote;  // does everything if QtWebKit runs in another process
 
  protected:
   bool event(QEvent* event) override {

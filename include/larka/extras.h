@@ -16,6 +16,7 @@
 
 namespace LARKA {
 
+class BrowserManager;
 class ILarkaBrowser;
 class IExtraCallbacks;
 class LarkaPluginWidget;
@@ -549,6 +550,48 @@ struct MediaReport {
 /// Returns false without such an element, and once its page has been left.
 LARKA_EXPORT bool ReportMedia(LarkaPluginWidget* player, const MediaReport& report);
 
+// The engine process.
+
+/// What has become of the engine process: with the argument `--engine-process`,
+/// BrowserManager::Initialize has QtWebKit run in a process of its own. Later versions may add
+/// states.
+enum EngineState {
+  ENGINE_ANSWERS = 0,  ///< It answers again, or a new one has started.
+  ENGINE_SILENT = 1,   ///< It doesn't answer: calls return at once, with empty results.
+  ENGINE_ENDED = 2,    ///< It has ended, and a new one is being started.
+  ENGINE_STOPPED = 3   ///< It has ended, and none is started until RestartEngine() is called.
+};
+
+/// How hosts want their engine processes.
+struct EngineSettings {
+  /// How long a call waits for the answer, in milliseconds.
+  int answerLimit = 2000;
+  /// Ends a process that has been ENGINE_SILENT for so many milliseconds; 0 for never.
+  int endAfter = 0;
+  /// How much memory pages may use in a process, in bytes; 0 for no limit. A process that needs
+  /// more ends.
+  long long memoryLimit = 0;
+  /// Whether a new process loads the pages of the one before.
+  bool reload = true;
+  /// The directories that pages may write into, besides Larka's own, in the file system's encoding:
+  /// those of cookie files, disk caches and local storage. Each is made if it is missing. Without
+  /// any they are those that the browsers have been given by the first load of a process: what a
+  /// browser is given later can only be read.
+  std::vector<std::string> directories;
+};
+
+/// Sets how engine processes are to be: those that are there and those to come. Call it on the
+/// thread of BrowserManager::Initialize, or before that.
+LARKA_EXPORT void SetEngineSettings(const EngineSettings& settings);
+
+/// Ends the engine process of a manager at once, whatever it is doing, as if it had crashed: a new
+/// one is started. Returns false if the manager has none.
+LARKA_EXPORT bool EndEngine(BrowserManager* manager);
+
+/// Starts an engine process for a manager whose process was ENGINE_STOPPED. Returns false for any
+/// other manager.
+LARKA_EXPORT bool RestartEngine(BrowserManager* manager);
+
 // More events.
 
 /// A listener to the events that release 1.0 has no room for. Everything that ILarkaCallbacks says
@@ -612,6 +655,10 @@ class LARKA_EXPORT IExtraCallbacks {
   /// again, with another handle.
   virtual void OnMediaRequest(ILarkaBrowser* browser, LarkaPluginWidget* player, MediaAction action,
                               double value);
+
+  /// The engine process doesn't answer, answers again, has ended, or was started. Each browser
+  /// calls its listeners. After ENGINE_ENDED and ENGINE_STOPPED the page image stays as it was.
+  virtual void OnEngineState(ILarkaBrowser* browser, EngineState state);
 };
 
 /// Adds a listener, as ILarkaBrowser::AddListener does. Leave `version` as it is: it says which

@@ -58,8 +58,8 @@ class WebPage;
 /// manager.
 class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
   Q_OBJECT
-  // What larka-shot reads by name, because the public interface doesn't tell. They are properties
-  // because the list of methods is part of the contract.
+  // What larka-shot reads by name, because the public interface doesn't tell. They
+  // are properties because the list of methods is part of the contract.
   Q_PROPERTY(QString loadFailure READ loadFailureText)
   Q_PROPERTY(bool hasRunningRequests READ hasRunningRequests)
   Q_PROPERTY(bool isImageMended READ mendImage)

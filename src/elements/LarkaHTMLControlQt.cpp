@@ -106,6 +106,7 @@ bool LarkaHTMLControl::ConvertLarkaTypeToQTagAndType(ControlType type, std::stri
 }
 
 ControlType LarkaHTMLControl::GetControlType() {
+  if (const auto answer = asked<&LarkaHTMLControl::GetControlType>(d)) return *answer;
   const QString tag = d->element().tagName().toLower();
   if (tag != QLatin1String("input")) return recognised(kRecognisedTags, tag, CONTROL_UNKNOWN);
   const QString type =
@@ -115,6 +116,7 @@ ControlType LarkaHTMLControl::GetControlType() {
 
 // NOLINTBEGIN(performance-unnecessary-value-param): the interface takes the texts by value.
 std::string LarkaHTMLControl::GetStyleProperty(std::string name) {
+  if (const auto answer = asked<&LarkaHTMLControl::GetStyleProperty>(d, name)) return *answer;
   return d->element()
       .styleProperty(latin1(name), QWebElement::ComputedStyle)
       .toLatin1()
@@ -122,23 +124,28 @@ std::string LarkaHTMLControl::GetStyleProperty(std::string name) {
 }
 
 void LarkaHTMLControl::SetStyleProperty(std::string name, std::string value) {
+  if (d->remote && d->remote->ask<&LarkaHTMLControl::SetStyleProperty>(name, value)) return;
   d->element().setStyleProperty(latin1(name), latin1(value));
 }
 // NOLINTEND(performance-unnecessary-value-param)
 
 bool LarkaHTMLControl::IsClickable() {
+  if (const auto answer = asked<&LarkaHTMLControl::IsClickable>(d)) return *answer;
   return !d->element().isNull() && !d->hitTest.linkUrl().isEmpty();
 }
 
 void LarkaHTMLControl::GetControlRect(int* x, int* y, int* width, int* height) {
+  if (d->remote && d->remote->ask<&LarkaHTMLControl::GetControlRect>(x, y, width, height)) return;
   writeRect(d->mapToPage(d->currentGeometry()), x, y, width, height);
 }
 
 std::string LarkaHTMLControl::GetControlId() {
+  if (const auto answer = asked<&LarkaHTMLControl::GetControlId>(d)) return *answer;
   return toHost(d->element().attribute(QStringLiteral("id")));
 }
 
 std::string LarkaHTMLControl::GetControlText() {
+  if (const auto answer = asked<&LarkaHTMLControl::GetControlText>(d)) return *answer;
   const QVariant value = valueOn(d->element(), QStringLiteral("this.value"));
   return toHost(value.isNull() ? d->element().attribute(QStringLiteral("value"))
                                : value.toString());
@@ -146,12 +153,14 @@ std::string LarkaHTMLControl::GetControlText() {
 
 // The UTF-8 text may have more bytes than characters; the page clamps the position.
 void LarkaHTMLControl::SetCaretAtEndOfControl() {
+  if (d->remote && d->remote->ask<&LarkaHTMLControl::SetCaretAtEndOfControl>()) return;
   const QString end = QString::number(GetControlText().size());
   runOn(d->element(), QStringLiteral("this.selectionStart=") + end);
   runOn(d->element(), QStringLiteral("this.selectionEnd=") + end);
 }
 
 bool LarkaHTMLControl::IsControlSelected() {
+  if (const auto answer = asked<&LarkaHTMLControl::IsControlSelected>(d)) return *answer;
   const QVariant checked = valueOn(d->element(), QStringLiteral("this.checked"));
   return checked.isNull() ? !d->element().attribute(QStringLiteral("checked")).isEmpty()
                           : checked.toBool();
@@ -159,14 +168,19 @@ bool LarkaHTMLControl::IsControlSelected() {
 
 // QWebElement::setFocus doesn't move the caret, or the focus between frames; focus() does.
 void LarkaHTMLControl::Focus() {
+  if (d->remote && d->remote->ask<&LarkaHTMLControl::Focus>()) return;
   const WebKitCall call;
   runOn(d->element(), QStringLiteral("this.focus()"));
   d->element().setFocus();
 }
 
-bool LarkaHTMLControl::HasFocus() { return d->element().hasFocus(); }
+bool LarkaHTMLControl::HasFocus() {
+  if (const auto answer = asked<&LarkaHTMLControl::HasFocus>(d)) return *answer;
+  return d->element().hasFocus();
+}
 
 void LarkaHTMLControl::GetZoomRect(int* x, int* y, int* width, int* height) {
+  if (d->remote && d->remote->ask<&LarkaHTMLControl::GetZoomRect>(x, y, width, height)) return;
   const QWebElement block = WebElement::ifOnPage(d->hitTest.enclosingBlockElement());
   writeRect(block.isNull() ? kWholeScreen : d->mapToPage(WebElement::currentGeometry(block)), x, y,
             width, height);

@@ -4,6 +4,7 @@
 #include <QWebElement>
 #include <QWebHitTestResult>
 
+#include "channel/Caller.h"
 #include "elements/WebElement.h"
 #include "host/SharedRecord.h"
 #include "larka/LarkaHTMLControl.h"
@@ -18,6 +19,16 @@ class LarkaHTMLControlPrivate : public SharedRecord, public WebElement {
   explicit LarkaHTMLControlPrivate(const QWebHitTestResult& hit)
       : WebElement(hit.element()), hitTest(hit) {}
 
+  /// For an element that is in the engine process.
+  explicit LarkaHTMLControlPrivate(const RemoteHandle& remote) : remote(remote) {}
+  ~LarkaHTMLControlPrivate() {
+    const auto caller = remote ? remote->living() : nullptr;
+    if (caller) caller->tell<&EngineRequests::releaseControl>(0, remote->id(), 1);
+  }
+  LarkaHTMLControlPrivate(const LarkaHTMLControlPrivate&) = delete;
+  LarkaHTMLControlPrivate& operator=(const LarkaHTMLControlPrivate&) = delete;
+
+  std::optional<RemoteHandle> remote;
   QWebHitTestResult hitTest;  // empty unless the handle came from a hit test
 };
 

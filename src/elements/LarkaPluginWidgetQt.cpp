@@ -39,7 +39,10 @@ LarkaPluginWidget& LarkaPluginWidget::operator=(const LarkaPluginWidget& other) 
 
 LarkaPluginWidget::~LarkaPluginWidget() { release(d); }
 
-void* LarkaPluginWidget::GetHandle() { return d->handle; }
+void* LarkaPluginWidget::GetHandle() {
+  if (const auto answer = asked<&LarkaPluginWidget::GetHandle>(d)) return *answer;
+  return d->handle;
+}
 
 MediaSource LarkaPluginWidgetPrivate::mediaSource() const {
   const QWebElement player = isPlayer ? element() : QWebElement();
@@ -48,17 +51,33 @@ MediaSource LarkaPluginWidgetPrivate::mediaSource() const {
 
 // Position.
 
-int LarkaPluginWidget::GetX() { return d->mapToPage(d->currentGeometry()).left(); }
+int LarkaPluginWidget::GetX() {
+  if (const auto answer = asked<&LarkaPluginWidget::GetX>(d)) return *answer;
+  return d->mapToPage(d->currentGeometry()).left();
+}
 
-int LarkaPluginWidget::GetY() { return d->mapToPage(d->currentGeometry()).top(); }
+int LarkaPluginWidget::GetY() {
+  if (const auto answer = asked<&LarkaPluginWidget::GetY>(d)) return *answer;
+  return d->mapToPage(d->currentGeometry()).top();
+}
 
-int LarkaPluginWidget::GetWidth() { return extent(d->mapToPage(d->currentGeometry())).width(); }
+int LarkaPluginWidget::GetWidth() {
+  if (const auto answer = asked<&LarkaPluginWidget::GetWidth>(d)) return *answer;
+  return extent(d->mapToPage(d->currentGeometry())).width();
+}
 
-int LarkaPluginWidget::GetHeight() { return extent(d->mapToPage(d->currentGeometry())).height(); }
+int LarkaPluginWidget::GetHeight() {
+  if (const auto answer = asked<&LarkaPluginWidget::GetHeight>(d)) return *answer;
+  return extent(d->mapToPage(d->currentGeometry())).height();
+}
 
-int LarkaPluginWidget::GetZIndex() { return computedStyle(d->element(), "z-index").toInt(); }
+int LarkaPluginWidget::GetZIndex() {
+  if (const auto answer = asked<&LarkaPluginWidget::GetZIndex>(d)) return *answer;
+  return computedStyle(d->element(), "z-index").toInt();
+}
 
 bool LarkaPluginWidget::IsVisible() {
+  if (const auto answer = asked<&LarkaPluginWidget::IsVisible>(d)) return *answer;
   const QRect geometry = d->currentGeometry();
   const QWebElement element = d->element();
   const QWebFrame* frame = element.webFrame();
@@ -77,21 +96,28 @@ std::string LarkaPluginWidget::GetID() { return GetAttribute("id"); }
 
 std::string LarkaPluginWidget::GetName() { return GetAttribute("name"); }
 
-std::string LarkaPluginWidget::GetTagName() { return toHost(d->element().tagName()); }
+std::string LarkaPluginWidget::GetTagName() {
+  if (const auto answer = asked<&LarkaPluginWidget::GetTagName>(d)) return *answer;
+  return toHost(d->element().tagName());
+}
 
 bool LarkaPluginWidget::HasAttribute(const char* name) {
+  if (const auto answer = asked<&LarkaPluginWidget::HasAttribute>(d, name)) return *answer;
   return d->element().attributeNames().contains(fromHost(name), Qt::CaseInsensitive);
 }
 
 std::string LarkaPluginWidget::GetAttribute(const char* name) {
+  if (const auto answer = asked<&LarkaPluginWidget::GetAttribute>(d, name)) return *answer;
   return toHost(d->element().attribute(fromHost(name)));
 }
 
 void LarkaPluginWidget::SetAttribute(const char* name, const char* value) {
+  if (d->remote && d->remote->ask<&LarkaPluginWidget::SetAttribute>(name, value)) return;
   d->element().setAttribute(fromHost(name), fromHost(value));
 }
 
 std::string LarkaPluginWidget::ExecuteJS(const char* script) {
+  if (const auto answer = asked<&LarkaPluginWidget::ExecuteJS>(d, script)) return *answer;
   return resultOn(d->element(), fromHost(script)).toLatin1().toStdString();
 }
 
@@ -106,6 +132,7 @@ void* LarkaPluginWidget::GetUserData() { return d->userData; }
 // Script first, because it also moves the focus between frames. If the main frame didn't take the
 // focus, the element would keep the focus within its document.
 void LarkaPluginWidget::SetFocus(bool focus) {
+  if (d->remote && d->remote->ask<&LarkaPluginWidget::SetFocus>(focus)) return;
   const WebKitCall call;
   QWebElement element = d->element();
   if (focus) {
@@ -124,6 +151,8 @@ bool LarkaPluginWidget::IsFullScreen() const { return d->fullScreen; }
 // A plug-in that is gone has nothing to show, and must not end the full screen of another.
 void LarkaPluginWidget::SetFullScreen(bool fullScreen, bool flag, bool) {
   d->fullScreen = fullScreen;
+  if (d->remote && d->remote->ask<&LarkaPluginWidget::SetFullScreen>(fullScreen, flag, false))
+    return;
   const QWebElement element = d->element();
   if (d->showFullScreen && WebElement::isInPage(element))
     d->showFullScreen(fullScreen ? element : QWebElement(), flag);

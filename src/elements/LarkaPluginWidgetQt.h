@@ -9,6 +9,7 @@
 #include <functional>
 #include <utility>
 
+#include "channel/Caller.h"
 #include "elements/MediaSource.h"
 #include "elements/WebElement.h"
 #include "host/SharedRecord.h"
@@ -27,11 +28,23 @@ class LarkaPluginWidgetPrivate : public SharedRecord, public WebElement {
   LarkaPluginWidgetPrivate(const QWebElement& element, ShowFullScreen showFullScreen, void* handle)
       : WebElement(element), showFullScreen(std::move(showFullScreen)), handle(handle) {}
 
+  /// For an element that is in the engine process.
+  explicit LarkaPluginWidgetPrivate(const RemoteHandle& remote) : remote(remote) {}
+  ~LarkaPluginWidgetPrivate() {
+    const auto caller = remote ? remote->living() : nullptr;
+    if (caller) caller->tell<&EngineRequests::releasePlugin>(0, remote->id(), timesGot);
+  }
+  LarkaPluginWidgetPrivate(const LarkaPluginWidgetPrivate&) = delete;
+  LarkaPluginWidgetPrivate& operator=(const LarkaPluginWidgetPrivate&) = delete;
+
   /// Returns the record of `plugin`.
   static LarkaPluginWidgetPrivate* of(const LarkaPluginWidget& plugin) { return plugin.d; }
 
   /// Returns what the player of a `video` or `audio` plays; nothing of any other plug-in.
   MediaSource mediaSource() const;
+
+  std::optional<RemoteHandle> remote;
+  int timesGot = 0;  // from the engine process
 
   ShowFullScreen showFullScreen;  // empty without a browser
   bool fullScreen = false;

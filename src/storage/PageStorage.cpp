@@ -383,7 +383,7 @@ void PageStorage::applyLimits() {
   grantToKnown(shownOrigins());
 }
 
-void SetStorageLimits(long long bytesPerOrigin, long long bytesInAll) {
+void limitPageStorage(long long bytesPerOrigin, long long bytesInAll) {
   g_perOrigin = std::max(bytesPerOrigin, 0LL);
   g_inAll = std::max(bytesInAll, 0LL);
   if (g_instance) g_instance->applyLimits();

@@ -92,4 +92,7 @@ class PageStorage : public QObject {
   bool m_full = false;
 };
 
+/// SetStorageLimits() for the pages of this process.
+void limitPageStorage(long long bytesPerOrigin, long long bytesInAll);
+
 }  // namespace LARKA

@@ -1,4 +1,5 @@
 // The life of the library, its browsers and its timers.
+#include <QRegularExpression>
 #include <algorithm>
 
 #include "Host.h"
@@ -53,7 +54,7 @@ TEST_F(ManagerTest, WritesItsDiagnosticsInTheirFixedForm) {
     destroy(true);
     host.manager->DestroyBrowser(nullptr, false);
     host.manager->Shutdown(true);
-    const std::string written = testing::internal::GetCapturedStderr();
+    std::string written = testing::internal::GetCapturedStderr();
     std::ostringstream expected;
     expected << "\nsrc/BrowserManagerQt::CreateBrowser(138)\tcalled\n\n"
                 "\nsrc/BrowserManagerQt::CreateBrowser(154)\tcreating LarkaBrowser\n\n"
@@ -64,11 +65,18 @@ TEST_F(ManagerTest, WritesItsDiagnosticsInTheirFixedForm) {
                 "browser manager shutdown (immediate 1)\n----browser manager quitting\n"
                 "---destroying scene\n---destroying gfx view\n---quitting app\n";
     const auto isEmptyLine = [](char a, char b) { return a == '\n' && b == '\n'; };
-    std::string lines = expected.str().substr(1);
+    std::string lines = expected.str().substr(1), text = expected.str();
     lines.erase(std::unique(lines.begin(), lines.end(), isEmptyLine), lines.end());
+    // From an engine process come its addresses, and no empty lines.
+    if (test::hasEngineProcess()) {
+      const QRegularExpression address("0x[0-9a-f]+");
+      for (std::string* each : {&lines, &handed, &written})
+        *each = QString::fromStdString(*each).replace(address, "browser").toStdString();
+      text = lines;
+    }
     EXPECT_EQ(handed, row.hands ? lines : "") << &row - rows;
     if (!row.hands || !row.writes) {  // else the lines of the handler's own calls
-      EXPECT_EQ(written, row.writes ? expected.str() : "") << &row - rows;
+      EXPECT_EQ(written, row.writes ? text : "") << &row - rows;
     }
   }
 }

@@ -91,7 +91,7 @@ TEST_F(NetworkTest, PagesComeThroughTheProxyAndNoOtherWay) {
   ASSERT_TRUE(socks.listen(QHostAddress::LocalHost));
   browser->SetProxy("127.0.0.1", socks.serverPort(), LARKA::PROXY_SOCKS5, "viewer", "sofa");
   browser->Navigate(server.url("/").c_str());
-  ASSERT_TRUE(host.pumpUntil([&] { return socks.hasPendingConnections(); }));
+  ASSERT_TRUE(host.pumpUntil([&] { return socks.waitForNewConnection(0); }));
   QTcpSocket* client = socks.nextPendingConnection();
   EXPECT_TRUE(client->waitForReadyRead() && client->readAll() == "\5\1\2");
 }

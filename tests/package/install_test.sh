@@ -19,9 +19,15 @@ awk '/^```cmake$/ { show = 1; next } /^```$/ { show = 0 } show' "$source/README.
 cp "$source/examples/minimal-host.cpp" "$folder/consumer"
 cmake -S "$folder/consumer" -B "$folder/consumer" -DCMAKE_PREFIX_PATH="$tree"
 cmake --build "$folder/consumer"
+# The same with an engine process, which the library has to find.
+sed -e 's/char platform/char process[] = "--engine-process", platform/' \
+  -e 's/offscreen, nullptr/offscreen, process, nullptr/' -e 's/Initialize(3/Initialize(4/' \
+  "$source/examples/minimal-host.cpp" >"$folder/process.cpp"
 # What pkg-config says is quoted for a shell.
-eval "c++ -std=c++17 \"\$source/examples/minimal-host.cpp\" -o \"\$folder/host\" \
-  $(pkg-config --cflags --libs larkabrowser) \"-Wl,-rpath,\$libraries\""
-for program in "$folder/consumer/minimal-host" "$folder/host"; do
+for host in "$source/examples/minimal-host.cpp" "$folder/process.cpp"; do
+  eval "c++ -std=c++17 \"\$host\" -o \"\$folder/$(basename "$host" .cpp)\" \
+    $(pkg-config --cflags --libs larkabrowser) \"-Wl,-rpath,\$libraries\""
+done
+for program in "$folder/consumer/minimal-host" "$folder/minimal-host" "$folder/process"; do
   "$program" | grep '#008080'
 done

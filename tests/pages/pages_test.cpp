@@ -124,6 +124,8 @@ class PageTest : public test::BrowserTest, public IExtraCallbacks {
   }
 
   void performLine(QString line) {
+    if (line.startsWith("in-process ") && test::hasEngineProcess()) return;
+    line.remove(QRegularExpression("^in-process "));
     line.replace("$DIR", fromBytes(host.directory.path()));
     line.replace("$HTTP", fromBytes(m_server.url("")));
     for (int at; (at = line.indexOf("\\x")) >= 0;)

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <QTemporaryDir>
+#include <algorithm>
 #include <chrono>
 #include <cstring>
 #include <filesystem>
@@ -136,6 +137,9 @@ class Recorder : public LARKA::CallbacksAdapter, public LARKA::IExtraCallbacks {
   }
 };
 
+/// Whether QtWebKit runs in a process of its own.
+inline bool hasEngineProcess() { return getenv("LARKA_TEST_ENGINE") != nullptr; }
+
 /// The library, started without a display and with its files in a directory of its own.
 class Host {
  public:
@@ -149,8 +153,14 @@ class Host {
   void initialize() {
     // Qt keeps these until the process ends.
     static char program[] = "test", option[] = "-platform", xcb[] = "xcb", none[] = "offscreen";
-    static char* arguments[] = {program, option, getenv("LARKA_TEST_XCB") ? xcb : none, nullptr};
-    manager->Initialize(3, arguments);
+    static char process[] = "--engine-process";
+    char* arguments[] = {program, option, getenv("LARKA_TEST_XCB") ? xcb : none, process, nullptr};
+    static char* kept[5];
+    std::copy(arguments, arguments + 5, kept);
+    LARKA::EngineSettings settings;
+    settings.directories = {getenv("XDG_DATA_HOME")};
+    SetEngineSettings(settings);
+    manager->Initialize(hasEngineProcess() ? 4 : 3, kept);
   }
 
   LARKA::ILarkaBrowser* createBrowser(LARKA::ILarkaCallbacks* listener, int width = 640,
@@ -176,8 +186,10 @@ class Host {
 
   /// Pumps until nothing has been painted for a while.
   void settle(const Recorder& recorder) {
+    // An engine process paints when it gets to it.
+    const int enough = hasEngineProcess() ? 5 : 3;
     int quiet = 0;
-    for (int dirty = -1; quiet < 3; dirty = recorder.dirty, pumpFor(40))
+    for (int dirty = -1; quiet < enough; dirty = recorder.dirty, pumpFor(40))
       quiet = dirty == recorder.dirty ? quiet + 1 : 0;
   }
 

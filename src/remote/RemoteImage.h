@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QtGlobal>
+#include <cstddef>
+#include <vector>
+
+#include "larka/extras.h"
+
+namespace LARKA {
+
+/// The host's view of a browser's image. The engine process has it twice in shared memory, and
+/// writes only into the half that the host doesn't see. A notice has the host's address show the
+/// other half: what the host reads changes only then, and all at once.
+class RemoteImage {
+ public:
+  RemoteImage() = default;
+  ~RemoteImage();
+  RemoteImage(const RemoteImage&) = delete;
+  RemoteImage& operator=(const RemoteImage&) = delete;
+
+  /// Shows the image called `id`, whose halves `file` holds; the one called 0 is none. The first
+  /// image keeps its address, also while another one is shown, and when another process makes one
+  /// of that size. Takes over the file. Returns false if it doesn't hold such an image.
+  bool show(qint64 id, int file, int stride, int rows);
+
+  /// Forgets which images the process had that made them. The last one stays.
+  void detach() { m_page.id = m_other.id = 0; }
+
+  bool isShown(qint64 id) const { return m_shown && m_shown->id == id; }
+
+  /// Shows a half of the image, which differs in these parts. Returns false if there are none such.
+  bool showHalf(int half, const std::vector<Rectangle>& parts);
+
+  unsigned char* pixels() const { return m_shown ? m_shown->address : nullptr; }
+  int stride() const { return m_shown ? m_shown->stride : 0; }
+  ImageSize size() const {
+    return m_shown ? ImageSize{m_shown->stride / 4, m_shown->rows} : ImageSize();
+  }
+
+ private:
+  struct Place {
+    qint64 id = 0;
+    int stride = 0, rows = 0;
+    unsigned char* address = nullptr;
+    size_t bytes() const { return static_cast<size_t>(stride) * static_cast<size_t>(rows); }
+    bool hasSize(int otherStride, int otherRows) const {
+      return address && stride == otherStride && rows == otherRows;
+    }
+  };
+
+  static void clear(Place* place);
+  bool map(Place* place, int half) const;
+  Place* placeFor(qint64 id, int stride, int rows);
+
+  Place m_page, m_other;
+  Place* m_shown = nullptr;
+  int m_file = -1;  // of the image that is shown
+};
+
+}  // namespace LARKA

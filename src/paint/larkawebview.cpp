@@ -289,7 +289,9 @@ QSize LarkaWebView::wantedImageSize() const {
 std::shared_ptr<QImage> LarkaWebView::imageToPaint() const {
   const QSize size = wantedImageSize();
   if (hasPageImage() && pageImage()->size() == size) return m_pageImages[m_imageIndex];
-  return std::make_shared<QImage>(size, kImageFormat);
+  auto image = std::make_shared<QImage>(size, kImageFormat);
+  image->fill(page()->palette().color(QPalette::Base));  // an edge may be painted with 254 of 255
+  return image;
 }
 
 void LarkaWebView::replacePageImage(const std::shared_ptr<QImage>& image) {

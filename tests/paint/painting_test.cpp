@@ -241,7 +241,7 @@ TEST_F(PaintingTest, TheImageWaitsForASizeAndHasALimit) {
     EXPECT_EQ(resized, !view.isEmpty());
     EXPECT_EQ(other->GetBrowserStride(), image.width() * 4);
     EXPECT_EQ(LARKA::GetImageSize(other).height, image.height());
-    EXPECT_EQ(pixel(other, image.width() - 1, image.height() - 1), 0xff123456u);
+    EXPECT_EQ(pixel(other, image.width() - 2, image.height() - 2), 0xff123456u);
   }
   host.manager->DestroyBrowser(other, true);
 }

@@ -15,9 +15,9 @@ class ILarkaBrowser;
 ///
 /// The host constructs exactly one, calls Initialize(), creates and destroys browsers and timers
 /// while it drives the event loop with PumpEvents() or RunEventLoop(), calls Shutdown(), and
-/// destroys it. Every call belongs on the thread that called Initialize(); the library starts no
-/// threads of its own. Nothing here throws or reports errors; diagnostics go to the standard error
-/// stream.
+/// destroys it. Every call belongs on the thread that called Initialize(); the library has no threads
+/// of its own, except while it starts an engine process. Nothing here throws or reports errors;
+/// diagnostics go to the standard error stream.
 class LARKA_EXPORT BrowserManager {
  public:
   BrowserManager();
@@ -32,6 +32,9 @@ class LARKA_EXPORT BrowserManager {
   /// created one, and everything that the browsers share. Pass `-platform offscreen` to run without
   /// a display. `argv` and its strings must stay valid until the process ends; Qt removes the
   /// arguments that it knows.
+  ///
+  /// With `--engine-process` among the arguments, QtWebKit runs in another process, with its own
+  /// application object; see EngineSettings. The library removes that argument.
   ///
   /// A host with an application object of its own must create it on this thread, as a QApplication,
   /// and keep it until after Shutdown(). If it doesn't, or if the process ends first, what the

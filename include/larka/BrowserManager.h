@@ -15,9 +15,9 @@ class ILarkaBrowser;
 ///
 /// The host constructs exactly one, calls Initialize(), creates and destroys browsers and timers
 /// while it drives the event loop with PumpEvents() or RunEventLoop(), calls Shutdown(), and
-/// destroys it. Every call belongs on the thread that called Initialize(); the library has no threads
-/// of its own, except while it starts an engine process. Nothing here throws or reports errors;
-/// diagnostics go to the standard error stream.
+/// destroys it. Every call belongs on the thread that called Initialize(); the library has no
+/// threads of its own, except while it starts an engine process. Nothing here throws or reports
+/// errors; diagnostics go to the standard error stream.
 class LARKA_EXPORT BrowserManager {
  public:
   BrowserManager();

@@ -4,6 +4,6 @@
 #include <QByteArray>
 #include <QImage>
 
-/// Returns a PNG file, with an alpha channel if the image has one. It takes a third of the time that Qt needs for one of the
-/// same size: Qt's library tries more filters on each row.
+/// Returns a PNG file, with an alpha channel if the image has one. It takes a third of the time
+/// that Qt needs for one of the same size: Qt's library tries more filters on each row.
 QByteArray toPng(const QImage& image);

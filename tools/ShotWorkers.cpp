@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -17,12 +18,21 @@
 
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 /// A process that renders, and the socket to it: page numbers go there, outcomes come back.
 struct Worker {
   pid_t process = -1;
   int socket = -1;
   size_t page = 0;  // the one it renders
+  Clock::time_point due;
+  bool isOverdue = false;
 };
+
+int millisecondsUntil(Clock::time_point time) {
+  const auto left = time - Clock::now();
+  return left <= left.zero() ? 0 : static_cast<int>(left / std::chrono::milliseconds(1)) + 1;
+}
 
 bool sendAll(int socket, const void* data, size_t size) {
   const char* next = static_cast<const char*>(data);
@@ -85,8 +95,8 @@ bool receiveOutcome(int socket, Outcome* outcome) {
 
 class Workers {
  public:
-  explicit Workers(const std::function<RenderPage()>& makeRenderer)
-      : m_makeRenderer(makeRenderer) {}
+  Workers(std::chrono::seconds limit, const std::function<RenderPage()>& makeRenderer)
+      : m_limit(limit), m_makeRenderer(makeRenderer) {}
   ~Workers() {
     while (!m_workers.empty()) end(&m_workers.back());
     for (const pid_t process : m_ending)
@@ -113,19 +123,29 @@ class Workers {
       close(sockets[0]);
       return false;
     }
-    m_workers.push_back({process, sockets[0], page});
-    sendAll(sockets[0], &page, sizeof(page));
+    m_workers.push_back({process, sockets[0], page, Clock::now(), false});
+    give(&m_workers.back(), page);
     return true;
   }
 
-  /// Waits until a worker is done with its page or has died.
+  /// Has a worker render a page.
+  void give(Worker* worker, size_t page) const {
+    worker->page = page;
+    worker->due = Clock::now() + m_limit;
+    sendAll(worker->socket, &page, sizeof(page));
+  }
+
+  /// Waits until a worker is done with its page, has died or is overdue.
   Worker* wait() {
     std::vector<pollfd> sockets;
     for (const Worker& worker : m_workers) sockets.push_back({worker.socket, POLLIN, 0});
-    while (poll(sockets.data(), sockets.size(), -1) < 0) continue;
+    const auto next = std::min_element(m_workers.begin(), m_workers.end(),
+                                       [](auto& a, auto& b) { return a.due < b.due; });
+    if (poll(sockets.data(), sockets.size(), millisecondsUntil(next->due)) < 0) return nullptr;
     for (size_t i = 0; i < sockets.size(); ++i)
       if (sockets[i].revents) return &m_workers[i];
-    return nullptr;
+    next->isOverdue = Clock::now() >= next->due;
+    return next->isOverdue ? &*next : nullptr;
   }
 
   /// Lets a worker end. The destructor waits for that.
@@ -136,6 +156,7 @@ class Workers {
   }
 
  private:
+  std::chrono::seconds m_limit;
   const std::function<RenderPage()>& m_makeRenderer;
   std::vector<Worker> m_workers;
   std::vector<pid_t> m_ending;
@@ -143,9 +164,10 @@ class Workers {
 
 }  // namespace
 
-void renderInWorkers(size_t count, size_t workers, const std::function<RenderPage()>& makeRenderer,
+void renderInWorkers(size_t count, size_t workers, std::chrono::seconds limit,
+                     const std::function<RenderPage()>& makeRenderer,
                      const std::function<void(size_t index, const Outcome&)>& done) {
-  Workers running(makeRenderer);
+  Workers running(limit, makeRenderer);
   size_t next = 0;
   while (next < count || running.size() > 0) {
     while (next < count && running.size() < workers && running.start(next)) ++next;
@@ -159,14 +181,17 @@ void renderInWorkers(size_t count, size_t workers, const std::function<RenderPag
     if (!worker) continue;
     const size_t page = worker->page;
     Outcome outcome;
-    const bool lives = receiveOutcome(worker->socket, &outcome);
+    const bool lives = !worker->isOverdue && receiveOutcome(worker->socket, &outcome);
     if (!lives) {
       outcome = Outcome();
       outcome.error = "QtWebKit crashed";
+      if (worker->isOverdue)
+        outcome.error =
+            "ended after " + std::to_string(limit.count()) + " s: its script never ends";
+      if (worker->isOverdue) kill(worker->process, SIGKILL);
       running.end(worker);
     } else if (next < count) {
-      worker->page = next++;
-      sendAll(worker->socket, &worker->page, sizeof(worker->page));
+      running.give(worker, next++);
       worker = nullptr;
     }
     done(page, outcome);

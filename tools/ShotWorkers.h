@@ -1,6 +1,7 @@
 // ShotWorkers.h: several pages at once, each in a process of its own.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <string>
@@ -19,6 +20,8 @@ using RenderPage = std::function<Outcome(size_t index)>;
 /// Renders `count` pages in at most `workers` processes, one page at a time in each. A process is a
 /// copy of this one: it calls `makeRenderer` once, then what that returns for each of its pages,
 /// and ends. `done` is called here with each page as it is done with. A page that ends its process
-/// is reported like any other failure.
-void renderInWorkers(size_t count, size_t workers, const std::function<RenderPage()>& makeRenderer,
+/// is reported like any other failure, and so is one that takes longer than `limit`: its process is
+/// ended.
+void renderInWorkers(size_t count, size_t workers, std::chrono::seconds limit,
+                     const std::function<RenderPage()>& makeRenderer,
                      const std::function<void(size_t index, const Outcome&)>& done);

@@ -139,6 +139,14 @@ class Renderer {
   LARKA::BrowserManager m_manager;
 };
 
+/// How long a page may take before its process doesn't answer any more: its load, what it goes on
+/// loading, --wait twice, and something for the rest.
+std::chrono::seconds longest(const ShotOptions& options) {
+  const int kRestSeconds = 10;
+  return std::chrono::seconds(2 * options.timeoutSeconds + 2 * options.waitMilliseconds / 1000 +
+                              kRestSeconds);
+}
+
 /// Renders every page, and reports them in the order of the list. Returns the status of the worst.
 Status render(const ShotOptions& options, Console* console) {
   const std::vector<Shot>& shots = options.shots;
@@ -154,15 +162,12 @@ Status render(const ShotOptions& options, Console* console) {
     console->progress(++count);
   };
   console->progress(0);
-  if (shots.size() == 1) {
-    done(0, Renderer(options).render(shots[0]));
-    return worst;
-  }
   const auto makeRenderer = [&options]() -> RenderPage {
     const auto renderer = std::make_shared<Renderer>(options);
     return [&options, renderer](size_t index) { return renderer->render(options.shots[index]); };
   };
-  renderInWorkers(shots.size(), static_cast<size_t>(options.jobs), makeRenderer, done);
+  renderInWorkers(shots.size(), static_cast<size_t>(options.jobs), longest(options), makeRenderer,
+                  done);
   return worst;
 }
 

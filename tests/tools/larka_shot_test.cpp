@@ -45,7 +45,8 @@ TEST_F(LarkaShotTest, WritesThePagesOfAListAsTheyAreAtRest) {
       {"/request", "<script>onload=function(){request()}</script>"},
       {"/transition",
        "<style>body{-webkit-transition:background .3s}</style><script>onload=green</script>"},
-      {"/image", "<img style='position:absolute;top:-9px' src=/silent><script>green()</script>"}};
+      {"/image", "<img style='position:absolute;top:-9px' src=/silent><script>green()</script>"},
+      {"/endless", "<script>for(;;);</script>"}};
   std::string list = "# a comment\n\nmissing.html\n" + server.url("/silent\n");
   for (const auto& [path, body] : pages) {
     server.page(path, functions + body);
@@ -59,9 +60,12 @@ TEST_F(LarkaShotTest, WritesThePagesOfAListAsTheyAreAtRest) {
   EXPECT_NE(server.requests("/task").at(0).headers.find("Cookie: a=1 2\r\n"), std::string::npos);
   EXPECT_FALSE(std::filesystem::is_empty(directory.file("cache")));
   EXPECT_FALSE(std::filesystem::exists(directory.file("LarkaBrowser/cookies")));
-  EXPECT_EQ(errors, "larka-shot: missing.html: no such file\nlarka-shot: " +
-                        server.url("/silent: timed out after 4 s\nlarka-shot: ") +
-                        server.url("/image: timed out after 4 s; the image has what was there\n"));
+  EXPECT_EQ(errors,
+            "larka-shot: missing.html: no such file\nlarka-shot: " +
+                server.url("/silent: timed out after 4 s\nlarka-shot: ") +
+                server.url("/image: timed out after 4 s; the image has what was there\n") +
+                "larka-shot: " + server.url("/endless: ended after 18 s: its script never ends\n"));
+  EXPECT_FALSE(std::filesystem::exists(directory.file("shot-010.png")));
   QImage green(1280, 720, image("shot-003.png").format());
   green.fill(Qt::green);
   for (int i = 1; i <= 9; ++i)

@@ -120,11 +120,11 @@ struct Call {
       (Argument<A>::takeBack(in, arguments), ...);
       return in.isUsedUp();
     } else {
-      std::optional<std::decay_t<R>> result{std::in_place};
-      in.get(*result);
+      std::decay_t<R> result{};
+      in.get(result);
       (Argument<A>::takeBack(in, arguments), ...);
-      if (!in.isUsedUp()) result.reset();
-      return result;
+      using Answer = std::optional<std::decay_t<R>>;
+      return in.isUsedUp() ? Answer(std::move(result)) : Answer();
     }
   }
 

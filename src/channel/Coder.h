@@ -121,6 +121,7 @@ class Coder {
     qint64 value = 0;
     get(value);
     if (sizeof address < sizeof value) value ^= value >> 32;
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): nobody follows it.
     address = reinterpret_cast<void*>(static_cast<quintptr>(value));
   }
   void get(LarkaHTMLControl& control) {

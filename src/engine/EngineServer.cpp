@@ -173,6 +173,7 @@ qint64 EngineServer::idOf(const LarkaHTMLControl& control) {
 qint64 EngineServer::nameOf(const LarkaPluginWidget& plugin) {
   static quintptr last = 0;
   LarkaPluginWidget handle(plugin);
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): nobody follows it.
   if (!handle.GetUserData()) handle.SetUserData(reinterpret_cast<void*>(++last));
   return static_cast<qint64>(reinterpret_cast<quintptr>(handle.GetUserData()));
 }

@@ -37,7 +37,7 @@ std::string program() {
   if (const char* named = getenv("LARKA_ENGINE")) return named;
   const std::string directory = libraryDirectory();
   for (const char* place : {LARKA_ENGINE_PLACE, "engine/larka-engine"}) {
-    const std::string file = directory + "/" + place;
+    std::string file = directory + "/" + place;
     if (access(file.c_str(), X_OK) == 0) return file;
   }
   return directory + "/" + LARKA_ENGINE_PLACE;
@@ -48,6 +48,7 @@ bool isReaped(pid_t pid) { return waitpid(pid, nullptr, WNOHANG) != 0; }
 
 std::vector<char*> pointersTo(std::vector<std::string>& texts) {
   std::vector<char*> pointers;
+  pointers.reserve(texts.size() + 1);
   for (std::string& each : texts) pointers.push_back(each.data());
   pointers.push_back(nullptr);
   return pointers;

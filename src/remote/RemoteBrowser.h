@@ -148,6 +148,7 @@ class RemoteBrowser : public ILarkaBrowser {
  private:
   template <typename Listener, typename Call>
   void each(const std::vector<Listener*>& listeners, const Call& call) {
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): a call may change the list.
     const std::vector<Listener*> present = listeners;
     for (Listener* listener : present)
       if (m_abandoned || (listener && call(listener))) return;

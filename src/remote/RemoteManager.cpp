@@ -624,6 +624,7 @@ void RemoteManager::imageChanged(int browser, long long image, int half,
   tell<&EngineRequests::imageTaken>(0, browser);
   if (!isShown) return;
   std::vector<LarkaPluginWidget> painted;
+  painted.reserve(plugins.size());
   for (const long long id : plugins) painted.push_back(pluginOf(id));
   found->notifyDirty(parts, painted);
 }

@@ -77,7 +77,7 @@ class Coder {
   void put(const std::string& text) {
     put(QByteArray::fromRawData(text.data(), static_cast<int>(text.size())));
   }
-  // Objects that a page made are told apart by addresses, which the host never uses as such.
+  // An address only distinguishes one object of a page from another; the host never follows it.
   void put(void* address) { put(static_cast<qint64>(reinterpret_cast<quintptr>(address))); }
   void put(const LarkaHTMLControl& control) { put(m_objects.idOf(control)); }
   void put(const LarkaPluginWidget& plugin) { put(m_objects.idOf(plugin)); }

@@ -74,7 +74,7 @@ void EngineBrowser::OnPluginDirty(LarkaPluginWidget* plugin) {
 void EngineBrowser::sendChanges() {
   if (!m_dirty || m_noticed) return;
   announceImage();
-  // What changed is told of the page image only, and not with its first notice.
+  // Only the page image has a list of changed parts. The first notice of an image covers all of it.
   if (std::exchange(m_isNew, false) || m_imageName != m_pageImage) m_parts = m_image.whole();
   const int half = m_image.update(&m_parts);
   std::vector<long long> plugins;

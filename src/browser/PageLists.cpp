@@ -49,10 +49,6 @@ bool scriptRefuses(QKeyEvent* key, QWebElement target, QWebPage* page) {
   return !alive || target.evaluateJavaScript(QString(QLatin1String(kIsRefused)).arg(name)).toBool();
 }
 
-QString computed(const QWebElement& element, const char* property) {
-  return element.styleProperty(QLatin1String(property), QWebElement::ComputedStyle);
-}
-
 /// Reads "rgb(0, 0, 0)" and "rgba(0, 0, 0, 0.5)"; transparent for anything else.
 QColor colourOf(const QString& text) {
   static const QRegularExpression form(
@@ -73,7 +69,7 @@ QColor over(const QColor& colour, const QColor& ground) {
 }
 
 QColor backgroundOf(const QWebElement& element) {
-  return colourOf(computed(element, "background-color"));
+  return colourOf(computedStyle(element, "background-color"));
 }
 
 /// Returns the colour that an element has on the page, as far as its background and those of its
@@ -161,7 +157,7 @@ bool PageLists::arrange() {
   style.font = scaled(m_font, m_view->zoomFactor());
   style.ground = groundOf(select);
   style.plain = over(backgroundOf(select), Qt::white);
-  style.rightToLeft = computed(select, "direction") == QLatin1String("rtl");
+  style.rightToLeft = computedStyle(select, "direction") == QLatin1String("rtl");
   if (style.control.isEmpty()) return false;
   if (style.font != m_style.font || m_painter.bounds().isEmpty()) m_painter.measure(style.font);
   m_style = style;
@@ -193,7 +189,7 @@ void PageLists::watch() {
 
 bool PageLists::isUsable() const {
   QWebElement select = m_popup->element();
-  if (computed(select, "visibility") != QLatin1String("visible")) return false;
+  if (computedStyle(select, "visibility") != QLatin1String("visible")) return false;
   const QString isDisabled = QStringLiteral("this.webkitMatchesSelector(':disabled')");
   return !select.evaluateJavaScript(isDisabled).toBool();
 }

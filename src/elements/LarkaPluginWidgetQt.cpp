@@ -16,14 +16,6 @@
 
 namespace LARKA {
 
-namespace {
-
-QString computedStyle(const QWebElement& element, const char* property) {
-  return element.styleProperty(QLatin1String(property), QWebElement::ComputedStyle);
-}
-
-}  // namespace
-
 LarkaPluginWidget::LarkaPluginWidget() : d(new LarkaPluginWidgetPrivate) {}
 
 LarkaPluginWidget::LarkaPluginWidget(LarkaPluginWidgetPrivate* d, bool adopt)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // This file is compiled without type information, because QtWebKit has none of QWebSelectMethod.
 #include "elements/SelectPopup.h"
+#include "elements/WebElement.h"
 
 #include <qwebkitplatformplugin.h>
 
@@ -31,10 +32,6 @@ const char kOpen[] =
     "  select.dispatchEvent(press);"
     "  window.removeEventListener('mousedown', hide, true);"
     "})(this, window, document); void 0";
-
-QString computed(const QWebElement& element, const char* property) {
-  return element.styleProperty(QLatin1String(property), QWebElement::ComputedStyle);
-}
 
 }  // namespace
 
@@ -149,7 +146,8 @@ void SelectPopup::findHidden(int count) {
   m_hidden.assign(static_cast<size_t>(count), false);
   const QWebElementCollection lines = m_element.findAll(QStringLiteral("option, optgroup, hr"));
   for (int i = 0; i < count && lines.count() == count; ++i)
-    m_hidden[static_cast<size_t>(i)] = computed(lines.at(i), "display") == QLatin1String("none");
+    m_hidden[static_cast<size_t>(i)] =
+        computedStyle(lines.at(i), "display") == QLatin1String("none");
 }
 
 // QtWebKit indents the entries of a group by four spaces.

@@ -11,12 +11,8 @@ namespace LARKA {
 
 namespace {
 
-QString styleOf(const QWebElement& element, const char* name) {
-  return element.styleProperty(QLatin1String(name), QWebElement::ComputedStyle);
-}
-
 bool hasPosition(const QWebElement& element, const char* position) {
-  return styleOf(element, "position") == QLatin1String(position);
+  return computedStyle(element, "position") == QLatin1String(position);
 }
 
 /// Returns the innermost element around `element` that it is placed in, and that may clip it.
@@ -32,7 +28,7 @@ QWebElement boxAround(const QWebElement& element) {
 bool clips(const QWebElement& box) {
   const QString tag = box.tagName().toLower();
   return tag != QLatin1String("html") && tag != QLatin1String("body") &&
-         styleOf(box, "overflow-x") != QLatin1String("visible");
+         computedStyle(box, "overflow-x") != QLatin1String("visible");
 }
 
 }  // namespace
@@ -107,6 +103,10 @@ QRect WebElement::mapTo(Target target, const QRect& rect) const {
   if (!ownFrame) return mapped;
   const double zoom = ownFrame->page()->mainFrame()->zoomFactor();
   return zoom == 1.0 ? mapped : QTransform::fromScale(1 / zoom, 1 / zoom).mapRect(mapped);
+}
+
+QString computedStyle(const QWebElement& element, const char* property) {
+  return element.styleProperty(QLatin1String(property), QWebElement::ComputedStyle);
 }
 
 QSize extent(const QRect& rect) {

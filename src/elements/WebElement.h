@@ -60,6 +60,9 @@ class WebElement {
   QWebElement m_element;
 };
 
+/// Returns the computed value of a CSS property.
+QString computedStyle(const QWebElement& element, const char* property);
+
 /// Returns the size from the first to the last pixel, modulo 2^32: at a tiny zoom the coordinates
 /// of a page reach the limits of an int.
 QSize extent(const QRect& rect);

@@ -23,10 +23,6 @@ const char kFocusable[] =
     ":focus,"
     "iframe, frame, object";
 
-QString styleOf(const QWebElement& element, const char* name) {
-  return element.styleProperty(QLatin1String(name), QWebElement::ComputedStyle);
-}
-
 bool isOneOf(const QString& tag, std::initializer_list<const char*> names) {
   return std::any_of(names.begin(), names.end(), [&tag](const char* name) {
     return tag.compare(QLatin1String(name), Qt::CaseInsensitive) == 0;
@@ -77,11 +73,11 @@ QRect rectOf(const QWebElement& element, const QString& tag, const QWebFrame* fr
   QRect rect = element.geometry();
   QWebElement child = element.firstChild();
   if (child.isNull() || !isOneOf(tag, {"a"})) return rect;
-  if (styleOf(element, "display") != QLatin1String("inline")) return rect;
+  if (computedStyle(element, "display") != QLatin1String("inline")) return rect;
   for (; !child.isNull(); child = child.nextSibling()) {
     const QRect sticksOut = child.geometry();
     if (sticksOut.isEmpty() || rect.contains(sticksOut)) continue;
-    const QString position = styleOf(child, "position");
+    const QString position = computedStyle(child, "position");
     if (position == QLatin1String("static") || position == QLatin1String("relative"))
       rect |= sticksOut;
   }
@@ -229,8 +225,9 @@ void FocusMap::climb(const QWebElement& element, const QPoint& origin, Ancestors
   for (; !parent.isNull() && !isKnown(parent); parent = parent.parent()) fresh.push_back(parent);
   while (!ancestors->empty() && ancestors->back().element != parent) close(ancestors);
   for (auto each = fresh.rbegin(); each != fresh.rend(); ++each) {
-    const bool clips = isLimit(*each) && styleOf(*each, "overflow-x") != QLatin1String("visible");
-    ancestors->push_back({*each, styleOf(*each, "position"), clips,
+    const bool clips =
+        isLimit(*each) && computedStyle(*each, "overflow-x") != QLatin1String("visible");
+    ancestors->push_back({*each, computedStyle(*each, "position"), clips,
                           clips ? each->geometry().translated(origin) : QRect(), m_items.size(),
                           m_areas.size()});
   }
@@ -243,7 +240,7 @@ void FocusMap::noteEscapes(const QWebElement& element, const QRect& rect, Ancest
       std::any_of(ancestors->begin(), ancestors->end(),
                   [](const Ancestor& ancestor) { return ancestor.clips || ancestor.isFixed(); });
   if (!areLimits) return;
-  QString position = styleOf(element, "position");
+  QString position = computedStyle(element, "position");
   for (auto ancestor = ancestors->rbegin(); ancestor != ancestors->rend(); ++ancestor) {
     const bool escapes =
         position == QLatin1String("fixed") ||
@@ -262,8 +259,8 @@ void FocusMap::close(Ancestors* ancestors) {
   const Ancestor ancestor = std::move(ancestors->back());
   ancestors->pop_back();
   if (!ancestor.leaks && !ancestor.isFixed()) return;
-  const QString x = styleOf(ancestor.element, "overflow-x");
-  const QString y = styleOf(ancestor.element, "overflow-y");
+  const QString x = computedStyle(ancestor.element, "overflow-x");
+  const QString y = computedStyle(ancestor.element, "overflow-y");
   const int area = static_cast<int>(m_areas.size());
   m_areas.push_back({ancestor.element, nullptr, ancestor.clips ? ancestor.rect : kEverywhere});
   m_areas[area].isFixed = ancestor.isFixed();

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "elements/ElementScript.h"
+#include "elements/WebElement.h"
 #include "input/FocusMap.h"
 #include "input/Nearness.h"
 
@@ -50,20 +51,16 @@ QRect scaled(const std::vector<double>& numbers, size_t first, double zoom) {
       .toAlignedRect();
 }
 
-QString styleOf(const QWebElement& element, const char* name) {
-  return element.styleProperty(QLatin1String(name), QWebElement::ComputedStyle);
-}
-
 // A link in text that can be edited doesn't.
 bool takesFocus(const QWebElement& element) {
-  if (styleOf(element, "visibility") != QLatin1String("visible")) return false;
+  if (computedStyle(element, "visibility") != QLatin1String("visible")) return false;
   return !element.hasAttribute(QStringLiteral("href")) ||
-         styleOf(element, "-webkit-user-modify") == QLatin1String("read-only");
+         computedStyle(element, "-webkit-user-modify") == QLatin1String("read-only");
 }
 
 /// The lines of an inline element; the rectangle of any other one.
 std::vector<QRect> linesOf(const FocusMap::Item& item) {
-  if (styleOf(item.element, "display") != QLatin1String("inline")) return {item.rect};
+  if (computedStyle(item.element, "display") != QLatin1String("inline")) return {item.rect};
   const std::vector<double> numbers = numbersOn(
       item.element, QStringLiteral("[].map.call(this.getClientRects(), function(r) {"
                                    "return [r.left, r.top, r.width, r.height] }).join()"));

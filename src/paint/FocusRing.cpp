@@ -5,6 +5,7 @@
 #include <QWebFrame>
 #include <QWebPage>
 
+#include "elements/WebElement.h"
 #include "host/HostEvents.h"
 #include "paint/UserStyleSheet.h"
 
@@ -33,20 +34,16 @@ const char kAlsoAroundContent[] = ":focus > * { outline: inherit }";
 const char kOnlyAroundContent[] =
     ":focus { outline-width: 0 } :focus > * { outline: 6px ridge #808000 }";
 
-QString styleOf(const QWebElement& element, const char* name) {
-  return element.styleProperty(QLatin1String(name), QWebElement::ComputedStyle);
-}
-
 bool sticksOut(const QWebElement& child, const QWebElement& lines) {
-  const QString display = styleOf(child, "display");
+  const QString display = computedStyle(child, "display");
   if (display.startsWith(QLatin1String("inline")))
     return !lines.geometry().contains(child.geometry());
   return display != QLatin1String("none");
 }
 
 QByteArray rulesFor(const QWebElement& focused) {
-  const bool isPagesOwn = styleOf(focused, "outline-style") != QLatin1String("ridge");
-  if (isPagesOwn || styleOf(focused, "display") != QLatin1String("inline")) return kRing;
+  const bool isPagesOwn = computedStyle(focused, "outline-style") != QLatin1String("ridge");
+  if (isPagesOwn || computedStyle(focused, "display") != QLatin1String("inline")) return kRing;
   for (QWebElement child = focused.firstChild(); !child.isNull(); child = child.nextSibling()) {
     if (!sticksOut(child, focused)) continue;
     const bool hasText = !focused.toPlainText().trimmed().isEmpty();

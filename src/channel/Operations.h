@@ -82,7 +82,9 @@ struct Argument<int&> {
 /// A handle that is lent for the call.
 template <>
 struct Argument<LarkaPluginWidget*> : Argument<LarkaPluginWidget> {
-  static void put(Coder& out, const LarkaPluginWidget* plugin) { out.put(*plugin); }
+  static void put(Coder& out, const LarkaPluginWidget* plugin) {
+    out.put(plugin ? *plugin : LarkaPluginWidget());
+  }
   static LarkaPluginWidget* pass(LarkaPluginWidget& plugin) { return &plugin; }
   static void takeBack(Coder&, const LarkaPluginWidget*) {}
   static void clear(const LarkaPluginWidget*) {}

@@ -165,8 +165,7 @@ RemoteManager::RemoteManager(const BrowserManager* owner) : m_owner(owner) {
 
 RemoteManager::~RemoteManager() {
   g_managers.erase(std::remove(g_managers.begin(), g_managers.end(), this), g_managers.end());
-  for (RemoteTimer* timer : m_timers) delete timer;
-  for (RemoteTimer* timer : m_disposed) delete timer;
+  for (RemoteTimer* timer : m_timers) delete timer;  // those disposed of, too
 }
 
 // The life of the process.
@@ -529,9 +528,14 @@ ITimer* RemoteManager::createTimer(TimerCallback callback, int interval, bool si
 bool RemoteManager::disposeTimer(ITimer* timer) {
   auto* remote = dynamic_cast<RemoteTimer*>(timer);
   if (!remote) return false;
-  remote->Stop();
-  if (std::find(m_disposed.begin(), m_disposed.end(), remote) == m_disposed.end())
-    m_disposed.push_back(remote);
+  const auto has = [remote](const std::vector<RemoteTimer*>& timers) {
+    return std::find(timers.begin(), timers.end(), remote) != timers.end();
+  };
+  for (RemoteManager* manager : g_managers) {
+    if (!has(manager->m_timers) || has(manager->m_disposed)) continue;
+    remote->Stop();
+    manager->m_disposed.push_back(remote);
+  }
   return true;
 }
 
@@ -584,6 +588,12 @@ void RemoteManager::forget(RemoteBrowser* browser) {
 LarkaHTMLControl RemoteManager::controlOf(qint64 id) {
   if (id == 0) return LarkaHTMLControl();
   return LarkaHTMLControl(new LarkaHTMLControlPrivate(RemoteHandle(weak_from_this(), id)), true);
+}
+
+qint64 RemoteManager::idOf(const LarkaPluginWidget& plugin) {
+  const auto* record = LarkaPluginWidgetPrivate::of(plugin);
+  const bool isOurs = record && record->remote && record->remote->living().get() == this;
+  return isOurs ? record->remote->id() : 0;
 }
 
 LarkaPluginWidget RemoteManager::pluginOf(qint64 id) {

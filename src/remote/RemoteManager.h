@@ -78,10 +78,10 @@ class RemoteManager : public Caller,
   int generation() const override { return m_generation; }
   void post(quint16 operation, const QByteArray& content) override;
 
-  // Objects. The host names none.
+  // Objects. The host names only those that it has got.
 
   qint64 idOf(const LarkaHTMLControl&) override { return 0; }
-  qint64 idOf(const LarkaPluginWidget&) override { return 0; }
+  qint64 idOf(const LarkaPluginWidget& plugin) override;
   LarkaHTMLControl controlOf(qint64 id) override;
   LarkaPluginWidget pluginOf(qint64 id) override;
 

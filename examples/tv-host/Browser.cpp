@@ -41,9 +41,16 @@ bool Browser::seeThrough() const {
                                       [](const PluginHole& hole) { return hole.under; });
 }
 
-void Browser::open(const std::string& address) { m_larka->Navigate(address.c_str()); }
+void Browser::open(const std::string& address) {
+  m_lost = false;
+  m_larka->Navigate(address.c_str());
+}
 
-void Browser::show(int height) { m_larka->Resize(height > 0 ? kWidth : 0, height); }
+void Browser::show(int height) {
+  m_shown = height > 0;
+  m_larka->Resize(m_shown ? kWidth : 0, height);
+  if (m_shown && m_lost) open(m_address);
+}
 
 void Browser::press(int key) {
   m_larka->KeyDown(key, 0);
@@ -122,6 +129,24 @@ void Browser::OnMediaRequest(LARKA::ILarkaBrowser* /*browser*/, LARKA::LarkaPlug
 void Browser::OnTextField(LARKA::ILarkaBrowser* /*browser*/, const LARKA::TextField& field) {
   m_field = field;
   m_owner.onTextField(*this);
+}
+
+// A process that has ended closes no films. Only the page that the viewer sees loads again at once:
+// one that nobody sees may be what the process has ended of.
+void Browser::OnEngineState(LARKA::ILarkaBrowser* /*browser*/, LARKA::EngineState state) {
+  m_silent = state == LARKA::ENGINE_SILENT;
+  if (state == LARKA::ENGINE_ENDED || state == LARKA::ENGINE_STOPPED) {
+    m_films.closeAll();
+    m_holes.clear();
+    m_lost = !m_address.empty();
+  }
+  if (state == LARKA::ENGINE_ENDED && m_shown && m_lost) open(m_address);
+  if (state == LARKA::ENGINE_STOPPED) {
+    m_error.kind = LARKA::LOAD_OTHER;
+    m_error.text = "QtWebKit has ended several times";
+    m_error.address = m_address;
+  }
+  m_owner.onState(*this);
 }
 
 }  // namespace tv

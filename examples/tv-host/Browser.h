@@ -60,12 +60,13 @@ class Browser : public LARKA::CallbacksAdapter, public LARKA::IExtraCallbacks {
   const std::vector<PluginHole>& holes() const { return m_holes; }
   bool loading() const { return m_progress < 100; }
   int progress() const { return m_progress; }
+  // Whether the engine process doesn't answer, for example because a page's script never ends.
+  bool silent() const { return m_silent; }
 
   void open(const std::string& address);
-  // Shows it in `height` rows, or none: a browser that isn't seen rests.
+  // Shows it in `height` rows, or none: a browser that isn't seen rests. If its page was lost with
+  // the engine process, it loads again once it is shown.
   void show(int height);
-  // Whether a list is open in the page's image: keys are the list's then. Larka says when one
-  // opens, not when it closes: the host knows what closes it.
   // Presses and releases a key, and a press of the pointer's button.
   void press(int key);
   void click(SDL_Point point, bool down);
@@ -87,6 +88,7 @@ class Browser : public LARKA::CallbacksAdapter, public LARKA::IExtraCallbacks {
   void OnMediaRequest(LARKA::ILarkaBrowser* browser, LARKA::LarkaPluginWidget* player,
                       LARKA::MediaAction action, double value) override;
   void OnTextField(LARKA::ILarkaBrowser* browser, const LARKA::TextField& field) override;
+  void OnEngineState(LARKA::ILarkaBrowser* browser, LARKA::EngineState state) override;
 
  private:
   LARKA::BrowserManager& m_manager;
@@ -100,6 +102,8 @@ class Browser : public LARKA::CallbacksAdapter, public LARKA::IExtraCallbacks {
   LARKA::LoadError m_error;
   LARKA::TextField m_field;
   int m_progress = 100;
+  bool m_shown = false, m_silent = false;
+  bool m_lost = false;  // whether its page was lost
 };
 
 }  // namespace tv

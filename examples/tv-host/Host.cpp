@@ -153,6 +153,7 @@ void Host::press(Press press) {
 
 void Host::pressInPage(Press press) {
   Browser& browser = *shownBrowser();
+  if (browser.silent()) return press.key == Key::Back ? home() : void();
   if (m_screen == Screen::Page && pressOnTabs(press.key)) return;
   if (browser.error().kind != LARKA::LOAD_OK) return choose(m_error.press(press.key));
   switch (press.key) {
@@ -203,13 +204,17 @@ void Host::back(Browser& browser) {
   home();
 }
 
+// A page that doesn't answer may never do.
 void Host::home() {
+  const Browser* left = shownBrowser();
+  const bool silent = left && left->silent();
   m_keyboard.close();
   m_start.keyboard().close();
   if (m_screen == Screen::Page && m_tabs.active()) m_start.remember(*m_tabs.active());
   m_tabs.show(false);
   m_overlay.reset();
   m_screen = Screen::Start;
+  if (silent) LARKA::EndEngine(&m_manager);
 }
 
 void Host::changeVolume(int by) {
@@ -286,7 +291,10 @@ void Host::go(const std::string& choice) {
 
 void Host::choose(ErrorScreen::Choice choice) {
   Browser& browser = *shownBrowser();
-  if (choice == ErrorScreen::Choice::TryAgain) browser.open(browser.error().address);
+  if (choice == ErrorScreen::Choice::TryAgain) {
+    LARKA::RestartEngine(&m_manager);  // where that is what was wrong
+    browser.open(browser.error().address);
+  }
   if (choice == ErrorScreen::Choice::Leave) back(browser);
 }
 

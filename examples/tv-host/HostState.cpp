@@ -38,6 +38,7 @@ std::string Host::pageState(const Browser& browser, const std::string& name) con
   if (name == "title") return browser.title();
   if (name == "loading") return browser.loading() ? "yes" : "no";
   if (name == "error") return browser.error().text;
+  if (name == "silent") return browser.silent() ? "yes" : "no";
   if (name == "list") return LARKA::IsListOpen(browser.larka()) ? "open" : "closed";
   if (name == "hole") return browser.holes().empty() ? "none" : textOf(browser.holes()[0].visible);
   if (name == "focus") return plain(browser.evaluate("document.activeElement.id"));

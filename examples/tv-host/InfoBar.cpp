@@ -11,9 +11,13 @@ bool shown(Uint64 since) { return since > 0 && SDL_GetTicks64() - since < 2500; 
 }  // namespace
 
 void InfoBar::drawPage(Canvas& canvas, const Browser& browser) const {
-  if (!browser.loading() && !shown(m_page)) return;
+  if (!browser.loading() && !browser.silent() && !shown(m_page)) return;
   constexpr int height = 52, top = kHeight - height;
   canvas.fill({0, top, kWidth, height}, {11, 18, 38, 225});
+  if (browser.silent()) {
+    canvas.text("This page doesn't answer. Back leaves it.", 64, top + 12, 22, kGold);
+    return;
+  }
   const std::string& title = browser.title().empty() ? browser.address() : browser.title();
   const int end = 64 + canvas.text(title, 64, top + 12, 22, kWhite, 600);
   canvas.text(browser.address(), end + 24, top + 16, 18, kGrey, kWidth - 64 - end - 24);

@@ -13,6 +13,7 @@ const char kHelp[] =
     "  tv-host [OPTION]... [ADDRESS]\n"
     "\n"
     "  --fullscreen        uses the whole screen\n"
+    "  --engine-process    has QtWebKit run in a process of its own\n"
     "  --stats             prints frames, dropped frames and uploads each second\n"
     "  --script FILE       presses keys and checks what they lead to; see tour.script\n"
     "  --pictures FOLDER   where the script's screenshots go (this folder)\n"
@@ -66,6 +67,8 @@ Options readOptions(int argc, char** argv) {
       options.fullScreen = true;
     else if (argument == "--stats")
       options.stats = true;
+    else if (argument == "--engine-process")
+      options.engineProcess = true;
     else if (argument == "--script")
       options.script = value();
     else if (argument == "--pictures")

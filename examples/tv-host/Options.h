@@ -9,6 +9,7 @@ struct Options {
   bool help = false;
   bool fullScreen = false;
   bool stats = false;
+  bool engineProcess = false;  // QtWebKit runs in a process of its own
   std::string script;          // a file; empty for none
   std::string pictures = ".";  // the folder for the script's screenshots
   std::string font;            // empty for the first of the usual ones that is there

@@ -24,8 +24,9 @@ class ScriptedHost {
 //   click X Y                 presses its button there
 //   wheel N                   turns its wheel N notches down
 //   wait N                    waits for N milliseconds
-//   expect STATE = VALUE      waits until it is so, at most 20 s; a * begins or ends what may
-//   differ picture NAME              takes a screenshot quit                      closes the window
+//   expect STATE = VALUE      waits until it is so, at most 20 s; a * at either end is any text
+//   picture NAME              takes a screenshot
+//   quit                      closes the window
 class Script {
  public:
   // Without a file there is nothing to play. Throws std::runtime_error for a file that can't be

@@ -13,9 +13,14 @@ namespace {
 
 int run(const tv::Options& options) {
   char name[] = "tv-host", platform[] = "-platform", offscreen[] = "offscreen";
-  static char* arguments[] = {name, platform, offscreen, nullptr};
+  char process[] = "--engine-process";
+  char* arguments[] = {name, platform, offscreen, process, nullptr};
+  if (!options.engineProcess) arguments[3] = nullptr;
+  LARKA::EngineSettings settings;
+  settings.reload = false;  // a browser loads its page again when that is seen
+  LARKA::SetEngineSettings(settings);
   LARKA::BrowserManager manager;
-  manager.Initialize(3, arguments);
+  manager.Initialize(options.engineProcess ? 4 : 3, arguments);
   const int status = tv::Host(manager, options).run();
   manager.Shutdown(true);
   return status;

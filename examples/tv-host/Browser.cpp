@@ -131,12 +131,11 @@ void Browser::OnTextField(LARKA::ILarkaBrowser* /*browser*/, const LARKA::TextFi
   m_owner.onTextField(*this);
 }
 
-// A process that has ended closes no films. Only the page that the viewer sees loads again at once:
-// one that nobody sees may be what the process has ended of.
+// Only the page that the viewer sees loads again at once: one that nobody sees may be what the
+// process has ended of.
 void Browser::OnEngineState(LARKA::ILarkaBrowser* /*browser*/, LARKA::EngineState state) {
   m_silent = state == LARKA::ENGINE_SILENT;
   if (state == LARKA::ENGINE_ENDED || state == LARKA::ENGINE_STOPPED) {
-    m_films.closeAll();
     m_holes.clear();
     m_lost = !m_address.empty();
   }

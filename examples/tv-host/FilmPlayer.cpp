@@ -66,10 +66,6 @@ void FilmPlayer::report() {
     if (!film.isClosed()) film.report();
 }
 
-void FilmPlayer::closeAll() {
-  for (Film& film : m_films) film.close();
-}
-
 void FilmPlayer::request(LARKA::LarkaPluginWidget& element, LARKA::MediaAction action,
                          double value) {
   auto* film = static_cast<Film*>(element.GetUserData());

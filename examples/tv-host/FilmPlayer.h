@@ -41,8 +41,6 @@ class FilmPlayer {
   // Call it in OnMediaRequest.
   void request(LARKA::LarkaPluginWidget& element, LARKA::MediaAction action, double value);
 
-  void closeAll();
-
  private:
   void report();
 

@@ -558,7 +558,7 @@ LARKA_EXPORT bool ReportMedia(LarkaPluginWidget* player, const MediaReport& repo
 enum EngineState {
   ENGINE_ANSWERS = 0,  ///< It answers again, or a new one has started.
   ENGINE_SILENT = 1,   ///< It doesn't answer: calls return at once, with empty results.
-  ENGINE_ENDED = 2,    ///< It has ended, and a new one is being started.
+  ENGINE_ENDED = 2,    ///< It has ended, with what listeners had open, and a new one is starting.
   ENGINE_STOPPED = 3   ///< It has ended, and none is started until RestartEngine() is called.
 };
 

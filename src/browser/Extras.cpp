@@ -180,7 +180,9 @@ bool MoveFocus(ILarkaBrowser* browser, Directions direction) {
 }
 
 bool AnswerList(ILarkaBrowser* browser, int id, int index) {
-  if (auto* remote = remoteBrowser(browser)) return remote->call<&LARKA::AnswerList>(id, index);
+  if (auto* remote = remoteBrowser(browser))
+    return remote->answered(&RemoteBrowser::OpenThings::list,
+                            remote->call<&LARKA::AnswerList>(id, index));
   const LarkaBrowser* larka = livingBrowser(browser);
   return larka && larka->lists()->answer(id, index);
 }
@@ -200,7 +202,9 @@ bool IsListOpen(ILarkaBrowser* browser) {
 }
 
 bool AnswerColor(ILarkaBrowser* browser, int id, const char* color) {
-  if (auto* remote = remoteBrowser(browser)) return remote->call<&LARKA::AnswerColor>(id, color);
+  if (auto* remote = remoteBrowser(browser))
+    return remote->answered(&RemoteBrowser::OpenThings::color,
+                            remote->call<&LARKA::AnswerColor>(id, color));
   const LarkaBrowser* larka = livingBrowser(browser);
   return larka && larka->colours()->answer(id, color);
 }

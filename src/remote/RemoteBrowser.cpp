@@ -5,6 +5,7 @@
 #include <fstream>
 #include <utility>
 
+#include "elements/LarkaPluginWidgetQt.h"
 #include "host/Diagnostics.h"
 
 namespace LARKA {
@@ -46,6 +47,16 @@ void RemoteBrowser::removeExtraListener(IExtraCallbacks* listener) {
                          m_extraListeners.end());
 }
 
+void RemoteBrowser::OpenThings::notePlayer(const LarkaPluginWidget& player, MediaAction action) {
+  const auto is = [&player](const LarkaPluginWidget& other) {
+    return LarkaPluginWidgetPrivate::of(other) == LarkaPluginWidgetPrivate::of(player);
+  };
+  if (action == MEDIA_OPEN && std::none_of(players.begin(), players.end(), is))
+    players.push_back(player);
+  if (action == MEDIA_CLOSE)
+    players.erase(std::remove_if(players.begin(), players.end(), is), players.end());
+}
+
 void RemoteBrowser::notifyDirty(const std::vector<Rectangle>& parts,
                                 const std::vector<LarkaPluginWidget>& plugins) {
   m_changed = parts;
@@ -80,6 +91,19 @@ void RemoteBrowser::restore(bool reload) {
   m_manager->tell<&ILarkaBrowser::Navigate>(m_id, m_address.c_str());
 }
 
+// The page closes nothing any more.
+void RemoteBrowser::closeAll() {
+  const OpenThings open = std::exchange(m_open, {});
+  const auto tell = [this](const auto& call) {
+    each(m_extraListeners, [&](IExtraCallbacks* listener) { return call(listener), false; });
+  };
+  if (open.list != 0) tell([&](auto* listener) { listener->OnListClosed(this, open.list); });
+  if (open.color != 0) tell([&](auto* listener) { listener->OnColorClosed(this, open.color); });
+  if (open.hasField) tell([&](auto* listener) { listener->OnTextField(this, TextField()); });
+  for (LarkaPluginWidget player : open.players)
+    tell([&](auto* listener) { listener->OnMediaRequest(this, &player, MEDIA_CLOSE, 0); });
+}
+
 void RemoteBrowser::notifyState(EngineState state) {
   const bool hasEnded = state == ENGINE_ENDED || state == ENGINE_STOPPED;
   if (hasEnded && std::exchange(m_failed, false)) {
@@ -88,6 +112,7 @@ void RemoteBrowser::notifyState(EngineState state) {
       return false;
     });
   }
+  if (hasEnded) closeAll();
   each(m_extraListeners, [&](IExtraCallbacks* listener) {
     listener->OnEngineState(this, state);
     return false;

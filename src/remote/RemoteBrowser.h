@@ -64,6 +64,23 @@ class RemoteBrowser : public ILarkaBrowser {
   void loadFinished() { m_loading = false; }
   void addressChanged(const char* url) { m_address = url; }
 
+  /// What the listeners have heard of that begins, and not of its end. If the process ends, they
+  /// do.
+  struct OpenThings {
+    int list = 0, color = 0;  // 0 for none
+    bool hasField = false;
+    std::vector<LarkaPluginWidget> players;
+
+    void notePlayer(const LarkaPluginWidget& player, MediaAction action);
+  };
+  OpenThings& open() { return m_open; }
+
+  /// Notes that the host has answered: `done` says whether that closed the question.
+  bool answered(int OpenThings::*question, bool done) {
+    if (done) m_open.*question = 0;
+    return done;
+  }
+
   // The image.
 
   RemoteImage& image() { return m_image; }
@@ -154,6 +171,8 @@ class RemoteBrowser : public ILarkaBrowser {
       if (m_abandoned || (listener && call(listener))) return;
   }
 
+  void closeAll();
+
   std::shared_ptr<RemoteManager> m_manager;
   int m_id;
   RemoteBrowser* m_inspected;  // by this inspector
@@ -163,6 +182,7 @@ class RemoteBrowser : public ILarkaBrowser {
   bool m_abandoned = false, m_over = false;
   bool m_loading = false, m_failed = false;
   std::string m_address;
+  OpenThings m_open;
   std::vector<std::pair<quint16, QByteArray>> m_set;  // in the order in which it was first set
   RemoteImage m_image;
   std::vector<Rectangle> m_changed;

@@ -116,13 +116,42 @@ std::string askForText(RemoteBrowser* browser, const char* message, const char* 
   return result;
 }
 
+/// A question that no listener takes isn't open.
+template <typename Event, typename... A>
+bool askWhoShows(RemoteBrowser* browser, int RemoteBrowser::OpenThings::*question,
+                 A&&... arguments) {
+  const int id = browser->open().*question;
+  const bool isTaken = tellListeners<Event>(browser, arguments...);
+  if (browser->open().*question == id) browser->answered(question, !isTaken);
+  return isTaken;
+}
+
+/// Notes what an event opens or closes, before the listeners get it.
+template <typename Event, typename... A>
+void noteOpen(RemoteBrowser::OpenThings* open, A&&... arguments) {
+  const auto all = std::tie(arguments...);
+  if constexpr (kIs<Event, &IExtraCallbacks::OnListOpened>) open->list = std::get<0>(all).id;
+  if constexpr (kIs<Event, &IExtraCallbacks::OnListClosed>) open->list = 0;
+  if constexpr (kIs<Event, &IExtraCallbacks::OnColorOpened>) open->color = std::get<0>(all);
+  if constexpr (kIs<Event, &IExtraCallbacks::OnColorClosed>) open->color = 0;
+  if constexpr (kIs<Event, &IExtraCallbacks::OnTextField>)
+    open->hasField = std::get<0>(all).kind != TEXT_NONE;
+  if constexpr (kIs<Event, &IExtraCallbacks::OnMediaRequest>)
+    open->notePlayer(*std::get<0>(all), std::get<1>(all));
+}
+
 template <typename Event, typename... A>
 auto deliver(RemoteBrowser* browser, A&&... arguments) {
   if constexpr (kIs<Event, &ILarkaCallbacks::OnLoadStarted>) browser->loadStarted();
   if constexpr (kIs<Event, &ILarkaCallbacks::OnLoadFinished>) browser->loadFinished();
   if constexpr (kIs<Event, &ILarkaCallbacks::OnUrlChanged>) browser->addressChanged(arguments...);
+  noteOpen<Event>(&browser->open(), arguments...);
   if constexpr (kIs<Event, &ILarkaCallbacks::OnJavaScriptPrompt>)
     return askForText(browser, arguments...);
+  else if constexpr (kIs<Event, &IExtraCallbacks::OnListOpened>)
+    return askWhoShows<Event>(browser, &RemoteBrowser::OpenThings::list, arguments...);
+  else if constexpr (kIs<Event, &IExtraCallbacks::OnColorOpened>)
+    return askWhoShows<Event>(browser, &RemoteBrowser::OpenThings::color, arguments...);
   else
     return tellListeners<Event>(browser, arguments...);
 }

@@ -11,6 +11,9 @@ struct Watcher : test::Recorder {
   void OnEngineState(ILarkaBrowser*, EngineState state) override {
     states += std::to_string(state);
   }
+  void OnTextField(ILarkaBrowser*, const TextField& field) override {
+    events.push_back("OnTextField " + std::to_string(field.kind));
+  }
 };
 
 class EngineProcessTest : public testing::Test {
@@ -29,9 +32,15 @@ class EngineProcessTest : public testing::Test {
     host.manager->Shutdown(true);
     SetEngineSettings(EngineSettings());
   }
-  bool comesTo(const std::string& states) {
-    return host.pumpUntil([&] { return watcher.states == states; }) ||
-           (ADD_FAILURE() << watcher.states, false);
+  /// A process that is merely slow may be silent for a while at any time.
+  bool comesTo(const std::string& wanted) {
+    const auto isThere = [&] {
+      std::string states = watcher.states;
+      for (size_t at = wanted == "10"; (at = states.find("10", at)) != std::string::npos;)
+        states.erase(at, 2);
+      return states == wanted;
+    };
+    return host.pumpUntil(isThere) || (ADD_FAILURE() << watcher.states, false);
   }
   std::string eval(const char* script) { return EvaluateScript(browser, script).json; }
 
@@ -94,6 +103,37 @@ TEST_F(EngineProcessTest, AnotherOneTakesThePlaceOfOneThatEnds) {
   EXPECT_TRUE(RestartEngine(host.manager.get()));
   EXPECT_TRUE(host.pumpUntil([&] { return browser->GetTitle() == "Page"; }))
       << "it is loaded again";
+}
+
+TEST_F(EngineProcessTest, WhatIsOpenIsClosedWithIt) {
+  SetMediaHandedOver(browser, true);
+  watcher.takesOver = true;
+  const std::string page = host.directory.write(
+      "open.html",
+      "<title>Open</title><style>*{position:absolute;width:60px;height:20px}</style><video "
+      "src=film>"
+      "</video><input id=t style='top:40px'><select style='top:80px'><option>1</select>"
+      "<input type=color style='top:120px'>");
+  std::string ends;
+  struct Opened {
+    int y;
+    const char *event, *closed;
+  };
+  for (const Opened& opened : {Opened{50, "OnTextField 1", "OnTextField 0"},
+                               Opened{90, "OnListOpened", "OnListClosed true"},
+                               Opened{130, "OnColorOpened", "OnColorClosed true"}}) {
+    EXPECT_TRUE(host.load(browser, &watcher, "<title>Other"));
+    browser->Navigate(page.c_str());
+    ASSERT_TRUE(host.pumpUntil([&] { return watcher.count("OnMediaRequest  1") == 1; }));
+    host.settle(watcher);
+    browser->MouseClick(9, opened.y, 0);
+    EXPECT_TRUE(host.pumpUntil([&] { return watcher.count(opened.event) == 1; })) << opened.event;
+    watcher.events.clear();
+    EXPECT_TRUE(EndEngine(host.manager.get()));
+    ASSERT_TRUE(comesTo(ends += ends.size() < 4 ? "20" : "3"));
+    const std::vector<std::string> ended = {opened.closed, "OnMediaRequest  7 0"};
+    EXPECT_EQ(watcher.events, ended);
+  }
 }
 
 }  // namespace

@@ -24,6 +24,7 @@
 
 #include "browser/LarkaBrowserQt.h"
 #include "cookies/CookieJar.h"
+#include "cookies/CookieKeeper.h"
 #include "elements/SelectPopup.h"
 #include "host/Destruction.h"
 #include "host/Diagnostics.h"
@@ -209,7 +210,8 @@ BrowserManager::~BrowserManager() {
 }
 
 void BrowserManager::Initialize(int argc, char** argv) {
-  const bool asksForProcess = RemoteManager::takeArgument(&argc, argv);
+  const bool asksForProcess = RemoteManager::takeArgument("--engine-process", &argc, argv);
+  if (RemoteManager::takeArgument("--keep-cookies", &argc, argv)) CookieKeeper::use();
   if (asksForProcess && d && !d->application && !d->remote)
     d->remote = std::make_shared<RemoteManager>(this);
   if (d && d->remote) return d->remote->initialize(argc, argv);

@@ -122,6 +122,18 @@ bool writeFile(const QString& fileName, const QByteArray& state) {
   return !replaceable && QFileInfo::exists(fileName) && writeOver(fileName, state);
 }
 
+QByteArray contentsOf(const QString& fileName) {
+  QFile file(fileName);
+  if (!QFileInfo(file).isFile()) return {};  // opening a pipe would block
+  return file.open(QIODevice::ReadOnly) ? file.read(kLargestFile) : QByteArray();
+}
+
+/// Returns whether the file can be replaced. A device is never.
+bool isReplaceable(const QString& fileName) {
+  const QFileInfo info(fileName);
+  return !fileName.isEmpty() && (info.isFile() || !info.exists());
+}
+
 }  // namespace
 
 QList<CookieJar*> CookieJar::s_living;
@@ -143,15 +155,9 @@ CookieJar::~CookieJar() {
   end();
 }
 
-QByteArray CookieJar::fileContents() const {
-  QFile file(m_fileName);
-  if (!QFileInfo(file).isFile()) return {};  // opening a pipe would block
-  return file.open(QIODevice::ReadOnly) ? file.read(kLargestFile) : QByteArray();
-}
-
 void CookieJar::load() {
   m_isRead = true;
-  const QByteArray state = fileContents();
+  const QByteArray state = contentsOf(m_fileName);
   if (restoreState(state)) setSaved(state);
 }
 
@@ -159,35 +165,44 @@ void CookieJar::loadWhenUsed() {
   if (!m_isRead) load();
 }
 
-/// Returns whether the file can be replaced. A device is never.
-bool CookieJar::isReplaceable() const {
-  const QFileInfo info(m_fileName);
-  return !m_fileName.isEmpty() && (info.isFile() || !info.exists());
-}
-
 void CookieJar::save() {
   loadWhenUsed();
   m_firstChange.invalidate();
-  if (!isReplaceable()) return;
-  const FileLock lock(m_fileName, kWaitMilliseconds);
-  if (lock.isTaken())
-    scheduleSave();
-  else
+  if (!isReplaceable(m_fileName)) return;
+  {
+    const FileLock lock(m_fileName, kWaitMilliseconds);
+    if (lock.isTaken()) return scheduleSave();
     mergeAndWrite();
+  }
+  CookieKeeper::forget(m_fileName);
 }
 
 void CookieJar::end() {
   if (!m_isRead) return;
+  CookieKeeper::forget(m_fileName);  // which would save what is of this session
   endSession();
-  if (!isReplaceable()) return;
+  if (!isReplaceable(m_fileName)) return;
   // Without the lock another store's last changes could be lost; without saving, those of this
   // store certainly would.
   const FileLock lock(m_fileName, kLastWaitMilliseconds);
   mergeAndWrite();
 }
 
+bool CookieJar::addToFile(const QString& fileName,
+                          const std::vector<CookieKeeper::Change>& changes) {
+  if (!isReplaceable(fileName)) return true;
+  const FileLock lock(fileName, kWaitMilliseconds);
+  if (lock.isTaken()) return false;
+  NetworkCookieJar jar;
+  jar.restoreState(contentsOf(fileName));
+  for (const CookieKeeper::Change& change : changes)
+    jar.setCookiesFromUrl(change.cookies, change.url);
+  writeFile(fileName, jar.saveState());
+  return true;
+}
+
 void CookieJar::mergeAndWrite() {
-  merge(fileContents());
+  merge(contentsOf(m_fileName));
   const QByteArray state = saveState();
   if (writeFile(m_fileName, state)) setSaved(state);
 }
@@ -200,6 +215,7 @@ QList<QNetworkCookie> CookieJar::cookiesForUrl(const QUrl& url) const {
 bool CookieJar::setCookiesFromUrl(const QList<QNetworkCookie>& cookies, const QUrl& url) {
   loadWhenUsed();
   const bool stored = NetworkCookieJar::setCookiesFromUrl(cookies, url);
+  CookieKeeper::add(m_fileName, {cookies, url});
   scheduleSave();
   return stored;
 }
@@ -207,8 +223,9 @@ bool CookieJar::setCookiesFromUrl(const QList<QNetworkCookie>& cookies, const QU
 // What the file holds now is removed with the next save. What others write until then stays.
 void CookieJar::clear() {
   m_isRead = true;
+  CookieKeeper::forget(m_fileName);
   setAllCookies({});
-  setSaved(fileContents());
+  setSaved(contentsOf(m_fileName));
   scheduleSave();
 }
 

@@ -4,7 +4,9 @@
 #include <QElapsedTimer>
 #include <QList>
 #include <QString>
+#include <vector>
 
+#include "cookies/CookieKeeper.h"
 #include "cookies/networkcookiejar.h"
 
 class QTimer;
@@ -29,6 +31,10 @@ class CookieJar : public NetworkCookieJar {
   /// them.
   static void endAll();
 
+  /// Makes changes to a cookie file that no store has read for that, on any thread. Returns false
+  /// if another store is just writing it.
+  static bool addToFile(const QString& fileName, const std::vector<CookieKeeper::Change>& changes);
+
   QList<QNetworkCookie> cookiesForUrl(const QUrl& url) const override;
   bool setCookiesFromUrl(const QList<QNetworkCookie>& cookies, const QUrl& url) override;
 
@@ -50,8 +56,6 @@ class CookieJar : public NetworkCookieJar {
   void clear();
 
  private:
-  QByteArray fileContents() const;
-  bool isReplaceable() const;
   void loadWhenUsed();
   void mergeAndWrite();
   void end();

@@ -91,6 +91,9 @@ int main(int count, char** arguments) {
 
   endWithHost(static_cast<int>(channel));
 
+  static char keepCookies[] = "--keep-cookies";  // in the place of one that was taken out
+  arguments[count++] = keepCookies;
+  arguments[count] = nullptr;
   LARKA::BrowserManager manager;
   manager.Initialize(count, arguments);
   LARKA::EngineServer server(LARKA::Channel(static_cast<int>(channel)), &manager,

@@ -23,7 +23,6 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-const char kArgument[] = "--engine-process";
 const milliseconds kStartLimit(10000);
 const milliseconds kPingAfter(1000);
 const milliseconds kEndLimit(2000);
@@ -158,9 +157,9 @@ auto deliver(RemoteBrowser* browser, A&&... arguments) {
 
 }  // namespace
 
-bool RemoteManager::takeArgument(int* count, char** arguments) {
+bool RemoteManager::takeArgument(const char* argument, int* count, char** arguments) {
   for (int i = 1; i < *count; ++i) {
-    if (strcmp(arguments[i], kArgument) != 0) continue;
+    if (strcmp(arguments[i], argument) != 0) continue;
     std::copy(arguments + i + 1, arguments + *count, arguments + i);
     arguments[--*count] = nullptr;
     return true;

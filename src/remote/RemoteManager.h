@@ -29,9 +29,8 @@ class RemoteManager : public Caller,
                       public HostRequests,
                       public std::enable_shared_from_this<RemoteManager> {
  public:
-  /// Takes the argument that asks for an engine process out of a program's arguments. Returns
-  /// whether it was there.
-  static bool takeArgument(int* count, char** arguments);
+  /// Takes an argument out of a program's arguments. Returns whether it was there.
+  static bool takeArgument(const char* argument, int* count, char** arguments);
 
   /// Returns the manager that `owner` has, or null.
   static RemoteManager* of(const BrowserManager* owner);

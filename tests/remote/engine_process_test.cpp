@@ -1,5 +1,6 @@
 // What becomes of a host whose engine process hangs or ends.
 #include "Host.h"
+#include "HttpServer.h"
 
 namespace {
 
@@ -134,6 +135,19 @@ TEST_F(EngineProcessTest, WhatIsOpenIsClosedWithIt) {
     const std::vector<std::string> ended = {opened.closed, "OnMediaRequest  7 0"};
     EXPECT_EQ(watcher.events, ended);
   }
+}
+
+TEST_F(EngineProcessTest, KeepsCookiesOfAPageThatHangs) {
+  test::HttpServer server;
+  server.page("/page", "<title>Here</title>");
+  const auto isHere = [&] { return browser->GetTitle() == "Here"; };
+  browser->Navigate(server.url("/page").c_str());
+  EXPECT_TRUE(host.pumpUntil(isHere));
+  browser->ExecuteJavascript("document.cookie = 'kept=1'; setTimeout('for (;;);', 0)");
+  host.pumpFor(2000);
+  EXPECT_TRUE(EndEngine(host.manager.get()));
+  EXPECT_TRUE(host.pumpUntil(isHere));
+  EXPECT_EQ(browser->ReadCookie("kept"), "1");
 }
 
 }  // namespace

@@ -83,6 +83,11 @@ LARKA_EXPORT LoadError GetLoadError(ILarkaBrowser* browser);
 /// that begin after the call.
 LARKA_EXPORT void SetLoadTimeLimit(ILarkaBrowser* browser, int milliseconds);
 
+/// Returns whether anything of the page is still on its way, from the network or a file: the page
+/// itself, or what it has asked for since. Ask this between two pumps to find out when a page is
+/// complete.
+LARKA_EXPORT bool HasRunningRequests(ILarkaBrowser* browser);
+
 /// What painting a page has cost.
 struct FrameStatistics {
   long long notices = 0;    ///< of ILarkaCallbacks::OnDirty, to each listener
@@ -383,6 +388,15 @@ struct ImageSize {
 /// shut down, and for an inspector.
 LARKA_EXPORT ImageSize GetImageSize(ILarkaBrowser* browser);
 
+/// Brings the image up to date with the page, at once: it replaces what is stale after paints in
+/// parts, which otherwise happens once the page has been at rest for 200 ms. If that changes
+/// anything, ILarkaCallbacks::OnDirty is called before this returns. It costs as much as a paint of
+/// the whole page. Before the first paint, and in full screen, it changes nothing.
+///
+/// Returns false in events that page script waits for, if an engine process doesn't answer, for
+/// null, for a browser that was shut down, and for an inspector.
+LARKA_EXPORT bool RefreshImage(ILarkaBrowser* browser);
+
 /// Sets how many pixels of the image a pixel of the view is, in each direction: text and borders
 /// get sharper, and the layout of the page stays. `ratio` is 1.0 to 3.0, with any fraction; without
 /// a call it is 1.0. The image is as large as the view times the ratio, without the fraction of a
@@ -564,6 +578,10 @@ enum EngineState {
 
 /// How hosts want their engine processes.
 struct EngineSettings {
+  /// How long BrowserManager::Initialize waits for the process to start, in milliseconds. With 0 it
+  /// doesn't, and several managers start theirs at once; IExtraCallbacks::OnEngineState tells when
+  /// one has. Before that, calls with a result return an empty one; the others are done then.
+  int startLimit = 10000;
   /// How long a call waits for the answer, in milliseconds.
   int answerLimit = 2000;
   /// Ends a process that has been ENGINE_SILENT for so many milliseconds; 0 for never.

@@ -78,6 +78,12 @@ void SetLoadTimeLimit(ILarkaBrowser* browser, int milliseconds) {
   if (LarkaBrowser* found = livingBrowser(browser)) found->setLoadTimeLimit(milliseconds);
 }
 
+bool HasRunningRequests(ILarkaBrowser* browser) {
+  if (auto* remote = remoteBrowser(browser)) return remote->call<&LARKA::HasRunningRequests>();
+  const LarkaBrowser* larka = livingBrowser(browser);
+  return larka && larka->hasRunningRequests();
+}
+
 FrameStatistics TakeFrameStatistics(ILarkaBrowser* browser) {
   if (auto* remote = remoteBrowser(browser)) return remote->call<&LARKA::TakeFrameStatistics>();
   LarkaBrowser* found = livingBrowser(browser);
@@ -314,6 +320,12 @@ ImageSize GetImageSize(ILarkaBrowser* browser) {
   LarkaBrowser* larka = livingBrowser(browser);
   const QImage* image = larka ? larka->webView()->hostImage() : nullptr;
   return image ? ImageSize{image->width(), image->height()} : ImageSize();
+}
+
+bool RefreshImage(ILarkaBrowser* browser) {
+  if (auto* remote = remoteBrowser(browser)) return remote->refreshImage();
+  LarkaBrowser* larka = livingBrowser(browser);
+  return larka && larka->refreshImage();
 }
 
 bool SetDevicePixelRatio(ILarkaBrowser* browser, double ratio) {

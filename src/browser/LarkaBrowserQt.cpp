@@ -310,8 +310,6 @@ LoadFailure LarkaBrowser::loadFailure() const {
   return m_webView ? page()->failure() : LoadFailure();
 }
 
-QString LarkaBrowser::loadFailureText() const { return loadFailure().text; }
-
 void LarkaBrowser::loadProgress(int percent) {
   m_listeners.post([=](ILarkaCallbacks* listener) { listener->OnLoadProgress(percent); });
 }
@@ -1107,7 +1105,7 @@ void LarkaBrowser::SaveBrowserImage(const char* path, int width, int height) {
   if (!thumbnail.save(QFile::decodeName(path), "jpg")) diagnose("Thumbnail save failure\n");
 }
 
-bool LarkaBrowser::mendImage() {
+bool LarkaBrowser::refreshImage() {
   if (!m_webView || !webKitUse().isIdle()) return false;
   m_webView->mend();
   return true;

@@ -58,11 +58,6 @@ class WebPage;
 /// manager.
 class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
   Q_OBJECT
-  // What larka-shot reads by name, because the public interface doesn't tell. They
-  // are properties because the list of methods is part of the contract.
-  Q_PROPERTY(QString loadFailure READ loadFailureText)
-  Q_PROPERTY(bool hasRunningRequests READ hasRunningRequests)
-  Q_PROPERTY(bool isImageMended READ mendImage)
 
  public:
   /// Takes `manager` for its page's requests. The caller keeps it alive as long as the page.
@@ -95,14 +90,13 @@ class LarkaBrowser : public QObject, public ILarkaBrowser, public PageHost {
 
   /// Stops loads that take longer. 0 or less is no limit.
   void setLoadTimeLimit(int milliseconds) { m_loadTimeLimit = milliseconds; }
-  QString loadFailureText() const;
 
   /// Returns whether the page, or anything in it, waits for an answer from the network or a file.
   bool hasRunningRequests() const;
 
   /// Replaces now what is stale in the page image, which otherwise happens when the page has been
   /// at rest for a while. Returns false while a page is on the stack.
-  bool mendImage();
+  bool refreshImage();
 
   /// EvaluateScript() for a browser that has a page.
   ScriptResult evaluateScript(const QString& script, const QString& frameName);

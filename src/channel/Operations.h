@@ -225,6 +225,8 @@ class EngineRequests {
   /// The host has forgotten a handle that it got `times` times.
   virtual void releaseControl(long long id, int times) = 0;
   virtual void releasePlugin(long long id, int times) = 0;
+  /// Does what RefreshImage() does. The host has the image before the answer.
+  virtual bool refreshImage(int browser) = 0;
 };
 
 /// What the engine process tells the host besides the events of the interface.
@@ -244,6 +246,8 @@ class HostRequests {
                             const std::vector<long long>& plugins) = 0;
   /// The page's list has lost these plug-ins.
   virtual void pluginsGone(const std::vector<long long>& plugins) = 0;
+  /// Does nothing: by the answer the host has taken what was sent before.
+  virtual void ping() = 0;
 };
 
 template <typename T, typename R, typename... A>
@@ -304,7 +308,8 @@ using EngineOperations = Operations<
     &InsertText, &ReplaceText, &DeleteText, &SetTransparent, &SetMaximumImageSize,
     &SetImageFollowsResize, &SetDevicePixelRatio, &MoveFocus, &SetCertificateChecks,
     &AcceptCertificate, &SetMediaHandedOver, &GetMediaAddress, &ReportMedia, &CloseList, &IsListOpen,
-    &PressFocused, &LeaveFullScreen, &GetPluginPlace>;
+    &PressFocused, &LeaveFullScreen, &GetPluginPlace,
+    &HasRunningRequests, &EngineRequests::refreshImage>;
 // clang-format on
 
 // Their results are known: they are called even if nobody can wait for that.
@@ -334,7 +339,8 @@ using HostOperations = Operations<
 
     &IExtraCallbacks::OnMessage, &IExtraCallbacks::OnListOpened, &IExtraCallbacks::OnListClosed,
     &IExtraCallbacks::OnColorOpened, &IExtraCallbacks::OnColorClosed,
-    &IExtraCallbacks::OnTextField, &IExtraCallbacks::OnMediaRequest>;
+    &IExtraCallbacks::OnTextField, &IExtraCallbacks::OnMediaRequest,
+    &HostRequests::ping>;
 // clang-format on
 
 }  // namespace LARKA

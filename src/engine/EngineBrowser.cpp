@@ -91,6 +91,16 @@ void EngineBrowser::imageTaken() {
   sendChanges();
 }
 
+// When the host takes a notice it may get another one, of what has changed since that was sent.
+bool EngineBrowser::refreshImage() {
+  const auto self = shared_from_this();
+  const bool isDone = RefreshImage(m_browser);
+  sendChanges();
+  const int kMostNotices = 2;
+  for (int i = 0; i < kMostNotices && m_noticed; ++i) m_server->ask<&HostRequests::ping>(0);
+  return isDone;
+}
+
 // Plug-ins.
 
 void EngineBrowser::OnPluginCreated(LarkaPluginWidget* plugin) {

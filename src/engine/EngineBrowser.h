@@ -33,6 +33,9 @@ class EngineBrowser : public ILarkaCallbacks,
   /// The host has taken over the parts of the last notice.
   void imageTaken();
 
+  /// Brings the host's image up to date. Returns false while a page is on the stack.
+  bool refreshImage();
+
   /// Tells the host that the page's plug-ins are gone.
   void forgetPlugins();
 

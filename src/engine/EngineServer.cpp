@@ -24,7 +24,8 @@ namespace LARKA {
 namespace {
 
 // A host often asks several things in a row. So this looks a little longer for the next one: a turn
-// of the event loop would take twice as long as an answer.
+// of the event loop would take twice as long as an answer. One that asks whether a page has running
+// requests waits for what the event loop does.
 const long kLingerNanoseconds = 100000;
 const qint64 kLingerInAllMilliseconds = 5;
 
@@ -92,7 +93,8 @@ void EngineServer::serveWaiting() {
     if (m_channel.hasMessage() || message.kind != Message::Call) continue;
     pollfd ready = {m_channel.socket(), POLLIN, 0};
     const timespec linger = {0, kLingerNanoseconds};
-    const bool lingers = timer.elapsed() < kLingerInAllMilliseconds;
+    const bool lingers = timer.elapsed() < kLingerInAllMilliseconds &&
+                         message.operation != EngineOperations::numberOf<&HasRunningRequests>();
     if (lingers && m_channel.isOpen() && ppoll(&ready, 1, &linger, nullptr) > 0)
       m_channel.exchange();
   }
@@ -207,6 +209,8 @@ void EngineServer::releasePlugin(long long id, int times) {
 void EngineServer::createBrowser(int id) {
   ILarkaBrowser* browser = m_manager->CreateBrowser();
   if (!browser || m_browsers.count(id)) return;
+  // Without a size nothing is painted. Initialize() has the right one, but may come later.
+  browser->Resize(0, 0);
   m_browsers[id] = std::make_shared<EngineBrowser>(this, id, browser);
 }
 
@@ -298,6 +302,11 @@ void EngineServer::pump() { m_manager->PumpEvents(); }
 
 void EngineServer::imageTaken(int browser) {
   if (EngineBrowser* found = browserOf(browser)) found->imageTaken();
+}
+
+bool EngineServer::refreshImage(int browser) {
+  EngineBrowser* found = browserOf(browser);
+  return found && found->refreshImage();
 }
 
 void EngineServer::checkImages() {

@@ -89,6 +89,7 @@ class EngineServer : public QObject, public Objects, public EngineRequests {
   void ping() override {}
   void pump() override;
   void imageTaken(int browser) override;
+  bool refreshImage(int browser) override;
   void releaseControl(long long id, int times) override;
   void releasePlugin(long long id, int times) override;
 

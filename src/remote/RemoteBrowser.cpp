@@ -73,6 +73,11 @@ void RemoteBrowser::notifyDirty(const std::vector<Rectangle>& parts,
   m_changed.clear();
 }
 
+bool RemoteBrowser::refreshImage() {
+  const auto manager = m_manager;
+  return !m_over && manager->ask<&EngineRequests::refreshImage>(0, m_id).value_or(false);
+}
+
 // Another process.
 
 void RemoteBrowser::detach() {

@@ -87,6 +87,7 @@ class RemoteBrowser : public ILarkaBrowser {
   void notifyDirty(const std::vector<Rectangle>& parts,
                    const std::vector<LarkaPluginWidget>& plugins);
   const std::vector<Rectangle>& changedParts() const { return m_changed; }
+  bool refreshImage();
 
   // The process.
 

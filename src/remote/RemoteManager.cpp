@@ -207,7 +207,8 @@ void RemoteManager::initialize(int count, char** arguments) {
   m_arguments.assign(arguments + std::min(count, 1), arguments + count);
   m_ends.clear();
   const Activity activity;
-  const Clock::time_point end = Clock::now() + kStartLimit;
+  const Clock::time_point end =
+      Clock::now() + std::min(kStartLimit, milliseconds(g_settings.startLimit));
   startProcess();
   while (m_state == Starting && Clock::now() < end) {
     m_channel.wait(untilMilliseconds(end, kStartLimit));
@@ -319,11 +320,12 @@ void RemoteManager::end() {
 
 // The process saves what it has to when the channel closes.
 void RemoteManager::endWithHost() {
-  for (RemoteManager* manager : g_managers) {
-    if (manager->m_host != getpid()) continue;  // a copy of the host
-    manager->m_channel.close();
+  std::vector<RemoteManager*> own;
+  for (RemoteManager* manager : g_managers)
+    if (manager->m_host == getpid()) own.push_back(manager);  // not in a copy of the host
+  for (RemoteManager* manager : own) manager->m_channel.close();
+  for (RemoteManager* manager : own)
     manager->m_process.awaitEnd(static_cast<int>(kEndLimit.count()));
-  }
 }
 
 void RemoteManager::shutDownNow() {

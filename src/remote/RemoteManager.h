@@ -92,6 +92,7 @@ class RemoteManager : public Caller,
   void imageChanged(int browser, long long image, int half, const std::vector<Rectangle>& parts,
                     const std::vector<long long>& plugins) override;
   void pluginsGone(const std::vector<long long>& plugins) override;
+  void ping() override {}
 
   /// Returns the browser with this number, or null.
   RemoteBrowser* browserOf(qint64 id) const;

@@ -2,10 +2,10 @@
 
 #include <QBuffer>
 #include <QFileInfo>
-#include <QObject>
+#include <QJsonArray>
+#include <QJsonDocument>
 #include <QSaveFile>
 #include <QUrl>
-#include <QVariant>
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -21,6 +21,8 @@ using std::chrono::milliseconds;
 // All but the last of these times run only while the page is pumped: a turn counts for at most so
 // much, however long script or layout takes in it.
 const milliseconds kLongestTurn(10);
+// An engine process that is busy is given this long, besides the page's own time.
+const std::chrono::seconds kBusyFor(2);
 // Between two pumps.
 const std::chrono::microseconds kShortestPause(100);
 const std::chrono::microseconds kLongestPause(1000);
@@ -28,7 +30,8 @@ const std::chrono::microseconds kLongestPause(1000);
 const milliseconds kFailingFor(100);
 // A page is at rest when no request is running; when the timers of the first second have run out;
 // and when so many pumps in a row have led to nothing, the more of them after QtWebKit was made to
-// lay the page out. What it has to paint then it does in the next pump. A page that may change by
+// lay the page out. What it has to paint then it does in the next pump. Each pump is followed by a
+// question, so that an engine process has handled its events by the next. A page that may change by
 // itself, for example with an animation, has to be quiet for longer. Requests that follow the load
 // are given some time to be answered. The page counts as moving after the last.
 const int kQuietPumpsBefore = 2;
@@ -44,9 +47,11 @@ const milliseconds kKeyEvery(20);
 // The title of the page that a browser shows when it could load nothing.
 const char kFailedTitle[] = "Failed loading page";
 
-// Notes when the timers of a page are due, and whether the page has what makes it change later
-// without them. The first page that a browser loads keeps the variables of the empty one before it,
-// so that this can run ahead of the page's own script.
+// What the page says to larka-shot begins with this.
+const char kResultMark[] = "larka-shot:";
+
+// Notes when the timers of a document are due, and whether it has what makes it change later
+// without them. Runs in each frame ahead of the page's own script.
 const char kWatch[] = R"((function (window) {
   var due = {}, now = Date.now, usesMore = false;
   function watch(kind, start, stop, milliseconds) {
@@ -110,49 +115,45 @@ const char kWatch[] = R"((function (window) {
     }
     return latest;
   }});
+  var alert = window.alert, write = JSON.stringify;
+  Object.defineProperty(window, 'larkaShotSay', {value: function (result) {
+    alert.call(window, 'larka-shot:' + write(result));
+  }});
   Object.defineProperty(window, 'larkaShotIsStill', {value: function () {
     try { return isStill(); } catch (e) { return false; }
   }});
 })(window))";
 
-// Has the page laid out. Gives the milliseconds until the last watched timer that is due before
-// `limit`, and whether the page can change without a timer. In the frames where nothing is watched
-// it starts and stops a timer and an animation frame, for QtWebKit numbers them from 1, and gives
-// how many it started and the sum of their numbers too.
+// Has the page laid out. Gives the milliseconds until the last timer that is due before `limit`,
+// and whether the page can change without a timer. Nothing is known of a frame from elsewhere.
 const char kAsk[] = R"((function (limit) {
-  var latest = 0, count = 0, sum = 0, still = 0;
-  (function ask(window) {
-    var root = window.document && window.document.documentElement;
+  var latest = 0;
+  function ask(window) {
+    var root = window.document.documentElement;
     if (root) root.offsetHeight;
-    if (window.larkaShotTimers) {
-      latest = window.larkaShotTimers(limit);
-      still = latest ? 0 : +window.larkaShotIsStill();
-    } else {
-      var timer = window.setTimeout(Date, 0), frame = window.requestAnimationFrame(Date);
-      window.clearTimeout(timer);
-      window.cancelAnimationFrame(frame);
-      count += 2;
-      sum += timer + frame;
-    }
+    latest = Math.max(latest, window.larkaShotTimers(limit));
     for (var i = 0; i < window.length; i++) ask(window[i]);
-  })(window);
-  return Math.ceil(latest) + ' ' + still + ' ' + count + ' ' + sum;
+  }
+  try { ask(window); } catch (e) { latest = limit; }
+  return [Math.ceil(latest), latest ? 0 : +window.larkaShotIsStill()];
 }))";
 
-/// `code` in the form that reaches the page unchanged through ILarkaBrowser::ExecuteJavascript,
-/// which reads Latin-1 and takes away one level of backslashes.
-std::string escaped(const std::string& code) {
-  std::string text;
-  for (const QChar character : QString::fromStdString(code)) {
-    if (character >= ' ' && character <= '~' && character != '\\') {
-      text += character.toLatin1();
-      continue;
-    }
-    char unit[8];
-    snprintf(unit, sizeof(unit), "\\u%04x", character.unicode());
-    text += unit;
+// Runs a script of the user's, which follows as a string so that a syntax error can be caught, too.
+const char kRun[] = R"((function (window, script) {
+  var result = [''];
+  try {
+    var value = window.eval(script);
+    if (value !== void 0 && value !== null) result = [value.toString()];
+  } catch (e) {
+    try { result = ['', 'failed: ' + e]; } catch (e) { result = ['', 'failed']; }
   }
-  return text;
+  window.larkaShotSay(result);
+}))";
+
+/// Returns the arguments of a call in script.
+std::string callWith(const QString& text) {
+  const QByteArray list = QJsonDocument(QJsonArray{text}).toJson(QJsonDocument::Compact);
+  return "(window, " + list.mid(1, list.size() - 2).toStdString() + ")";
 }
 
 /// Returns a number that two different images hardly ever share.
@@ -178,28 +179,23 @@ QByteArray toJpeg(const QImage& image) {
   return bytes;
 }
 
-/// Returns what is wrong with a file that is to be loaded, or an empty text.
-std::string whatIsWrongWith(const QUrl& url) {
-  if (!url.isLocalFile()) return "";
+}  // namespace
+
+std::string whatIsWrongWith(const Shot& shot) {
+  const QUrl url = QUrl::fromEncoded(shot.url.c_str());
+  if (shot.url.empty() || !url.isLocalFile()) return shot.wrong;
   const QFileInfo file(url.toLocalFile());
   if (!file.exists()) return "no such file";
   if (file.isDir()) return "is a folder";
   return file.isReadable() ? "" : "can't be read: permission denied";
 }
 
-}  // namespace
-
 PageShot::PageShot(LARKA::BrowserManager* manager, const ShotOptions& options, const Shot& shot)
     : m_manager(manager), m_options(options), m_shot(shot), m_started(Clock::now()) {
   m_asked = m_entered = m_ended = m_started;
-  const std::string wrong =
-      shot.url.empty() ? shot.wrong : whatIsWrongWith(QUrl::fromEncoded(shot.url.c_str()));
-  if (!wrong.empty()) {
-    finish(wrong);
-    return;
-  }
   m_browser = manager->CreateBrowser();
   m_browser->AddListener(this);
+  LARKA::AddExtraListener(m_browser, this);
   LARKA::SetMaximumImageSize(m_browser, 3840, 2160);
   LARKA::SetDevicePixelRatio(m_browser, options.scale);
   LARKA::SetTransparent(m_browser, options.transparent);
@@ -207,14 +203,14 @@ PageShot::PageShot(LARKA::BrowserManager* manager, const ShotOptions& options, c
                         false, nullptr);
   setUpNetwork();
   m_browser->SetZoomLevel(options.zoomPercent);
-  m_browser->ExecuteJavascript(escaped(kWatch).c_str());
+  LARKA::SetDocumentScript(m_browser, kWatch);
   m_browser->Navigate(shot.url.c_str());
 }
 
 // At once: the next page may want the cookies that this one has left.
 PageShot::~PageShot() {
-  if (!m_browser) return;
   m_browser->RemoveListener(this);
+  LARKA::RemoveExtraListener(m_browser, this);
   m_manager->DestroyBrowser(m_browser, true);
 }
 
@@ -249,7 +245,6 @@ void PageShot::noteActivity() {
 void PageShot::act() {
   enter(kWaiting);
   m_acted = m_pumped;
-  m_hasTimers = false;
 }
 
 Outcome PageShot::outcome() const {
@@ -274,12 +269,11 @@ void PageShot::giveUp(const std::string& why) {
 /// Whether the browser shows anything of the page.
 bool PageShot::hasPage() const { return m_arrived && m_browser->GetTitle() != kFailedTitle; }
 
-/// The browser as the object that the library makes of it. It answers some questions that the
-/// public interface doesn't.
-QObject* PageShot::object() const { return dynamic_cast<QObject*>(m_browser); }
-
 std::string PageShot::loadFailure() const {
-  const std::string why = object()->property("loadFailure").toString().simplified().toStdString();
+  const LARKA::LoadError error = LARKA::GetLoadError(m_browser);
+  const bool isKnown = error.kind != LARKA::LOAD_ABORTED;
+  const std::string why =
+      isKnown ? QString::fromStdString(error.text).simplified().toStdString() : "";
   const char* way = m_options.proxy.host.empty() ? "" : " through the proxy";
   const bool wasGuess = m_shot.asked.find(':') == std::string::npos && why.rfind("host ", 0) == 0;
   return std::string("could not be loaded") + way + ": " +
@@ -292,13 +286,25 @@ void PageShot::OnLoadFinished(bool ok) {
   if (ok) {
     m_loaded = true;
     m_outcome.doubt.clear();
-    m_timers = 0;
     m_waitsUntil = m_pumped + kAnsweredWithin;
   }
   if (ok || (m_loaded && hasPage()))
     act();
   else
     enter(kFailing);
+}
+
+std::string PageShot::OnJavaScriptPrompt(const char*, const char*, bool*) {
+  noteActivity();
+  return "";
+}
+
+void PageShot::OnEngineState(LARKA::ILarkaBrowser*, LARKA::EngineState state) {
+  noteActivity();
+  m_isSilent = state == LARKA::ENGINE_SILENT;
+  m_silentSince = Clock::now();
+  m_sawEngineStart |= state == LARKA::ENGINE_ANSWERS;
+  if (state == LARKA::ENGINE_ENDED || state == LARKA::ENGINE_STOPPED) finish("QtWebKit crashed");
 }
 
 void PageShot::OnUrlChanged(const char* url) {
@@ -321,34 +327,34 @@ void PageShot::OnDirty(LARKA::ILarkaBrowser*) {
 }
 
 /// Has the page laid out and returns the time until the last timer of the first second is due.
-/// Where timers aren't watched it is the whole second if any were started, for nothing tells
-/// whether they have run out.
-PageShot::Clock::duration PageShot::timersLeft() {
+/// Nothing if the engine process doesn't answer.
+std::optional<PageShot::Clock::duration> PageShot::timersLeft() {
   m_still = false;
-  const auto zero = Clock::duration::zero();
-  const Clock::duration limit = std::max(m_acted + kTimersFor - m_pumped, zero);
+  const Clock::duration limit = std::max(m_acted + kTimersFor - m_pumped, Clock::duration::zero());
   const auto count = std::chrono::duration_cast<milliseconds>(limit).count();
   const std::string call = kAsk + ('(' + std::to_string(count) + ')');
-  const std::string answer = m_browser->ExecuteJavascript(escaped(call).c_str());
-  long latest = 0, still = 0, started = 0, sum = 0;
-  if (sscanf(answer.c_str(), "%ld %ld %ld %ld", &latest, &still, &started, &sum) != 4) return limit;
+  const LARKA::ScriptResult result = LARKA::EvaluateScript(m_browser, call.c_str());
+  if (!result.ok && result.message.empty()) return {};
+  long latest = 0, still = 0;
+  if (sscanf(result.json.c_str(), "[%ld,%ld]", &latest, &still) != 2) return limit;
   m_still = still;
-  if (sum != std::exchange(m_timers, sum) + started) m_hasTimers = true;
-  return m_hasTimers ? limit : milliseconds(latest);
+  return milliseconds(latest);
 }
 
 bool PageShot::settled() {
   if (!m_browser->GetBrowserImage()) return false;
   const Clock::duration here = m_pumped - m_pumpedEntered;
   const std::chrono::seconds timeout(m_options.timeoutSeconds);
-  if (here >= kMovesFor || (here >= kQuietFor && Clock::now() >= m_entered + timeout)) return true;
+  if (here >= kMovesFor || (here >= kQuietFor && Clock::now() >= m_entered + timeout))
+    return timersLeft().has_value();
   if (m_quietPumps < (m_laidOut ? kQuietPumps : kQuietPumpsBefore) || m_pumped < m_active)
     return false;
-  if (m_pumped < m_waitsUntil && object()->property("hasRunningRequests").toBool()) return false;
+  if (m_pumped < m_waitsUntil && m_isBusy) return false;
   if (!m_still && m_pumped < m_active + kQuietFor) return false;
-  const Clock::duration timers = timersLeft();
-  if (timers > Clock::duration::zero()) {
-    m_active = m_pumped + timers;
+  const auto timers = timersLeft();
+  if (!timers) return false;
+  if (*timers > Clock::duration::zero()) {
+    m_active = m_pumped + *timers;
     m_laidOut = false;
     return false;
   }
@@ -364,30 +370,51 @@ bool PageShot::isRestless() const {
   return Clock::now() >= m_asked + 2 * timeout + wait + kPaintsWithin;
 }
 
+std::chrono::microseconds PageShot::longestPause() { return kLongestPause; }
+
 std::chrono::microseconds PageShot::pause() const {
+  if (m_isSilent) return kLongestPause;
   return std::min(kShortestPause * (1 << std::min(m_quietPumps, kQuietPumps)), kLongestPause);
 }
 
+// While the engine process is busy the page's time stands still, but not for ever.
+void PageShot::awaitEngine() {
+  const std::chrono::seconds timeout(m_options.timeoutSeconds);
+  const milliseconds wait(m_options.waitMilliseconds);
+  if (Clock::now() < std::max(m_asked + timeout + wait, m_silentSince + kBusyFor)) return;
+  m_stuck = true;
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - m_started);
+  finish("ended after " + std::to_string(seconds.count()) + " s: its script never ends");
+}
+
 bool PageShot::advance(Clock::duration turn) {
+  if (m_state == kDone) return true;
+  if (m_isSilent) {
+    awaitEngine();
+    return m_state == kDone;
+  }
   m_pumped += std::min<Clock::duration>(turn, kLongestTurn);
   ++m_quietPumps;
+  if (m_state != kLoading) m_isBusy = LARKA::HasRunningRequests(m_browser);
   const Clock::duration here = m_pumped - m_pumpedEntered;
   const Clock::time_point now = Clock::now();
-  if (m_state == kDone) return true;
   if (m_state == kWaiting && now >= m_entered + milliseconds(m_options.waitMilliseconds)) {
     enter(kSettling);
   } else if (m_state == kSettling && settled()) {
     goOn();
   } else if (m_state == kSettling && here >= kPaintsWithin) {
-    finish("was not painted");
+    m_stuck = true;
+    finish(m_browser->GetBrowserImage() ? write() : "was not painted");
   } else if (m_state == kPressing && here >= kKeyEvery) {
     pressNextKey();
   } else if (m_state == kFailing && here >= kFailingFor) {
     giveUp(loadFailure());
   } else if (m_state == kLoading &&
              now >= m_entered + std::chrono::seconds(m_options.timeoutSeconds)) {
+    m_stuck = true;
     giveUp("timed out after " + std::to_string(m_options.timeoutSeconds) + " s");
   } else if (isRestless()) {
+    m_stuck = true;
     m_outcome.doubt = "did not come to rest";
     finish(hasPage() && m_browser->GetBrowserImage() ? write() : m_outcome.doubt);
   }
@@ -402,34 +429,22 @@ void PageShot::goOn() {
     m_scriptDone = true;
     m_asked = Clock::now();
     act();
-    runScript();
-  } else {
+    const std::string run = kRun + callWith(QString::fromUtf8(m_options.script->c_str()));
+    const LARKA::ScriptResult result = LARKA::EvaluateScript(m_browser, run.c_str());
+    if (!result.message.empty()) m_outcome.scriptError = "can't run: the page forbids eval()";
+  } else if (!m_repainted || LARKA::RefreshImage(m_browser)) {
     finish(write());
   }
 }
 
-/// Runs the script of the options. It is passed as a string, so that a syntax error can be caught,
-/// too; a second call asks what was caught, for an empty value alone doesn't tell.
-void PageShot::runScript() {
-  std::string script;
-  for (const char c : escaped(*m_options.script)) script += c == '"' ? "\\\"" : std::string(1, c);
-  const std::string run = R"((function (window) {
-    window.larkaShotError = 'none';
-    try {
-      var value = window.eval(")" +
-                          script + R"(");
-      return value === void 0 || value === null ? value : value.toString();
-    } catch (e) {
-      try { window.larkaShotError = 'failed: ' + e; } catch (e) { window.larkaShotError = 'failed'; }
-    }
-  })(window))";
-  m_outcome.scriptValue = m_browser->ExecuteJavascript(escaped(run).c_str());
-  const std::string error = m_browser->ExecuteJavascript(
-      "(function(error){delete larkaShotError;return error})(larkaShotError)");
-  if (error.empty())
-    m_outcome.scriptError = "can't run: the page forbids eval()";
-  else if (error != "none")
-    m_outcome.scriptError = QString::fromStdString(error).simplified().toStdString();
+// The script of the options says so what it gave, whether its caller still waits for it or not.
+void PageShot::OnJavaScriptAlert(const char* message) {
+  noteActivity();
+  const size_t length = strlen(kResultMark);
+  if (!m_scriptDone || strncmp(message, kResultMark, length) != 0) return;
+  const QJsonArray result = QJsonDocument::fromJson(message + length).array();
+  m_outcome.scriptValue = result.at(0).toString().toStdString();
+  m_outcome.scriptError = result.at(1).toString().simplified().toStdString();
 }
 
 void PageShot::pressNextKey() {
@@ -450,9 +465,7 @@ QImage PageShot::image() const {
                 m_options.transparent ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
 }
 
-// What is stale in an image that was painted in parts the library replaces on its own, but later.
 std::string PageShot::write() const {
-  if (m_repainted) object()->property("isImageMended");
   QImage picture = image();
   if (m_options.thumbnail.width > 0)
     picture = picture.scaled(m_options.thumbnail.width, m_options.thumbnail.height,

@@ -8,16 +8,28 @@
 #include <string>
 
 #include "ShotOptions.h"
-#include "ShotWorkers.h"
 #include "larka/larka.h"
+
+/// What became of a page.
+struct Outcome {
+  std::string error;  // why there is no image; empty when there is one
+  std::string doubt;  // why the page in the image may be incomplete; empty when it is complete
+  std::string scriptValue;  // what the script of the options gave
+  std::string scriptError;  // why that script failed; empty if it didn't
+  double seconds = 0;
+};
+
+/// Returns what is wrong with a page that can't even be asked for, or an empty text.
+std::string whatIsWrongWith(const Shot& shot);
 
 /// Loads one page in a browser of its own and writes its image once it has come to rest. Drive it
 /// by pumping the manager's events and calling advance() until that returns true.
-class PageShot : private LARKA::CallbacksAdapter {
+class PageShot : private LARKA::CallbacksAdapter, private LARKA::IExtraCallbacks {
  public:
   using Clock = std::chrono::steady_clock;
 
-  /// Both `options` and `shot` must outlive this object.
+  /// Both `options` and `shot` must outlive this object. The manager's engine process need not have
+  /// started yet.
   PageShot(LARKA::BrowserManager* manager, const ShotOptions& options, const Shot& shot);
   ~PageShot() override;
   PageShot(const PageShot&) = delete;
@@ -29,9 +41,17 @@ class PageShot : private LARKA::CallbacksAdapter {
 
   /// How long to wait before the next pump: the longer, the longer nothing has happened.
   std::chrono::microseconds pause() const;
+  static std::chrono::microseconds longestPause();
 
   /// What became of the page, once it is done with.
   Outcome outcome() const;
+
+  /// Whether it saw the engine process start.
+  bool sawEngineStart() const { return m_sawEngineStart; }
+
+  /// Whether the page may still be busy, although it is done with: its engine process is of no use
+  /// to others.
+  bool isStuck() const { return m_stuck; }
 
  private:
   enum State { kLoading, kFailing, kWaiting, kSettling, kPressing, kDone };
@@ -43,6 +63,10 @@ class PageShot : private LARKA::CallbacksAdapter {
   void OnUrlChanged(const char*) override;
   void OnCreatingRequest(const char*) override;
   void OnDirty(LARKA::ILarkaBrowser*) override;
+  void OnJavaScriptAlert(const char* message) override;
+  bool OnJavaScriptConfirm(const char*) override { return noteActivity(), false; }
+  std::string OnJavaScriptPrompt(const char*, const char*, bool*) override;
+  void OnEngineState(LARKA::ILarkaBrowser*, LARKA::EngineState) override;
 
   void enter(State state);
   void noteActivity();
@@ -50,14 +74,13 @@ class PageShot : private LARKA::CallbacksAdapter {
   void giveUp(const std::string& why);
   void finish(const std::string& error);
   bool hasPage() const;
-  QObject* object() const;
   std::string loadFailure() const;
+  void awaitEngine();
   bool isRestless() const;
   bool settled();
-  Clock::duration timersLeft();
+  std::optional<Clock::duration> timersLeft();
   void setUpNetwork();
   void goOn();
-  void runScript();
   void pressNextKey();
   QImage image() const;
   std::string write() const;
@@ -81,10 +104,15 @@ class PageShot : private LARKA::CallbacksAdapter {
   bool m_laidOut = false;  // whether the page was since then
   bool m_still = true;     // whether, as far as known, the page can't change without a timer
 
+  bool m_isBusy = false;  // whether it has running requests
+  bool m_stuck = false;
+
+  // The engine process.
+  bool m_sawEngineStart = false, m_isSilent = false;
+  Clock::time_point m_silentSince;
+
   bool m_arrived = false;                // whether the page has an address, and with it content
   bool m_loaded = false;                 // whether a load has ended well
   std::optional<uint64_t> m_firstImage;  // the fingerprint of what the first paint gave
   bool m_repainted = false;              // whether a later one gave something else
-  bool m_hasTimers = false;  // whether timers that aren't watched were started since the last act
-  long m_timers = 0;         // the sum of the numbers of such timers: see timersLeft()
 };

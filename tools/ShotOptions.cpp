@@ -271,7 +271,8 @@ std::string makeShots(const Asked& asked, ShotOptions* options) {
   if (options->size.width * options->scale > kLargestView.width ||
       options->size.height * options->scale > kLargestView.height)
     return "--size times --scale is more than 3840x2160";
-  if (!options->cookieJar.empty()) options->jobs = 1;  // each browser has the file to itself
+  // Each browser has the cookie file to itself.
+  if (!options->cookieJar.empty() || options->inProcess) options->jobs = 1;
   if (asked.addresses.empty()) return "no address given; see --help";
   for (const std::string& address : asked.addresses)
     if (address.empty()) return "an address is empty; see --help";
@@ -327,6 +328,9 @@ std::string parseOptions(int argc, char** argv, ShotOptions* options) {
       {{"transparent", "leave the image transparent where the page has no background; for PNG"},
        {"quiet", "say nothing but errors"},
        {"verbose", "show QtWebKit's own diagnostics"},
+       {"in-process",
+        "run QtWebKit in larka-shot's own process, one page after the other; for debuggers: a page "
+        "that crashes or never ends takes larka-shot along"},
        {{"h", "help"}, "show this text"},
        {"version", "show the version"}});
 
@@ -340,6 +344,7 @@ std::string parseOptions(int argc, char** argv, ShotOptions* options) {
   options->transparent = parser.isSet("transparent");
   options->quiet = parser.isSet("quiet");
   options->verbose = parser.isSet("verbose");
+  options->inProcess = parser.isSet("in-process");
   for (const QString& address : parser.positionalArguments())
     asked.addresses.push_back(address.toLatin1().toStdString());
   for (const Option& option : withValues) {

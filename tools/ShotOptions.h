@@ -53,6 +53,7 @@ struct ShotOptions {
   std::vector<ShotKey> keys;
   bool quiet = false;
   bool verbose = false;
+  bool inProcess = false;
 };
 
 /// Reads the command line. Returns an empty text, or what is wrong with it in one line.

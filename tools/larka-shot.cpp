@@ -2,8 +2,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
-#include <memory>
+#include <deque>
+#include <list>
+#include <numeric>
 #include <optional>
 #include <thread>
 #include <utility>
@@ -11,7 +14,6 @@
 
 #include "PageShot.h"
 #include "ShotOptions.h"
-#include "ShotWorkers.h"
 #include "larka/larka.h"
 
 namespace {
@@ -53,11 +55,12 @@ class Console {
   Console(const Console&) = delete;
   Console& operator=(const Console&) = delete;
 
-  void error(const Shot& shot, const std::string& text) {
+  void error(const std::string& text) {
     clearBar();
-    fprintf(m_stream, "larka-shot: %s: %s\n", shot.asked.c_str(), text.c_str());
+    fprintf(m_stream, "larka-shot: %s\n", text.c_str());
     fflush(m_stream);
   }
+  void error(const Shot& shot, const std::string& text) { error(shot.asked + ": " + text); }
 
   void done(const std::string& text) {
     clearBar();
@@ -107,69 +110,155 @@ Status report(const Shot& shot, const Outcome& outcome, const ShotOptions& optio
   return complete && ran ? kRendered : kIncomplete;
 }
 
-/// The library, and the pages that it renders one after the other.
-class Renderer {
+/// A manager with an engine process of its own, which renders one page after the other.
+class Job {
  public:
-  explicit Renderer(const ShotOptions& options) : m_options(options) {
+  explicit Job(const ShotOptions& options) : m_options(options) {
     static char name[] = "larka-shot", platform[] = "-platform", offscreen[] = "offscreen";
-    static char* arguments[] = {name, platform, offscreen, nullptr};
-    m_manager.Initialize(3, arguments);
+    static char process[] = "--engine-process";
+    char* arguments[] = {name, platform, offscreen, process, nullptr};
+    if (options.inProcess) arguments[3] = nullptr;
+    m_manager.Initialize(options.inProcess ? 3 : 4, arguments);
   }
-  ~Renderer() {
-    m_manager.PumpEvents();
+  ~Job() {
+    endPage();
     m_manager.Shutdown(true);
   }
-  Renderer(const Renderer&) = delete;
-  Renderer& operator=(const Renderer&) = delete;
+  Job(const Job&) = delete;
+  Job& operator=(const Job&) = delete;
 
-  Outcome render(const Shot& shot) {
-    PageShot page(&m_manager, m_options, shot);
-    auto before = PageShot::Clock::now();
-    for (bool done = false; !done;) {
-      m_manager.PumpEvents();
-      const auto now = PageShot::Clock::now();
-      done = page.advance(now - std::exchange(before, now));
-      if (!done) std::this_thread::sleep_for(page.pause());
+  /// Begins with the next page.
+  void begin(size_t index) {
+    endPage();
+    LARKA::RestartEngine(&m_manager);  // if pages have ended too many of them
+    m_index = index;
+    m_page.emplace(&m_manager, m_options, m_options.shots[index]);
+    m_before = PageShot::Clock::now();
+  }
+
+  /// Goes on with the page. Returns whether that is done with.
+  bool advance() {
+    m_manager.PumpEvents();
+    const auto now = PageShot::Clock::now();
+    const bool done = m_page->advance(now - std::exchange(m_before, now));
+    m_works = m_works || m_options.inProcess || m_page->sawEngineStart();
+    return done;
+  }
+
+  size_t index() const { return m_index; }
+  const PageShot& page() const { return *m_page; }
+
+  /// Whether its engine process could be started, once the first page is done with.
+  bool works() const { return m_works; }
+
+ private:
+  void endPage() {
+    const bool isStuck = m_page && m_page->isStuck();
+    m_page.reset();
+    if (isStuck) LARKA::EndEngine(&m_manager);
+    m_manager.PumpEvents();  // what there is to hear of that is not for the next page
+  }
+
+  const ShotOptions& m_options;
+  LARKA::BrowserManager m_manager;
+  std::optional<PageShot> m_page;
+  size_t m_index = 0;
+  PageShot::Clock::time_point m_before;
+  bool m_works = false;
+};
+
+/// Renders every page, and reports them in the order of the list.
+class Renderer {
+ public:
+  Renderer(const ShotOptions& options, Console* console)
+      : m_options(options),
+        m_console(console),
+        m_mostJobs(static_cast<size_t>(options.jobs)),
+        m_waiting(options.shots.size()),
+        m_outcomes(options.shots.size()) {
+    std::iota(m_waiting.begin(), m_waiting.end(), 0);
+    LARKA::EngineSettings settings;
+    settings.startLimit = 0;
+    settings.answerLimit = kAnswerMilliseconds;
+    settings.memoryLimit = kMemoryLimit;
+    settings.reload = false;
+    LARKA::SetEngineSettings(settings);
+  }
+
+  /// Returns the status of the worst page.
+  Status run() {
+    m_console->progress(0);
+    for (;;) {
+      while (m_jobs.size() < m_mostJobs && findNext()) begin(&m_jobs.emplace_back(m_options));
+      if (m_jobs.empty()) return m_worst;
+      std::chrono::microseconds pause = PageShot::longestPause();
+      for (auto job = m_jobs.begin(); job != m_jobs.end();) {
+        if (!job->advance()) {
+          pause = std::min(pause, (job++)->page().pause());
+          continue;
+        }
+        pause = pause.zero();
+        if (job->works())
+          done(job->index(), job->page().outcome());
+        else if (!goOnWithout(*job))
+          return kFailed;
+        if (job->works() && findNext())
+          begin(&*job++);
+        else
+          job = m_jobs.erase(job);
+      }
+      std::this_thread::sleep_for(pause);
     }
-    return page.outcome();
   }
 
  private:
-  const ShotOptions& m_options;
-  LARKA::BrowserManager m_manager;
-};
+  // A busy engine process holds the others up for so long.
+  static const int kAnswerMilliseconds = 100;
+  static const long long kMemoryLimit = 1LL << 30;
 
-/// How long a page may take before its process doesn't answer any more: its load, what it goes on
-/// loading, --wait twice, and something for the rest.
-std::chrono::seconds longest(const ShotOptions& options) {
-  const int kRestSeconds = 10;
-  return std::chrono::seconds(2 * options.timeoutSeconds + 2 * options.waitMilliseconds / 1000 +
-                              kRestSeconds);
-}
-
-/// Renders every page, and reports them in the order of the list. Returns the status of the worst.
-Status render(const ShotOptions& options, Console* console) {
-  const std::vector<Shot>& shots = options.shots;
-  std::vector<std::optional<Outcome>> outcomes(shots.size());
-  size_t count = 0, reported = 0;
-  Status worst = kRendered;
-  const auto done = [&](size_t index, const Outcome& outcome) {
-    outcomes[index] = outcome;
-    for (; reported < outcomes.size() && outcomes[reported]; ++reported) {
-      const Status status = report(shots[reported], *outcomes[reported], options, console);
-      if (status == kFailed || worst == kRendered) worst = status;
+  /// Returns whether a page is left that can be asked for.
+  bool findNext() {
+    for (; !m_waiting.empty(); m_waiting.pop_front()) {
+      Outcome outcome;
+      outcome.error = whatIsWrongWith(m_options.shots[m_waiting.front()]);
+      if (outcome.error.empty()) return true;
+      done(m_waiting.front(), outcome);
     }
-    console->progress(++count);
-  };
-  console->progress(0);
-  const auto makeRenderer = [&options]() -> RenderPage {
-    const auto renderer = std::make_shared<Renderer>(options);
-    return [&options, renderer](size_t index) { return renderer->render(options.shots[index]); };
-  };
-  renderInWorkers(shots.size(), static_cast<size_t>(options.jobs), longest(options), makeRenderer,
-                  done);
-  return worst;
-}
+    return false;
+  }
+
+  void begin(Job* job) {
+    job->begin(m_waiting.front());
+    m_waiting.pop_front();
+  }
+
+  /// There may be too many processes. The other jobs take over the page, if there are any.
+  bool goOnWithout(const Job& job) {
+    m_waiting.push_front(job.index());
+    m_mostJobs = m_jobs.size() - 1;
+    if (m_mostJobs == 0) m_console->error("can't start larka-engine; --verbose says more");
+    return m_mostJobs > 0;
+  }
+
+  void done(size_t index, const Outcome& outcome) {
+    m_outcomes[index] = outcome;
+    for (; m_reported < m_outcomes.size() && m_outcomes[m_reported]; ++m_reported) {
+      const Shot& shot = m_options.shots[m_reported];
+      const Status status = report(shot, *m_outcomes[m_reported], m_options, m_console);
+      if (status == kFailed || m_worst == kRendered) m_worst = status;
+    }
+    m_console->progress(++m_done);
+  }
+
+  const ShotOptions& m_options;
+  Console* m_console;
+  size_t m_mostJobs;
+  std::list<Job> m_jobs;
+  std::deque<size_t> m_waiting;  // pages
+  std::vector<std::optional<Outcome>> m_outcomes;
+  size_t m_done = 0, m_reported = 0;
+  Status m_worst = kRendered;
+};
 
 }  // namespace
 
@@ -187,5 +276,5 @@ int main(int argc, char** argv) {
   }
 
   Console console(options);
-  return exitStatus(render(options, &console), console.stream());
+  return exitStatus(Renderer(options, &console).run(), console.stream());
 }

@@ -343,10 +343,8 @@ std::optional<PageShot::Clock::duration> PageShot::timersLeft() {
 
 bool PageShot::settled() {
   if (!m_browser->GetBrowserImage()) return false;
-  const Clock::duration here = m_pumped - m_pumpedEntered;
-  const std::chrono::seconds timeout(m_options.timeoutSeconds);
-  if (here >= kMovesFor || (here >= kQuietFor && Clock::now() >= m_entered + timeout))
-    return timersLeft().has_value();
+  if (isLate() && !hasMoreToDo()) return true;
+  if (m_pumped >= m_pumpedEntered + kMovesFor || isLate()) return timersLeft().has_value();
   if (m_quietPumps < (m_laidOut ? kQuietPumps : kQuietPumpsBefore) || m_pumped < m_active)
     return false;
   if (m_pumped < m_waitsUntil && m_isBusy) return false;
@@ -361,6 +359,16 @@ bool PageShot::settled() {
   if (std::exchange(m_laidOut, true)) return m_still || m_pumped >= m_active + kQuietFor;
   m_quietPumps = 0;
   return false;
+}
+
+// A page may be busy all the time, so that its own time hardly passes.
+bool PageShot::isLate() const {
+  const std::chrono::seconds timeout(m_options.timeoutSeconds);
+  return m_pumped >= m_pumpedEntered + kQuietFor && Clock::now() >= m_entered + timeout;
+}
+
+bool PageShot::hasMoreToDo() const {
+  return m_keysPressed < m_options.keys.size() || (m_options.script && !m_scriptDone);
 }
 
 // A page may keep loading again, itself or its frames, and never come to rest.
@@ -400,11 +408,15 @@ bool PageShot::advance(Clock::duration turn) {
   const Clock::time_point now = Clock::now();
   if (m_state == kWaiting && now >= m_entered + milliseconds(m_options.waitMilliseconds)) {
     enter(kSettling);
-  } else if (m_state == kSettling && settled()) {
-    goOn();
   } else if (m_state == kSettling && here >= kPaintsWithin) {
     m_stuck = true;
     finish(m_browser->GetBrowserImage() ? write() : "was not painted");
+  } else if (isRestless()) {
+    m_stuck = true;
+    m_outcome.doubt = "did not come to rest";
+    finish(hasPage() && m_browser->GetBrowserImage() ? write() : m_outcome.doubt);
+  } else if (m_state == kSettling && settled()) {
+    goOn();
   } else if (m_state == kPressing && here >= kKeyEvery) {
     pressNextKey();
   } else if (m_state == kFailing && here >= kFailingFor) {
@@ -413,10 +425,6 @@ bool PageShot::advance(Clock::duration turn) {
              now >= m_entered + std::chrono::seconds(m_options.timeoutSeconds)) {
     m_stuck = true;
     giveUp("timed out after " + std::to_string(m_options.timeoutSeconds) + " s");
-  } else if (isRestless()) {
-    m_stuck = true;
-    m_outcome.doubt = "did not come to rest";
-    finish(hasPage() && m_browser->GetBrowserImage() ? write() : m_outcome.doubt);
   }
   return m_state == kDone;
 }
@@ -432,8 +440,9 @@ void PageShot::goOn() {
     const std::string run = kRun + callWith(QString::fromUtf8(m_options.script->c_str()));
     const LARKA::ScriptResult result = LARKA::EvaluateScript(m_browser, run.c_str());
     if (!result.message.empty()) m_outcome.scriptError = "can't run: the page forbids eval()";
-  } else if (!m_repainted || LARKA::RefreshImage(m_browser)) {
-    finish(write());
+  } else {
+    m_stuck = isLate();
+    if (!m_repainted || LARKA::RefreshImage(m_browser) || m_stuck) finish(write());
   }
 }
 

@@ -76,7 +76,9 @@ class PageShot : private LARKA::CallbacksAdapter, private LARKA::IExtraCallbacks
   bool hasPage() const;
   std::string loadFailure() const;
   void awaitEngine();
+  bool isLate() const;
   bool isRestless() const;
+  bool hasMoreToDo() const;
   bool settled();
   std::optional<Clock::duration> timersLeft();
   void setUpNetwork();

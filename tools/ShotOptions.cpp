@@ -231,7 +231,8 @@ std::vector<Option> optionsWithValues(ShotOptions* options, Asked* asked) {
   add({"timeout"}, "S",
       "stop waiting for a load that takes longer than this many seconds, and for a page that goes "
       "on loading for twice that time, and render what there is; without an answer, or with only a "
-      "few hundred bytes of one, there is no image (default: 30)",
+      "few hundred bytes of one, there is no image, nor of a page whose script is still busy then "
+      "(default: 30)",
       "--timeout takes whole seconds from 1, not",
       std::bind(parseNumber, _1, 1, INT_MAX / 2000, &options->timeoutSeconds));
   add({"user-agent"}, "TEXT", "the user agent to ask with", "",

@@ -294,15 +294,26 @@ void PageShot::OnLoadFinished(bool ok) {
     enter(kFailing);
 }
 
+bool PageShot::OnJavaScriptConfirm(const char*) {
+  noteDialog();
+  return false;
+}
+
 std::string PageShot::OnJavaScriptPrompt(const char*, const char*, bool*) {
-  noteActivity();
+  noteDialog();
   return "";
 }
 
-void PageShot::OnEngineState(LARKA::ILarkaBrowser*, LARKA::EngineState state) {
+void PageShot::noteDialog() {
   noteActivity();
+  m_hadDialog = true;
+}
+
+void PageShot::OnEngineState(LARKA::ILarkaBrowser*, LARKA::EngineState state) {
   m_isSilent = state == LARKA::ENGINE_SILENT;
   m_silentSince = Clock::now();
+  if (m_isSilent) m_pumped += kLongestTurn;  // a long one
+  noteActivity();
   m_sawEngineStart |= state == LARKA::ENGINE_ANSWERS;
   if (state == LARKA::ENGINE_ENDED || state == LARKA::ENGINE_STOPPED) finish("QtWebKit crashed");
 }
@@ -441,16 +452,18 @@ void PageShot::goOn() {
     const LARKA::ScriptResult result = LARKA::EvaluateScript(m_browser, run.c_str());
     if (!result.message.empty()) m_outcome.scriptError = "can't run: the page forbids eval()";
   } else {
+    // An image can't be refreshed while script is in a dialog, maybe one after the other.
     m_stuck = isLate();
-    if (!m_repainted || LARKA::RefreshImage(m_browser) || m_stuck) finish(write());
+    if ((!m_repainted && !m_hadDialog) || LARKA::RefreshImage(m_browser) || m_stuck)
+      finish(write());
   }
 }
 
 // The script of the options says so what it gave, whether its caller still waits for it or not.
 void PageShot::OnJavaScriptAlert(const char* message) {
-  noteActivity();
   const size_t length = strlen(kResultMark);
-  if (!m_scriptDone || strncmp(message, kResultMark, length) != 0) return;
+  if (!m_scriptDone || strncmp(message, kResultMark, length) != 0) return noteDialog();
+  noteActivity();
   const QJsonArray result = QJsonDocument::fromJson(message + length).array();
   m_outcome.scriptValue = result.at(0).toString().toStdString();
   m_outcome.scriptError = result.at(1).toString().simplified().toStdString();

@@ -64,12 +64,13 @@ class PageShot : private LARKA::CallbacksAdapter, private LARKA::IExtraCallbacks
   void OnCreatingRequest(const char*) override;
   void OnDirty(LARKA::ILarkaBrowser*) override;
   void OnJavaScriptAlert(const char* message) override;
-  bool OnJavaScriptConfirm(const char*) override { return noteActivity(), false; }
+  bool OnJavaScriptConfirm(const char*) override;
   std::string OnJavaScriptPrompt(const char*, const char*, bool*) override;
   void OnEngineState(LARKA::ILarkaBrowser*, LARKA::EngineState) override;
 
   void enter(State state);
   void noteActivity();
+  void noteDialog();
   void act();
   void giveUp(const std::string& why);
   void finish(const std::string& error);
@@ -106,7 +107,8 @@ class PageShot : private LARKA::CallbacksAdapter, private LARKA::IExtraCallbacks
   bool m_laidOut = false;  // whether the page was since then
   bool m_still = true;     // whether, as far as known, the page can't change without a timer
 
-  bool m_isBusy = false;  // whether it has running requests
+  bool m_isBusy = false;     // whether it has running requests
+  bool m_hadDialog = false;  // of its script
   bool m_stuck = false;
 
   // The engine process.

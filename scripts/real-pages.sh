@@ -79,7 +79,7 @@ rm -rf pictures
 # Without a network, the same everywhere.
 export http_proxy=http://127.0.0.1:1 https_proxy=http://127.0.0.1:1 no_proxy=
 started=$(date +%s)
-"$shot" --quiet --timeout 10 --list list -o pictures/
+"$shot" --quiet --list list -o pictures/
 echo "larka-shot: status $?, $(($(date +%s) - started)) s"
 nl -n rz -w 3 list | xargs -P 4 -n 2 sh -c \
   '../dev/bench/larka-real-pages "$2" "pictures/$1.png" || echo "crashed $2"' sh >verdicts

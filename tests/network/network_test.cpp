@@ -173,6 +173,11 @@ TEST_F(NetworkTest, FailedLoadsHaveAReason) {
     EXPECT_EQ(error.address, kind == LARKA::LOAD_OK ? "" : url);
   }
   EXPECT_EQ(LARKA::GetLoadError(nullptr).kind, LARKA::LOAD_OK);
+  EXPECT_FALSE(LARKA::HasRunningRequests(browser));
+  script("document.body.style.background='#0000ff';new Image().src='/silent'");
+  EXPECT_TRUE(LARKA::RefreshImage(browser));
+  EXPECT_EQ(test::pixel(browser, 99, 99), 0xff0000ff);
+  EXPECT_TRUE(host.pumpUntil([this] { return LARKA::HasRunningRequests(browser); }));
 }
 
 TEST_F(NetworkTest, CookiesAreSharedUnlessABrowserHasItsOwn) {

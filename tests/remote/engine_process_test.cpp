@@ -75,6 +75,17 @@ TEST_F(EngineProcessTest, ASilentOneHoldsNobodyAndCatchesUp) {
   EXPECT_TRUE(comesTo("120"));
 }
 
+TEST_F(EngineProcessTest, PaintsNothingBeforeItKnowsTheSize) {
+  ILarkaBrowser* late = host.manager->CreateBrowser();
+  late->AddListener(&watcher);
+  SetTransparent(late, true);
+  usleep(100000);  // its event loop turns
+  late->Initialize(100, 90, nullptr, nullptr, false, nullptr);
+  EXPECT_TRUE(host.load(late, &watcher, kPage));
+  EXPECT_EQ(GetImageSize(late).width, 100);
+  host.manager->DestroyBrowser(late, true);
+}
+
 TEST_F(EngineProcessTest, AnotherOneTakesThePlaceOfOneThatEnds) {
   browser->SetZoomLevel(50);
   browser->SetUserAgent("agent");

@@ -78,8 +78,9 @@ TEST_F(EngineProcessTest, ASilentOneHoldsNobodyAndCatchesUp) {
 TEST_F(EngineProcessTest, PaintsNothingBeforeItKnowsTheSize) {
   ILarkaBrowser* late = host.manager->CreateBrowser();
   late->AddListener(&watcher);
-  SetTransparent(late, true);
-  usleep(100000);  // its event loop turns
+  usleep(50000);  // its event loop turns
+  SetTransparent(late, false);
+  usleep(50000);
   late->Initialize(100, 90, nullptr, nullptr, false, nullptr);
   EXPECT_TRUE(host.load(late, &watcher, kPage));
   EXPECT_EQ(GetImageSize(late).width, 100);

@@ -11,6 +11,7 @@
 #include "inspector/InspectorBrowser.h"
 #include "larka/LarkaSystemInfoJavaScriptObject.h"
 #include "larka/RepaintCollector.h"
+#include "network/CacheWrapper.h"
 #include "paint/larkawebview.h"
 
 namespace {
@@ -47,6 +48,7 @@ TEST(HostTest, HasSomeClassesForItself) {
   QSignalSpy changed(&collector, SIGNAL(changed()));
   for (const int x : {0, 2, 9, 0}) collector.addRect(QRect(x, x, 5, 5 - x % 9));
   EXPECT_EQ(changed.count(), 3);
+  EXPECT_EQ(LARKA::cacheLimit(-1), 209715200);
   std::string tag, type;
   LARKA::LarkaHTMLControl::ConvertLarkaTypeToQTagAndType(LARKA::CONTROL_RADIO, tag, type);
   EXPECT_EQ(tag + type, "inputradio");

@@ -81,7 +81,8 @@ a{position:absolute;top:330px;color:#9cf}a:focus{outline:3px solid #fc0}
 #mover{position:absolute;top:700px;width:90px;height:60px;background:#a33;border-radius:12px}
 </style><script>n = 0; function $(id) { return document.getElementById(id) }
 for (i = 0; i < 40; i++) document.write('<div class=cell id=c' + i + ' style="left:' +
-  (i % 10) * 62 + 'px;top:' + Math.floor(i / 10) * 70 + 'px">' + i + '</div>')
+  (i % 10) * 62 + 'px;top:' + Math.floor(i / 10) * 70 + 'px">' + i + '</div><i style="position:absolute;font-size:60px;left:' +
+  (600 + i * 5) + 'px;top:' + i * 40 + 'px">f</i>')
 </script><a href=#1 style="left:10px">one</a><a href=#2 style="left:120px">two</a>
 <input type=checkbox style="position:absolute;left:230px;top:335px"><div id=mover></div>
 <div style="position:fixed;left:300px;top:99px;width:40px;height:40px;background:#0f0"></div>
@@ -122,11 +123,11 @@ TEST_P(PaintedTest, ThePageImageIsNeverStale) {
         script("$('c' + n % 5).textContent = n++ % 2 ? 'jfW/' : 'ffyQ'");
       },
       [this](int) { script("s = $('mover').style; s.left = s.top = 3 * n++ + 'px'"); },
-      [this](int i) { browser->Scroll(0, i % 2 ? 333 * i : -207 * i); },
+      [this](int i) { browser->Scroll(i % 4 < 2 ? 23 : -14, i % 2 ? 333 * i : -207 * i); },
       [this](int i) {
         if (i % 3 == 2) return (void)script("frames[0].scrollBy(0, 15)");
         browser->Scroll(0, i % 2 ? 31 * i : -17 * i);
-        browser->Scroll(0, 29);
+        browser->Scroll(i % 4 < 2 ? 17 : -9, 29);
       },
       [this](int i) { i % 3 == 2 ? browser->FocusPrev() : browser->FocusNext(); },
       [this](int i) { browser->Resize(i % 2 ? 640 : 500, i % 2 ? 360 : 300); },
@@ -214,6 +215,8 @@ TEST_F(PaintingTest, WhatIsTransparentLeavesNoTrail) {
 TEST_F(PaintingTest, TheImageWaitsForASizeAndHasALimit) {
   EXPECT_EQ(browser->GetBrowserImage(), nullptr);
   EXPECT_EQ(browser->GetBrowserStride(), 0);
+  view->resize(799.9, 449.9);
+  EXPECT_EQ(QSize(browser->GetWidth(), browser->GetHeight()), QSize(799, 449));
   test::Recorder listener;
   ILarkaBrowser* other = host.createBrowser(&listener, 0, 0);
   EXPECT_FALSE(host.load(other, &listener, "<body style='background:#123456'>"));

@@ -188,7 +188,7 @@ bool Host::pressOnTabs(Key key) {
 
 void Host::pressOk(Browser& browser) {
   if (browser.writable()) return openKeyboardFor(browser);
-  LARKA::PressFocused(browser.larka());
+  if (!LARKA::PressFocused(browser.larka())) browser.press(LARKA::KEYCODE_RETURN);
 }
 
 void Host::move(Browser& browser, Key arrow) {

@@ -36,7 +36,6 @@
 #include "elements/MediaSource.h"
 #include "host/Diagnostics.h"
 #include "host/HostText.h"
-#include "input/FocusedField.h"
 #include "input/SpatialNavigation.h"
 #include "inspector/InspectorBrowser.h"
 #include "larka/ILarkaCallbacks.h"
@@ -1026,7 +1025,7 @@ bool LarkaBrowser::moveFocus(Directions direction) {
 
 bool LarkaBrowser::pressFocused() {
   const WebKitCall call(m_pageUse);
-  const QWebElement focused = focusedElement(page());
+  const QWebElement focused = page()->currentFrame()->findFirstElement(QStringLiteral(":focus"));
   if (focused.isNull()) return false;
   const QString type = focused.attribute(QStringLiteral("type")).toLower();
   const bool isSwitch = focused.tagName().toLower() == QLatin1String("input") &&

@@ -52,7 +52,7 @@ QString asEnd(QString text) {
 
 }  // namespace
 
-// A page that breaks off has the status of its beginning.
+// For a page that breaks off QtWebKit passes the status of its beginning, which was no error.
 LoadFailure failureOf(const QWebPage::ErrorPageExtensionOption& option) {
   LoadFailure failure{LoadFailure::kOther, option.url, 0, asEnd(option.errorString)};
   if (option.domain == QWebPage::QtNetwork) {
@@ -66,7 +66,7 @@ LoadFailure failureOf(const QWebPage::ErrorPageExtensionOption& option) {
   } else if (option.errorString == QLatin1String(kEndlessRedirection)) {
     // QtWebKit makes up a status for it.
   } else if (option.error < kFirstErrorStatus) {
-    failure = {LoadFailure::kConnectionLost, option.url, option.error,
+    failure = {LoadFailure::kConnectionLost, option.url, 0,
                QStringLiteral("the connection was lost")};
   } else {
     failure = {

@@ -27,7 +27,7 @@ struct LoadFailure {
 
   Kind kind = kNone;
   QUrl url;
-  int httpStatus = 0;  // 0 unless the server answered
+  int httpStatus = 0;  // 0 unless the server answered with an error
   QString text;        // for people, such as "connection refused"
 
   // Only if the certificate is not valid.

@@ -12,6 +12,7 @@
 #include "larka/LarkaSystemInfoJavaScriptObject.h"
 #include "larka/RepaintCollector.h"
 #include "network/CacheWrapper.h"
+#include "network/CertificatePolicy.h"
 #include "paint/larkawebview.h"
 
 namespace {
@@ -32,6 +33,27 @@ TEST(LoadWatchTest, EndsALoadOnceNothingHasGoneOnForAWhile) {
   EXPECT_TRUE(watch.end());
   test::Clock::pass(4100);
   EXPECT_EQ(ended, 1);
+}
+
+TEST(CertificatePolicyTest, RemembersWhatEachServerIsRefusedFor) {
+  const std::tuple<QSslError::SslError, int, const char*> rows[] = {
+      {QSslError::CertificateNotYetValid, LARKA::CERTIFICATE_NOT_YET_VALID, "is not valid yet"},
+      {QSslError::CertificateRevoked, LARKA::CERTIFICATE_REVOKED, "was revoked"},
+      {QSslError::UnableToGetLocalIssuerCertificate, LARKA::CERTIFICATE_UNKNOWN_ISSUER,
+       "has an unknown issuer"},
+      {QSslError::CertificateSignatureFailed, LARKA::CERTIFICATE_OTHER, "is not valid"}};
+  LARKA::CertificatePolicy policy;
+  policy.setChecks(true);
+  const QUrl server("https://a.example"), same("https://a.example:443/x"),
+      other("https://a.example:8443");
+  for (const auto& [error, kind, text] : rows) {
+    EXPECT_FALSE(policy.allows(server, QSslCertificate(), {QSslError(error)}));
+    EXPECT_EQ(policy.refused(same).errors, kind);
+    EXPECT_EQ(policy.refused(same).text().toStdString(), std::string("its certificate ") + text);
+  }
+  policy.accept(server, {});
+  EXPECT_TRUE(policy.allows(same, QSslCertificate(), {QSslError(QSslError::CertificateRevoked)}));
+  EXPECT_FALSE(policy.allows(other, QSslCertificate(), {QSslError(QSslError::CertificateRevoked)}));
 }
 
 TEST(HostTest, HasSomeClassesForItself) {

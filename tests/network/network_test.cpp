@@ -157,6 +157,9 @@ TEST_F(NetworkTest, ErrorsAreWrittenAndThoseOfCertificatesIgnoredOrChecked) {
 TEST_F(NetworkTest, FailedLoadsHaveAReason) {
   server.answer("/silent", "");
   server.answer("/missing", "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n");
+  server.answer("/cut", "HTTP/1.1 200 OK\r\nContent-Length: 9000\r\n\r\n<p>");
+  server.answer("/round", "HTTP/1.1 302 Go\r\nLocation: /round\r\nContent-Length: 0\r\n\r\n");
+  server.page("/data", "\1", "Content-Type: application/octet-stream\r\n");
   LARKA::SetLoadTimeLimit(browser, 500);
   const std::string nobody = "http://127.0.0.1:" + std::to_string(test::freePort()) + "/";
   const std::tuple<std::string, LARKA::LoadErrorKind, int> kRows[] = {
@@ -164,6 +167,11 @@ TEST_F(NetworkTest, FailedLoadsHaveAReason) {
       {"file:///no/such", LARKA::LOAD_NO_FILE, 0},
       {server.url("/silent"), LARKA::LOAD_TIMED_OUT, 0},
       {server.url("/missing"), LARKA::LOAD_HTTP_STATUS, 404},
+      {"http://no-host.invalid/", LARKA::LOAD_NAME_NOT_FOUND, 0},
+      {server.url("/cut"), LARKA::LOAD_CONNECTION_LOST, 0},
+      {server.url("/round"), LARKA::LOAD_OTHER, 0},
+      {server.url("/data"), LARKA::LOAD_NOT_SHOWN, 0},
+      {"http://127.0.0.1:25/", LARKA::LOAD_BLOCKED, 0},
       {server.url("/"), LARKA::LOAD_OK, 0}};
   for (const auto& [url, kind, status] : kRows) {
     EXPECT_EQ(visit(url), kind == LARKA::LOAD_OK);
@@ -178,6 +186,25 @@ TEST_F(NetworkTest, FailedLoadsHaveAReason) {
   EXPECT_TRUE(LARKA::RefreshImage(browser));
   EXPECT_EQ(test::pixel(browser, 99, 99), 0xff0000ff);
   EXPECT_TRUE(host.pumpUntil([this] { return LARKA::HasRunningRequests(browser); }));
+
+  visit(nobody);
+  recorder.finished = false;
+  browser->Navigate(server.url("/silent").c_str());
+  host.manager->PumpEvents();
+  browser->Stop();
+  EXPECT_TRUE(host.pumpUntil([&] { return recorder.finished; }));
+  EXPECT_EQ(LARKA::GetLoadError(browser).kind, LARKA::LOAD_ABORTED);
+
+  // The limit is that of a page's own load, neither of a frame's nor of the next page's.
+  const std::string slow = "HTTP/1.1 200 OK\r\nContent-Type: text/html\r\n\r\n<title>Slow</title>";
+  server.answer("/slow", slow, slow.size() - 8);
+  LARKA::SetLoadTimeLimit(browser, 250);
+  ASSERT_TRUE(visit(server.url("/")));
+  script("document.documentElement.innerHTML = '<iframe src=/slow></iframe>'");
+  EXPECT_TRUE(host.pumpUntil([&] { return script("frames[0].document.title") == "Slow"; }, 5000));
+  ASSERT_TRUE(visit(server.url("/")));
+  LARKA::SetLoadTimeLimit(browser, 0);
+  EXPECT_TRUE(visit(server.url("/slow")));
 }
 
 TEST_F(NetworkTest, CookiesAreSharedUnlessABrowserHasItsOwn) {

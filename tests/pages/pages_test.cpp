@@ -185,18 +185,28 @@ class PageTest : public test::BrowserTest, public IExtraCallbacks {
     if (word == "browser")
       return destroy(true), browser = host.createBrowser(&recorder, 640, 360, text == "larka"),
                             kDone;
+    if (word == "bare") {
+      destroy(true);
+      browser = host.manager->CreateBrowser();
+      return browser->AddListener(&recorder), kDone;
+    }
     if (word == "control") return ask(control(first), words.value(1), words.mid(2));
     if (word == "plugin") return ask(plugin(first), words.value(1), words.mid(2));
     if (!browser) throw std::runtime_error("there is no browser");
+    if (word == "initialize")
+      return browser->Initialize(640, 360, nullptr, text.c_str(), false, nullptr), kDone;
     if (word == "destroy-later") return destroy(false), kDone;
     if (word == "shutdown") return destroy(true), host.manager->Shutdown(true), kDone;
     if (word == "listen") return browser->AddListener(listener(rest)), kDone;
     if (word == "unlisten") return browser->RemoveListener(listener(rest)), kDone;
     if (word == "listen-more") {
-      recorder.takesOver = text == "taking";
-      return AddExtraListener(browser, &recorder), kDone;
+      listener(more)->takesOver = first == "taking";
+      return AddExtraListener(browser, listener(more)), kDone;
     }
+    if (word == "unlisten-more") return RemoveExtraListener(browser, listener(rest)), kDone;
     if (word == "answer-list") return yes(AnswerList(browser, recorder.question, rest.toInt()));
+    if (word == "list-open") return yes(IsListOpen(browser));
+    if (word == "close-list") return yes(CloseList(browser));
     if (word == "answer-colour")
       return yes(AnswerColor(browser, recorder.question, text.empty() ? nullptr : text.c_str()));
     if (word == "answer") return answer(listener(first == "-" ? "" : first), end), kDone;
@@ -257,6 +267,9 @@ class PageTest : public test::BrowserTest, public IExtraCallbacks {
     if (word == "field") return describe(GetTextField(browser));
     if (word == "field-place") return place(GetTextField(browser));
     if (word == "hear-fields") return AddExtraListener(browser, this), kDone;
+    if (word == "unhear-fields") return RemoveExtraListener(browser, this), kDone;
+    if (word == "press") return yes(PressFocused(browser));
+    if (word == "leave-full-screen") return yes(LeaveFullScreen(browser));
     if (word == "focus-next") return yes(browser->FocusNext());
     if (word == "focus-previous") return yes(browser->FocusPrev());
     if (word == "focus") return focus(words);
@@ -280,6 +293,12 @@ class PageTest : public test::BrowserTest, public IExtraCallbacks {
       return test::readFile(host.directory.file("thumb")).substr(6, 4) + " " +
              rectangle(image.pixelColor(1, 1).red(), 0, image.width(), image.height());
     }
+    if (word == "place") return place(plugin(first));
+    if (word == "changed") return changed();
+    if (word == "ratio") return yes(SetDevicePixelRatio(browser, strtod(text.c_str(), nullptr)));
+    if (word == "largest") return yes(SetMaximumImageSize(browser, x, y));
+    if (word == "follow") return yes(SetImageFollowsResize(browser, text == "on"));
+    if (word == "transparent") return yes(SetTransparent(browser, text == "on"));
     if (word != "image") throw std::runtime_error("an unknown step");
     return browser->GetBrowserImage() ? std::to_string(browser->GetBrowserStride() / 4) : "none";
   }
@@ -447,6 +466,22 @@ class PageTest : public test::BrowserTest, public IExtraCallbacks {
     for (LarkaPluginWidget& plugin : browser->GetPluginWidgets())
       if (plugin.GetID() == toBytes(id)) return plugin;
     throw std::runtime_error("there is no such plug-in");
+  }
+
+  /// Where it is in the image, and what is seen of it.
+  std::string place(LarkaPluginWidget plugin) {
+    std::string found;
+    const PluginPlace place = GetPluginPlace(browser, &plugin);
+    for (const auto& each : {place.area, place.visible})
+      found += rectangle(each.x, each.y, each.width, each.height) + " ";
+    return found;
+  }
+
+  std::string changed() {
+    std::string found;
+    for (const auto& each : GetChangedRectangles(browser))
+      found += rectangle(each.x, each.y, each.width, each.height) + " ";
+    return found;
   }
 
   /// How many there are, and their ids.

@@ -88,6 +88,7 @@ for (i = 0; i < 40; i++) document.write('<div class=cell id=c' + i + ' style="le
 <div style="position:fixed;left:300px;top:99px;width:40px;height:40px;background:#0f0"></div>
 <iframe srcdoc="<body style='height:900px;border-top:50px solid red'>"
  style="position:absolute;left:500px;top:200px;width:90px;height:90px"></iframe>
+<select style="position:absolute;left:420px;top:290px"><option>one<option>two</select>
 <p style="position:absolute;left:330px;top:290px"><b tabindex=0><img width=40 height=30></b>)";
 
 class PaintedTest : public PaintingTest,
@@ -130,6 +131,13 @@ TEST_P(PaintedTest, ThePageImageIsNeverStale) {
         browser->Scroll(i % 4 < 2 ? 17 : -9, 29);
       },
       [this](int i) { i % 3 == 2 ? browser->FocusPrev() : browser->FocusNext(); },
+      [this](int i) {
+        browser->MouseClick(430, 300, 0);
+        Clock::pass(20);
+        if (i % 2) browser->Scroll(0, i % 3 == 2 ? 5 : -5);
+        Clock::pass(20);
+        EXPECT_TRUE(LARKA::CloseList(browser));
+      },
       [this](int i) { browser->Resize(i % 2 ? 640 : 500, i % 2 ? 360 : 300); },
       [this](int i) {
         view->scene()->addRect(i * 3000 - 500, i * 2500 - 400, 50, 50)->setZValue(-1);
@@ -149,6 +157,8 @@ TEST_P(PaintedTest, ThePageImageIsNeverStale) {
   const LARKA::FrameStatistics cost = LARKA::TakeFrameStatistics(browser);
   EXPECT_GT(cost.paints, 50);
   EXPECT_LT(cost.pixels / cost.paints, size.width * size.height);
+  EXPECT_GT(cost.notices, 50);
+  EXPECT_EQ(LARKA::TakeFrameStatistics(browser).paints, 0) << "they were taken";
 }
 
 TEST_F(PaintingTest, WhatIsAnnouncedIsPaintedOnceAndTheRestIsMendedAtRest) {

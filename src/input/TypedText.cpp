@@ -10,8 +10,6 @@ namespace LARKA {
 
 namespace {
 
-const QChar kZeroWidthJoiner(0x200d);
-
 bool isLineEnd(const QString& key) {
   return key.startsWith(QLatin1Char('\r')) || key.startsWith(QLatin1Char('\n'));
 }
@@ -27,19 +25,14 @@ bool isAscii(const QString& key) {
 
 }  // namespace
 
-// One key for all that makes up a character, because QtWebKit counts so where a length is limited:
-// an accent by itself would no longer fit. Qt separates emojis that are joined to one.
+// One key for all that makes up a character, also an emoji joined of several, because QtWebKit
+// counts so where a length is limited: an accent by itself would no longer fit.
 QStringList keysOf(const QString& text) {
   QStringList keys;
   QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
-  bool joined = false;
   for (int from = 0, to; (to = finder.toNextBoundary()) > from; from = to) {
     const QString key = text.mid(from, to - from);
-    if (joined)
-      keys.last() += key;
-    else if (!isLeftOut(key))
-      keys += key;
-    joined = key.endsWith(kZeroWidthJoiner) && !keys.isEmpty();
+    if (!isLeftOut(key)) keys += key;
   }
   return keys;
 }

@@ -50,12 +50,13 @@ TEST(SelectListTest, KeysMoveTheHighlightAndKeepItInView) {
   } rows[] = {{"a b c d *e f", {}, "d[e]f"},           {"a b c d e *f", {}, "de[f]"},
               {"*a b c d", {Key_End}, "bc[d]"},        {"a b c -d", {Key_End}, "ab[c]"},
               {"a b c *d", {Key_Home}, "[a]bc"},       {"G a b c *d", {Key_Home}, "G[a]b"},
-              {"*a b c d e", {Key_PageDown}, "ab[c]"}, {"a b c d *e", {Key_PageUp}, "[c]de"},
-              {"*a -b c", {Key_Down}, "ab[c]"},        {"-a *b c", {Key_Up}, "a[b]c"},
-              {"-a -b -c", {Key_Down}, "abc"},         {"*a b c d e", {-2}, "[c]de"},
-              {"*a b c d e", {-9}, "[c]de"},           {"*a b a c a", {Key_A}, "ab[a]"},
-              {"*a b a c a", {Key_A, Key_A}, "ac[a]"}, {"a *b c", {Key_A, 2, Key_C}, "ab[c]"},
-              {"a *b c", {Key_A, Key_C}, "[a]bc"},     {"a *b c", {Key_A, Key_Space}, "[a]bc"}};
+              {"*a b c d e", {Key_PageDown}, "ab[c]"}, {"*a b -c -d", {Key_PageDown}, "a[b]c"},
+              {"a b c d *e", {Key_PageUp}, "[c]de"},   {"*a -b c", {Key_Down}, "ab[c]"},
+              {"-a *b c", {Key_Up}, "a[b]c"},          {"-a -b -c", {Key_Down}, "abc"},
+              {"*a b c d e", {-2}, "[c]de"},           {"*a b c d e", {-9}, "[c]de"},
+              {"*a b a c a", {Key_A}, "ab[a]"},        {"*a b a c a", {Key_A, Key_A}, "ac[a]"},
+              {"a *b c", {Key_A, 2, Key_C}, "ab[c]"},  {"a *b c", {Key_A, Key_C}, "[a]bc"},
+              {"a *b c", {Key_A, Key_Space}, "[a]bc"}};
   for (const auto& row : rows) {
     SelectList list(lines(row.items));
     list.setRows(3);
@@ -105,6 +106,7 @@ TEST(SelectListTest, ShowsWhatCanBeChosenWhatIsAndWhereItIs) {
     painter.measure(style.font);
     painter.arrange(style);
     list.scroll(scrolled);
+    list.highlight(1);
     QImage image(200, 100, QImage::Format_RGB32);
     image.fill(Qt::white);
     QPainter on(&image);

@@ -158,6 +158,7 @@ TEST_F(NetworkTest, FailedLoadsHaveAReason) {
   server.answer("/silent", "");
   server.answer("/missing", "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n");
   server.answer("/cut", "HTTP/1.1 200 OK\r\nContent-Length: 9000\r\n\r\n<p>");
+  server.answer("/half", "H");
   server.answer("/round", "HTTP/1.1 302 Go\r\nLocation: /round\r\nContent-Length: 0\r\n\r\n");
   server.page("/data", "\1", "Content-Type: application/octet-stream\r\n");
   LARKA::SetLoadTimeLimit(browser, 500);
@@ -169,6 +170,7 @@ TEST_F(NetworkTest, FailedLoadsHaveAReason) {
       {server.url("/missing"), LARKA::LOAD_HTTP_STATUS, 404},
       {"http://no-host.invalid/", LARKA::LOAD_NAME_NOT_FOUND, 0},
       {server.url("/cut"), LARKA::LOAD_CONNECTION_LOST, 0},
+      {server.url("/half"), LARKA::LOAD_CONNECTION_LOST, 0},
       {server.url("/round"), LARKA::LOAD_OTHER, 0},
       {server.url("/data"), LARKA::LOAD_NOT_SHOWN, 0},
       {"http://127.0.0.1:25/", LARKA::LOAD_BLOCKED, 0},

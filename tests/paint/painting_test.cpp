@@ -88,7 +88,7 @@ for (i = 0; i < 40; i++) document.write('<div class=cell id=c' + i + ' style="le
 <div style="position:fixed;left:300px;top:99px;width:40px;height:40px;background:#0f0"></div>
 <iframe srcdoc="<body style='height:900px;border-top:50px solid red'>"
  style="position:absolute;left:500px;top:200px;width:90px;height:90px"></iframe>
-<select style="position:absolute;left:420px;top:290px"><option>one<option>two</select>
+<select style="position:fixed;left:420px;top:290px"><option>one<option>two</select>
 <p style="position:absolute;left:330px;top:290px"><b tabindex=0><img width=40 height=30></b>)";
 
 class PaintedTest : public PaintingTest,

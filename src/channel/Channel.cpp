@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <QtEndian>
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <utility>
@@ -22,6 +23,7 @@ const quint32 kLongest = 64 << 20;
 const size_t kMostFiles = 8;
 const size_t kReadAtOnce = 1 << 18;
 const int kMostReads = 16;
+const int kSendAtOnce = 1 << 22;
 
 QByteArray packed(const Message& message) {
   QByteArray bytes(kHeader, Qt::Uninitialized);
@@ -54,6 +56,8 @@ int unpack(const char* bytes, int size, Message* message) {
 
 }  // namespace
 
+const int Channel::kLongestContent = static_cast<int>(kLongest) - kHeader;
+
 Channel::Channel(int socket) : m_socket(socket) {}
 
 Channel::~Channel() { close(); }
@@ -61,6 +65,7 @@ Channel::~Channel() { close(); }
 Channel::Channel(Channel&& other) noexcept
     : m_socket(std::exchange(other.m_socket, -1)),
       m_out(std::move(other.m_out)),
+      m_sent(std::exchange(other.m_sent, 0)),
       m_partial(std::move(other.m_partial)),
       m_in(std::move(other.m_in)),
       m_files(std::exchange(other.m_files, {})) {}
@@ -69,6 +74,7 @@ Channel& Channel::operator=(Channel&& other) noexcept {
   close();
   m_socket = std::exchange(other.m_socket, -1);
   m_out = std::move(other.m_out);
+  m_sent = std::exchange(other.m_sent, 0);
   m_partial = std::move(other.m_partial);
   m_in = std::move(other.m_in);
   m_files = std::exchange(other.m_files, {});
@@ -80,6 +86,7 @@ void Channel::close() {
   if (m_socket >= 0) ::close(std::exchange(m_socket, -1));
   for (int file : std::exchange(m_files, {})) ::close(file);
   m_out.clear();
+  m_sent = 0;
 }
 
 // A file goes with the first byte of its message: the receiver gets the two together.
@@ -87,7 +94,7 @@ void Channel::send(const Message& message, int file) {
   if (!isOpen()) return;
   QByteArray bytes = packed(message);
   if (file >= 0) {
-    while (isOpen() && !m_out.isEmpty()) wait(-1);
+    while (isOpen() && unsent() > 0) wait(-1);
     if (!isOpen()) return;
     alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
     iovec part = {bytes.data(), 1};
@@ -112,19 +119,22 @@ void Channel::send(const Message& message, int file) {
   flush();
 }
 
+// What was sent is removed now and then: moving what is left each time could take long.
 void Channel::flush() {
-  int done = 0;
-  while (isOpen() && done < m_out.size()) {
-    const ssize_t sent = ::send(m_socket, m_out.constData() + done,
-                                static_cast<size_t>(m_out.size() - done), MSG_NOSIGNAL);
+  const int end = m_sent + std::min(unsent(), kSendAtOnce);
+  while (isOpen() && m_sent < end) {
+    const ssize_t sent = ::send(m_socket, m_out.constData() + m_sent,
+                                static_cast<size_t>(end - m_sent), MSG_NOSIGNAL);
     if (sent > 0)
-      done += static_cast<int>(sent);
+      m_sent += static_cast<int>(sent);
     else if (errno == EAGAIN)
       break;
     else if (errno != EINTR)
       return receive(), close();
   }
-  m_out.remove(0, done);
+  if (m_sent < m_out.size() / 2) return;
+  m_out.remove(0, m_sent);
+  m_sent = 0;
 }
 
 void Channel::keepFiles(msghdr& header) {
@@ -190,7 +200,7 @@ void Channel::exchange() {
 bool Channel::wait(int milliseconds) {
   if (!isOpen()) return false;
   const short both = POLLIN | POLLOUT;
-  pollfd ready = {m_socket, m_out.isEmpty() ? short(POLLIN) : both, 0};
+  pollfd ready = {m_socket, unsent() == 0 ? short(POLLIN) : both, 0};
   if (poll(&ready, 1, milliseconds) <= 0) return false;
   exchange();
   return true;

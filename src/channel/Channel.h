@@ -46,7 +46,10 @@ class Channel {
   void send(const Message& message, int file = -1);
 
   /// How many bytes haven't been taken yet.
-  int unsent() const { return m_out.size(); }
+  int unsent() const { return m_out.size() - m_sent; }
+
+  /// The longest content that a message can have.
+  static const int kLongestContent;
 
   /// Reads what has come, and sends what waits.
   void exchange();
@@ -71,7 +74,9 @@ class Channel {
   void keepFiles(::msghdr& header);
 
   int m_socket;
-  QByteArray m_out, m_partial;
+  QByteArray m_out;
+  int m_sent = 0;  // bytes of m_out
+  QByteArray m_partial;
   std::deque<Message> m_in;
   std::deque<int> m_files;
 };

@@ -235,10 +235,9 @@ class HostRequests {
   virtual ~HostRequests() = default;
   virtual void started() = 0;
   virtual void diagnostics(const char* line) = 0;
-  /// A browser has another image: the one called `image`, in the
-  /// file that comes along. The one
-  /// called 0 is none.
-  virtual void imageMade(int browser, long long image, int stride, int rows) = 0;
+  /// A browser has another image: the one called `image`, of its page or of a plug-in in full
+  /// screen, in the file that comes along. The one called 0 is none.
+  virtual void imageMade(int browser, long long image, bool isPage, int stride, int rows) = 0;
   /// The other half of the image's file is to be seen: these parts have changed, and the page where
   /// these plug-ins are.
   virtual void imageChanged(int browser, long long image, int half,
@@ -309,7 +308,8 @@ using EngineOperations = Operations<
     &SetImageFollowsResize, &SetDevicePixelRatio, &MoveFocus, &SetCertificateChecks,
     &AcceptCertificate, &SetMediaHandedOver, &GetMediaAddress, &ReportMedia, &CloseList, &IsListOpen,
     &PressFocused, &LeaveFullScreen, &GetPluginPlace,
-    &HasRunningRequests, &EngineRequests::refreshImage>;
+    &HasRunningRequests, &EngineRequests::refreshImage,
+    &LarkaPluginWidget::GetMimeType>;
 // clang-format on
 
 // Their results are known: they are called even if nobody can wait for that.

@@ -81,6 +81,7 @@ bool LarkaPluginWidget::IsVisible() {
 // Attributes and script.
 
 std::string LarkaPluginWidget::GetMimeType() {
+  if (const auto answer = asked<&LarkaPluginWidget::GetMimeType>(d)) return *answer;
   return d->isPlayer ? toHost(d->mediaSource().type) : GetAttribute("type");
 }
 

@@ -10,6 +10,7 @@ namespace LARKA {
 namespace {
 
 const size_t kMostParts = 20;
+const size_t kForgetAfter = 100;
 
 QRect toQt(const Rectangle& part) { return QRect(part.x, part.y, part.width, part.height); }
 
@@ -36,24 +37,23 @@ void EngineBrowser::listenToExtras() {
 // The image.
 
 // What was painted into another image before is of no interest in this one.
-void EngineBrowser::checkImage() {
-  if (!announceImage() || m_painted == m_browser->GetBrowserImage()) return;
+void EngineBrowser::checkImage(bool isPage) {
+  if (!announceImage(isPage) || m_painted == m_browser->GetBrowserImage()) return;
   m_dirty = false;
   m_parts.clear();
   m_dirtyPlugins.clear();
 }
 
-bool EngineBrowser::announceImage() {
+bool EngineBrowser::announceImage(bool isPage) {
   const unsigned char* pixels = m_browser->GetBrowserImage();
   const int stride = m_browser->GetBrowserStride();
   const int rows = pixels ? GetImageSize(m_browser).height : 0;
   if (m_image.isOf(pixels, stride, rows)) return false;
   const int file = m_image.make(pixels, stride, rows);
   m_imageName = file < 0 ? 0 : static_cast<long long>(reinterpret_cast<quintptr>(pixels));
-  if (m_pageImage == 0) m_pageImage = m_imageName;
   m_isNew = true;
   m_server->attach(file);
-  m_server->send<&HostRequests::imageMade>(m_id, m_imageName, stride, rows);
+  m_server->send<&HostRequests::imageMade>(m_id, m_imageName, isPage, stride, rows);
   return true;
 }
 
@@ -74,8 +74,8 @@ void EngineBrowser::OnPluginDirty(LarkaPluginWidget* plugin) {
 void EngineBrowser::sendChanges() {
   if (!m_dirty || m_noticed) return;
   announceImage();
-  // Only the page image has a list of changed parts. The first notice of an image covers all of it.
-  if (std::exchange(m_isNew, false) || m_imageName != m_pageImage) m_parts = m_image.whole();
+  // The first notice of an image covers all of it.
+  if (std::exchange(m_isNew, false)) m_parts = m_image.whole();
   const int half = m_image.update(&m_parts);
   std::vector<long long> plugins;
   for (const auto& [id, plugin] : m_dirtyPlugins) plugins.push_back(m_server->idOf(plugin));
@@ -105,23 +105,33 @@ bool EngineBrowser::refreshImage() {
 
 void EngineBrowser::OnPluginCreated(LarkaPluginWidget* plugin) {
   m_plugins.insert(EngineServer::nameOf(*plugin));
+  if (m_plugins.size() % kForgetAfter == 0) forgetGonePlugins();
   ask<&ILarkaCallbacks::OnPluginCreated>(plugin);
 }
 
+// The host has its own data on each of them, and may still hear of one that is gone: its player
+// closes, or the host hasn't taken the last notice yet. So one is forgotten if it was gone the last
+// time, too.
 void EngineBrowser::forgetGonePlugins() {
-  std::set<qint64> present;
+  std::set<qint64> gone = m_plugins;
   for (const LarkaPluginWidget& plugin : m_browser->GetPluginWidgets())
-    present.insert(EngineServer::nameOf(plugin));
-  std::vector<long long> gone;
-  std::set_difference(m_plugins.begin(), m_plugins.end(), present.begin(), present.end(),
-                      std::back_inserter(gone));
-  m_plugins = present;
-  if (!gone.empty()) m_server->send<&HostRequests::pluginsGone>(gone);
+    gone.erase(EngineServer::nameOf(plugin));
+  for (const auto& [id, plugin] : m_dirtyPlugins) gone.erase(id);
+  std::vector<long long> forgotten;
+  std::set_intersection(gone.begin(), gone.end(), m_gonePlugins.begin(), m_gonePlugins.end(),
+                        std::back_inserter(forgotten));
+  for (const long long id : forgotten) {
+    gone.erase(id);
+    m_plugins.erase(id);
+  }
+  m_gonePlugins = gone;
+  if (!forgotten.empty()) m_server->send<&HostRequests::pluginsGone>(forgotten);
 }
 
 void EngineBrowser::forgetPlugins() {
   const std::vector<long long> gone(m_plugins.begin(), m_plugins.end());
   m_plugins.clear();
+  m_gonePlugins.clear();
   if (!gone.empty()) m_server->send<&HostRequests::pluginsGone>(gone);
 }
 

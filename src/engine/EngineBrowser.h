@@ -27,8 +27,8 @@ class EngineBrowser : public ILarkaCallbacks,
   void addInspector(int id) { m_inspectors.push_back(id); }
   const std::vector<int>& inspectors() const { return m_inspectors; }
 
-  /// Tells the host if the browser has another image.
-  void checkImage();
+  /// Tells the host if the browser has another image, of its page or of a plug-in in full screen.
+  void checkImage(bool isPage);
 
   /// The host has taken over the parts of the last notice.
   void imageTaken();
@@ -91,7 +91,7 @@ class EngineBrowser : public ILarkaCallbacks,
     auto answer = m_server->ask<Event>(m_id, arguments...);
     if constexpr (!std::is_void_v<Result>) return answer ? std::move(*answer) : Result();
   }
-  bool announceImage();
+  bool announceImage(bool isPage = true);
   void sendChanges();
   void forgetGonePlugins();
 
@@ -99,9 +99,10 @@ class EngineBrowser : public ILarkaCallbacks,
   int m_id;
   ILarkaBrowser* m_browser;
   std::vector<int> m_inspectors;
-  std::set<qint64> m_plugins;  // that were announced
+  std::set<qint64> m_plugins;      // that the host knows
+  std::set<qint64> m_gonePlugins;  // of these, that the page's list had lost the last time
   SharedImage m_image;
-  long long m_imageName = 0, m_pageImage = 0;
+  long long m_imageName = 0;
   bool m_isNew = false;                      // the image, since the last notice
   bool m_dirty = false;                      // since the last notice
   const unsigned char* m_painted = nullptr;  // the image that it was about

@@ -114,7 +114,7 @@ void EngineServer::serve(const Message& message) {
     fprintf(stderr, "larka-engine: the host sent what makes no sense\n");
     exit(1);
   }
-  checkImages();
+  checkImages(!std::exchange(m_fillsScreen, false));
   m_within = outer;
   if (message.kind != Message::Note)
     send({Message::Answer, message.operation, message.id, 0, content});
@@ -290,6 +290,11 @@ void EngineServer::prepare(A&&... arguments) {
   }
   if constexpr (is(Constant<&ILarkaBrowser::SetCacheParameters>()))
     useDirectory(std::get<0>(values));
+  // The only call that a plug-in's image comes with; what came before it is a page's.
+  if constexpr (is(Constant<&LarkaPluginWidget::SetFullScreen>())) {
+    checkImages();
+    m_fillsScreen = std::get<0>(values);
+  }
   if constexpr (is(Constant<&ILarkaBrowser::Navigate>()) ||
                 is(Constant<&ILarkaBrowser::ExecuteJavascript>()) ||
                 is(Constant<&EvaluateScript>()))
@@ -309,8 +314,8 @@ bool EngineServer::refreshImage(int browser) {
   return found && found->refreshImage();
 }
 
-void EngineServer::checkImages() {
-  for (const auto& [id, browser] : m_browsers) browser->checkImage();
+void EngineServer::checkImages(bool arePages) {
+  for (const auto& [id, browser] : m_browsers) browser->checkImage(arePages);
 }
 
 }  // namespace LARKA

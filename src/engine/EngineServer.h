@@ -115,7 +115,7 @@ class EngineServer : public QObject, public Objects, public EngineRequests {
   void serveWaiting();
   void serve(const Message& message);
   bool dispatch(const Message& message, Coder& in, Coder& out);
-  void checkImages();
+  void checkImages(bool arePages = true);
   void lockDown();
 
   // What has to be known of an operation, or done, before it is called.
@@ -134,6 +134,7 @@ class EngineServer : public QObject, public Objects, public EngineRequests {
   bool m_writingIsLimited, m_hasPages = false;
   std::set<std::string> m_writable;  // directories
   bool m_finished = false;
+  bool m_fillsScreen = false;  // a plug-in, from this call on
   std::map<quint32, std::optional<QByteArray>*> m_waiting;
   std::map<int, std::shared_ptr<EngineBrowser>> m_browsers;
   std::map<int, ILarkaBrowser*> m_inspectors;

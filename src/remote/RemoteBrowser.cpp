@@ -136,7 +136,7 @@ void RemoteBrowser::Initialize(int width, int height, const char* cookiePath,
 void RemoteBrowser::Shutdown() {
   call<&ILarkaBrowser::Shutdown>();
   m_over = true;
-  m_image.show(0, -1, 0, 0);
+  m_image.show(0, true, -1, 0, 0);
 }
 
 void RemoteBrowser::Navigate(const char* url) {

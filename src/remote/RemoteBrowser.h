@@ -209,6 +209,7 @@ auto RemoteBrowser::set(A&&... arguments) {
   if (!m_over) {
     const quint16 number = EngineOperations::numberOf<Operation>();
     QByteArray content = m_manager->contentFor<Operation>(m_id, arguments...);
+    if (RemoteManager::isTooLong(content)) return typename CallTo<Operation>::Result();
     auto known = m_set.begin();
     while (known != m_set.end() && known->first != number) ++known;
     if (known == m_set.end())

@@ -16,6 +16,7 @@ namespace {
 
 const int kLongestSide = 1 << 15;
 const qint64 kMostBytes = qint64(1) << 28;
+const size_t kMostReplaced = 4;
 
 /// Whether a file has both halves and keeps them: else reading them could end the host.
 bool hasHalves(int file, int stride, int rows) {
@@ -28,14 +29,18 @@ bool hasHalves(int file, int stride, int rows) {
 }  // namespace
 
 RemoteImage::~RemoteImage() {
-  clear(&m_page);
-  clear(&m_other);
+  replace(&m_page, 0, 0);
+  replace(&m_plugin, 0, 0);
   if (m_file >= 0) close(m_file);
 }
 
-void RemoteImage::clear(Place* place) {
-  if (place->address) munmap(place->address, place->bytes());
-  place->address = nullptr;
+// An image of the same size gets its address.
+void RemoteImage::replace(Place* place, int stride, int rows) {
+  if (place->stride == stride && place->rows == rows) return;
+  const auto unmap = [bytes = place->bytes()](void* image) { munmap(image, bytes); };
+  if (place->address) m_replaced.emplace_back(place->address, unmap);
+  if (m_replaced.size() > kMostReplaced) m_replaced.erase(m_replaced.begin());
+  *place = {stride, rows};
 }
 
 // What the host should write into it stays the host's.
@@ -47,20 +52,10 @@ bool RemoteImage::map(Place* place, int half) const {
   return memory != MAP_FAILED;
 }
 
-RemoteImage::Place* RemoteImage::placeFor(qint64 id, int stride, int rows) {
-  const bool isPage =
-      m_page.id == id || (m_page.id == 0 && m_page.hasSize(stride, rows)) || !m_page.address;
-  Place* place = isPage ? &m_page : &m_other;
-  if (!place->hasSize(stride, rows)) clear(place);
-  place->id = id;
-  place->stride = stride;
-  place->rows = rows;
-  return place;
-}
-
-bool RemoteImage::show(qint64 id, int file, int stride, int rows) {
+bool RemoteImage::show(qint64 id, bool isPage, int file, int stride, int rows) {
+  m_id = id;
+  m_shown = nullptr;
   if (id == 0) {
-    m_shown = nullptr;
     if (file >= 0) close(file);
     return true;
   }
@@ -69,8 +64,10 @@ bool RemoteImage::show(qint64 id, int file, int stride, int rows) {
                     hasHalves(file, stride, rows);
   std::swap(m_file, file);
   if (file >= 0) close(file);
-  m_shown = fits ? placeFor(id, stride, rows) : nullptr;
-  return fits && map(m_shown, 0);
+  if (!fits) return false;
+  m_shown = isPage ? &m_page : &m_plugin;
+  replace(m_shown, stride, rows);
+  return map(m_shown, 0);
 }
 
 bool RemoteImage::showHalf(int half, const std::vector<Rectangle>& parts) {

@@ -3,6 +3,8 @@
 
 #include <QtGlobal>
 #include <cstddef>
+#include <memory>
+#include <utility>
 #include <vector>
 
 #include "larka/extras.h"
@@ -19,15 +21,19 @@ class RemoteImage {
   RemoteImage(const RemoteImage&) = delete;
   RemoteImage& operator=(const RemoteImage&) = delete;
 
-  /// Shows the image called `id`, whose halves `file` holds; the one called 0 is none. The first
-  /// image keeps its address, also while another one is shown, and when another process makes one
+  /// Shows the image called `id`, whose halves `file` holds; the one called 0 is none. The page's
+  /// image keeps its address while that of a plug-in is shown, and when another process makes one
   /// of that size. Takes over the file. Returns false if it doesn't hold such an image.
-  bool show(qint64 id, int file, int stride, int rows);
+  bool show(qint64 id, bool isPage, int file, int stride, int rows);
 
-  /// Forgets which images the process had that made them. The last one stays.
-  void detach() { m_page.id = m_other.id = 0; }
+  /// Forgets what the process called the image, which stays.
+  void detach() { m_id = 0; }
 
-  bool isShown(qint64 id) const { return m_shown && m_shown->id == id; }
+  bool isShown(qint64 id) const { return m_shown && id != 0 && m_id == id; }
+
+  /// Returns the images that another one has taken the place of since the last time. They can be
+  /// read until the last reference to them is gone.
+  std::vector<std::shared_ptr<void>> takeReplaced() { return std::exchange(m_replaced, {}); }
 
   /// Shows a half of the image, which differs in these parts. Returns false if there are none such.
   bool showHalf(int half, const std::vector<Rectangle>& parts);
@@ -40,21 +46,18 @@ class RemoteImage {
 
  private:
   struct Place {
-    qint64 id = 0;
     int stride = 0, rows = 0;
     unsigned char* address = nullptr;
     size_t bytes() const { return static_cast<size_t>(stride) * static_cast<size_t>(rows); }
-    bool hasSize(int otherStride, int otherRows) const {
-      return address && stride == otherStride && rows == otherRows;
-    }
   };
 
-  static void clear(Place* place);
+  void replace(Place* place, int stride, int rows);
   bool map(Place* place, int half) const;
-  Place* placeFor(qint64 id, int stride, int rows);
 
-  Place m_page, m_other;
+  Place m_page, m_plugin;
   Place* m_shown = nullptr;
+  qint64 m_id = 0;  // of the image that is shown
+  std::vector<std::shared_ptr<void>> m_replaced;
   int m_file = -1;  // of the image that is shown
 };
 

@@ -355,8 +355,20 @@ quint32 RemoteManager::send(Message::Kind kind, quint16 operation, const QByteAr
   return m_lastId;
 }
 
+// A process that lacks one of the calls would not be as the host thinks: another one takes its
+// place.
 void RemoteManager::post(quint16 operation, const QByteArray& content) {
-  if (m_channel.unsent() < kMostUnsent) send(Message::Request, operation, content);
+  if (isTooLong(content)) return;
+  send(Message::Request, operation, content);
+  if (m_state == Starting || m_channel.unsent() <= kMostUnsent) return;
+  diagnose("the engine process doesn't take the host's calls\n");
+  endProcess();
+}
+
+bool RemoteManager::isTooLong(const QByteArray& content) {
+  if (content.size() <= Channel::kLongestContent) return false;
+  diagnose("a call is too long for the engine process\n");
+  return true;
 }
 
 std::optional<QByteArray> RemoteManager::call(quint16 operation, const QByteArray& content,
@@ -364,6 +376,7 @@ std::optional<QByteArray> RemoteManager::call(quint16 operation, const QByteArra
   const auto self = shared_from_this();
   const Activity activity;
   std::optional<QByteArray> answer;
+  if (isTooLong(content)) return answer;
   if (!answers()) {
     if (canBeLater) post(operation, content);
     return answer;
@@ -643,12 +656,12 @@ void RemoteManager::pluginsGone(const std::vector<long long>& plugins) {
 
 // Images.
 
-void RemoteManager::imageMade(int browser, long long image, int stride, int rows) {
+void RemoteManager::imageMade(int browser, long long image, bool isPage, int stride, int rows) {
   const int file = image == 0 ? -1 : m_channel.takeFile();
   RemoteBrowser* found = browserOf(browser);
   if (!found) {
     if (file >= 0) close(file);
-  } else if (!found->image().show(image, file, stride, rows)) {
+  } else if (!found->image().show(image, isPage, file, stride, rows)) {
     makesNoSense();
   }
 }
@@ -666,6 +679,7 @@ void RemoteManager::imageChanged(int browser, long long image, int half,
   std::vector<LarkaPluginWidget> painted;
   painted.reserve(plugins.size());
   for (const long long id : plugins) painted.push_back(pluginOf(id));
+  const auto replaced = found->image().takeReplaced();  // valid until now
   found->notifyDirty(parts, painted);
 }
 

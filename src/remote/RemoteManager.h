@@ -74,6 +74,9 @@ class RemoteManager : public Caller,
     return contentOf<Operation>(target, arguments...);
   }
 
+  /// Whether an operation can't be called with that: it does nothing then.
+  static bool isTooLong(const QByteArray& content);
+
   int generation() const override { return m_generation; }
   void post(quint16 operation, const QByteArray& content) override;
 
@@ -88,7 +91,7 @@ class RemoteManager : public Caller,
 
   void started() override;
   void diagnostics(const char* line) override;
-  void imageMade(int browser, long long image, int stride, int rows) override;
+  void imageMade(int browser, long long image, bool isPage, int stride, int rows) override;
   void imageChanged(int browser, long long image, int half, const std::vector<Rectangle>& parts,
                     const std::vector<long long>& plugins) override;
   void pluginsGone(const std::vector<long long>& plugins) override;

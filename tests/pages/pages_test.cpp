@@ -273,6 +273,7 @@ class PageTest : public test::BrowserTest, public IExtraCallbacks {
     if (word == "focus-next") return yes(browser->FocusNext());
     if (word == "focus-previous") return yes(browser->FocusPrev());
     if (word == "focus") return focus(words);
+    if (word == "image-follows") return yes(SetImageFollowsResize(browser, true));
     if (word == "resize") return browser->Resize(x, y), kDone;
     if (word == "zoom") return browser->SetZoomLevel(strtod(text.c_str(), nullptr)), kDone;
     if (word == "zoomed") return std::to_string(static_cast<int>(browser->GetZoomLevel()));
@@ -287,6 +288,7 @@ class PageTest : public test::BrowserTest, public IExtraCallbacks {
     if (word == "keep-plugin") return m_keptPlugin = plugin(first), kDone;
     if (word == "plugins") return plugins();
     if (word == "pixel") return pixels(rest);
+    if (word == "changed") return m_changed;
     if (word == "save") {
       browser->SaveBrowserImage(host.directory.file("thumb").c_str(), x, y);
       const QImage image(fromBytes(host.directory.file("thumb")));
@@ -319,6 +321,11 @@ class PageTest : public test::BrowserTest, public IExtraCallbacks {
 
   void hear(const QString& event) {
     m_events.append(event);
+    if (event == "OnDirty") {
+      m_changed.clear();
+      for (const Rectangle& part : GetChangedRectangles(browser))
+        m_changed += rectangle(part.x, part.y, part.width, part.height) + " ";
+    }
     for (const auto& [start, steps] : std::exchange(m_hooks, {}))
       if (event.startsWith(start))
         performAll(steps);
@@ -506,6 +513,7 @@ class PageTest : public test::BrowserTest, public IExtraCallbacks {
   std::map<QString, test::Recorder> m_listeners;
   QStringList m_events;                     // "2:OnDirty" is one of another listener
   std::multimap<QString, QString> m_hooks;  // events, and steps when they are heard
+  std::string m_changed;                    // of the image, with the last notice
   LarkaHTMLControl m_kept;
   LarkaPluginWidget m_keptPlugin{nullptr, true};
 };

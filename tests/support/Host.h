@@ -91,13 +91,18 @@ class Recorder : public LARKA::CallbacksAdapter, public LARKA::IExtraCallbacks {
   void OnUrlChanged(const char* url) override { add(__func__, url); }
   void OnPluginCreated(LARKA::LarkaPluginWidget* plugin) override {
     plugins.push_back(*plugin);
+    plugin->SetUserData(this);
     add(__func__, plugin->GetID());
   }
   void OnMediaRequest(LARKA::ILarkaBrowser*, LARKA::LarkaPluginWidget* player,
                       LARKA::MediaAction action, double value) override {
+    EXPECT_TRUE(player->GetUserData());
     add(__func__, player->GetID(), " ", action, " ", value);
   }
-  void OnPluginDirty(LARKA::LarkaPluginWidget* plugin) override { add(__func__, plugin->GetID()); }
+  void OnPluginDirty(LARKA::LarkaPluginWidget* plugin) override {
+    EXPECT_TRUE(plugin->GetUserData());
+    add(__func__, plugin->GetID());
+  }
   std::string OnExecuteInLarka(const char* text) override {
     return add(__func__, text), larkaAnswer;
   }

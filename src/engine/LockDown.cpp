@@ -3,7 +3,9 @@
 
 #include <fcntl.h>
 #include <linux/landlock.h>
+#include <linux/sockios.h>
 #include <seccomp.h>
+#include <sys/ioctl.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
@@ -42,15 +44,35 @@ void complain(const char* what, int error) {
   fprintf(stderr, "larka-engine: %s: %s\n", what, strerror(error));
 }
 
-/// Signals and limits are for this process alone.
+/// Signals, limits and priorities are for this process alone, and its terminal is the host's.
 int refuseForOthers(scmp_filter_ctx filter) {
-  const auto self = static_cast<scmp_datum_t>(getpid());
-  const uint32_t refusal = SCMP_ACT_ERRNO(EPERM);
   int error = 0;
-  for (const int call : {SCMP_SYS(kill), SCMP_SYS(tgkill), SCMP_SYS(rt_sigqueueinfo)})
-    error |= seccomp_rule_add(filter, refusal, call, 1, SCMP_A0(SCMP_CMP_NE, self));
-  error |= seccomp_rule_add(filter, refusal, SCMP_SYS(tkill), 0);
-  return error | seccomp_rule_add(filter, refusal, SCMP_SYS(prlimit64), 1, SCMP_A0(SCMP_CMP_NE, 0));
+  const auto refuse = [&](int call, const auto&... arguments) {
+    error |=
+        seccomp_rule_add(filter, SCMP_ACT_ERRNO(EPERM), call, sizeof...(arguments), arguments...);
+  };
+  const auto isNot = [](unsigned argument, pid_t value) {
+    return scmp_arg_cmp{argument, SCMP_CMP_NE, static_cast<scmp_datum_t>(value), 0};
+  };
+  // The kernel looks at the lower half of a command alone.
+  const auto isCommand = [](unsigned value) {
+    return scmp_arg_cmp{1, SCMP_CMP_MASKED_EQ, 0xffffffff, value};
+  };
+  for (const int call :
+       {SCMP_SYS(kill), SCMP_SYS(tgkill), SCMP_SYS(rt_sigqueueinfo), SCMP_SYS(rt_tgsigqueueinfo)})
+    refuse(call, isNot(0, getpid()));
+  refuse(SCMP_SYS(tkill));
+  for (const unsigned command : {F_SETOWN, F_SETOWN_EX, F_SETSIG})
+    for (const int call : {SCMP_SYS(fcntl), SCMP_SYS(fcntl64)}) refuse(call, isCommand(command));
+  for (const unsigned command : {TIOCSTI, TIOCLINUX, FIOSETOWN, SIOCSPGRP})
+    refuse(SCMP_SYS(ioctl), isCommand(command));
+  for (const int call :
+       {SCMP_SYS(prlimit64), SCMP_SYS(sched_setscheduler), SCMP_SYS(sched_setparam),
+        SCMP_SYS(sched_setattr), SCMP_SYS(sched_setaffinity), SCMP_SYS(setpriority)})
+    refuse(call, isNot(0, 0));
+  refuse(SCMP_SYS(setpriority), isNot(1, 0));
+  refuse(SCMP_SYS(ioprio_set));
+  return error;
 }
 
 /// What Landlock of this version calls writing.

@@ -1,4 +1,6 @@
 // What becomes of a host whose engine process hangs or ends.
+#include <sys/syscall.h>
+
 #include <regex>
 
 #include "Host.h"
@@ -159,5 +161,35 @@ TEST_F(EngineProcessTest, KeepsCookiesOfAPageThatHangs) {
   EXPECT_TRUE(host.pumpUntil(isHere));
   EXPECT_EQ(browser->ReadCookie("kept"), "1");
 }
+
+#ifdef LARKA_ATTEMPTS
+TEST(LockedDownTest, AProcessThatAPageHasTakenOverGetsNoFurther) {
+  const test::TemporaryDirectory outside;
+  outside.write("file", "kept");
+  setenv("LARKA_TEST_ENGINE", "1", 1);
+  setenv("LARKA_TEST_OUTSIDE", outside.path().c_str(), 1);
+  test::Host host;
+  const std::string results = host.directory.file("results");
+  setenv("LARKA_TEST_RESULTS", results.c_str(), 1);
+  setenv("LD_PRELOAD", LARKA_ATTEMPTS, 1);
+  host.initialize();
+  test::Recorder recorder;
+  ILarkaBrowser* browser = host.createBrowser(&recorder);
+  ASSERT_TRUE(host.load(browser, &recorder, "<p>page"));
+  unsetenv("LD_PRELOAD");
+  host.manager->DestroyBrowser(browser, true);
+  host.manager->Shutdown(true);
+  const bool hasLandlock = syscall(SYS_landlock_create_ruleset, nullptr, 0, 1) > 0;
+  std::ifstream file(results);
+  std::string line;
+  while (std::getline(file, line) && line != "end") {
+    const bool isRefused = std::regex_search(line, std::regex("not permitted|Permission denied"));
+    EXPECT_TRUE(isRefused || (line.find("Landlock") == 0 && !hasLandlock)) << line;
+  }
+  EXPECT_EQ(line, "end");
+  EXPECT_EQ(test::readFile(outside.file("file")), "kept");
+  if (!hasLandlock) GTEST_SKIP() << "this kernel has no Landlock, which limits writing";
+}
+#endif
 
 }  // namespace

@@ -95,7 +95,9 @@ class LARKA_EXPORT LarkaPluginWidget {
   void SetAttribute(const char* name, const char* value);
 
   /// Runs a script with the element as `this` and returns its value as Latin-1. Returns an empty
-  /// string if the value is not a string, number or boolean, or if the script throws.
+  /// string if the value is not a string, number or boolean, or if the script throws. If the script
+  /// uses `let`, `const` or `class`, or the page forbids `eval`, end it with the expression whose
+  /// value you want.
   std::string ExecuteJS(const char* script);
 
   /// Gives the element the keyboard focus, or takes it from the element and gives it to the page.

@@ -5,6 +5,8 @@
 #include <QJsonDocument>
 #include <QRegularExpression>
 #include <QWebElement>
+#include <QWebFrame>
+#include <QWebPage>
 
 #include "host/HostEvents.h"
 
@@ -21,6 +23,33 @@ const char kWithoutObjects[] =
     "  try { return new Date(Date.prototype.getTime.call(value)); } catch (noDate) { return ''; }"
     "})";
 
+// Finds where the expression begins that ends a script and is its value; -1 if there is none. What
+// comes before it parses by itself, and ends with its last character: in a comment to the end of
+// the line, one more bracket would parse, too.
+const char kFindValue[] = R"js(
+(function(script) {
+  var space = '(\\s|//.*\\n|/\\*([^*]|\\*(?!/))*\\*/)*';
+  var noValue = RegExp('^' + space + '([{;]|(function|class|let)\\b|$)');
+  var newStatement = RegExp('^' + space + '(?!in\\b|instanceof\\b)[\\w$"\']');
+  function parses(text) {
+    try { return !!Function(text); } catch (error) { return false; }
+  }
+  function isValue(text) {
+    return !noValue.test(text) && parses('return (' + text + '\n)') && parses(text);
+  }
+  function mayEnd(before, rest) {
+    if (before.endsWith(';')) return !parses(before + ')');
+    return before.endsWith('\n') && newStatement.test(rest);
+  }
+  if (isValue(script)) return 0;
+  for (var i = script.length; i > 0; --i) {
+    var before = script.slice(0, i), rest = script.slice(i);
+    if (mayEnd(before, rest) && isValue(rest) && parses(before)) return i;
+  }
+  return -1;
+})
+)js";
+
 QString quoted(const QString& text) {
   const QJsonDocument list(QJsonArray{text});
   return QString::fromUtf8(list.toJson(QJsonDocument::Compact)) + QLatin1String("[0]");
@@ -33,6 +62,17 @@ bool canBeEvaluated(QWebElement element, const QString& script) {
   if (script.contains(declaration)) return false;
   const QString probe = QStringLiteral("try { eval('1') === 1 } catch (forbidden) { false }");
   return element.evaluateJavaScript(probe).toBool();
+}
+
+// Parses in a page of its own: no policy forbids that there, and no page has replaced anything.
+int beginningOfValue(const QString& script) {
+  QWebPage parser;
+  bool found = false;
+  const int beginning = parser.mainFrame()
+                            ->evaluateJavaScript(QLatin1String(kFindValue) + QLatin1Char('(') +
+                                                 quoted(script) + QLatin1Char(')'))
+                            .toInt(&found);
+  return found ? beginning : -1;
 }
 
 }  // namespace
@@ -48,13 +88,22 @@ QVariant valueOn(QWebElement element, const QString& expression) {
                                     QLatin1Char(')'));
 }
 
+// A script that may not be evaluated is run as it is, but for the expression at its end.
 QString resultOn(QWebElement element, const QString& script) {
+  static const QRegularExpression end(QStringLiteral("[\\s;]+\\z"));
   const WebKitCall call;
-  const QVariant result =
-      canBeEvaluated(element, script)
-          ? valueOn(element, QLatin1String("eval(") + quoted(script) + QLatin1Char(')'))
-          : element.evaluateJavaScript(script);
-  return result.toString();
+  if (canBeEvaluated(element, script))
+    return valueOn(element, QLatin1String("eval(") + quoted(script) + QLatin1Char(')')).toString();
+  const QString statements = QString(script).remove(end);
+  const int beginning = beginningOfValue(statements);
+  if (beginning < 0) {
+    runOn(element, script + QLatin1Char('\n'));
+    return QString();
+  }
+  const QString code = statements.left(beginning) + QLatin1String("\n;") +
+                       QLatin1String(kWithoutObjects) + QLatin1String("((") +
+                       statements.mid(beginning) + QLatin1String("\n))");
+  return element.evaluateJavaScript(code).toString();
 }
 
 }  // namespace LARKA

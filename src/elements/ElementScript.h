@@ -18,7 +18,9 @@ void runOn(QWebElement element, const QString& statement);
 /// Returns the value of a one-line expression; an empty string for an object other than a date.
 QVariant valueOn(QWebElement element, const QString& expression);
 
-/// Returns the value of any script as text; an empty string for an object other than a date.
+/// Returns the value of any script as text; an empty string for an object other than a date. If the
+/// page forbids eval(), or the script declares something for later scripts, only an expression at
+/// its end has a value.
 QString resultOn(QWebElement element, const QString& script);
 
 }  // namespace LARKA

@@ -86,7 +86,7 @@ void keepIndexedDatabasesInMemory() {
   QWebPage page;
   page.settings()->setAttribute(QWebSettings::OfflineStorageDatabaseEnabled, true);
   page.mainFrame()->setHtml(QStringLiteral(" "), QUrl(QStringLiteral("http://larka.invalid/")));
-  page.mainFrame()->evaluateJavaScript(QStringLiteral("indexedDB.open('memory')"));
+  page.mainFrame()->evaluateJavaScript(QStringLiteral("indexedDB.open('memory'); void 0"));
 }
 
 /// Shrinks a database file of QtWebKit's to what it still holds, unless it is busy. Uses the SQLite

@@ -19,9 +19,11 @@ const char kErrorPage[] =
 
 WebPage::WebPage(PageHost* browser) : m_browser(browser), m_plugins(new PluginFactory(this)) {
   setPluginFactory(m_plugins);
-  connect(this, &QWebPage::featurePermissionRequested, this, &WebPage::refuseFeature);
-  connect(this, &QWebPage::loadStarted, this, [this] { m_isAboutToNavigate = false; });
-  connect(this, &QWebPage::fullScreenRequested, this, &WebPage::answerFullScreenRequest);
+  connect(this, &QWebPage::featurePermissionRequested, &m_whole,
+          [this](QWebFrame* frame, Feature feature) { refuseFeature(frame, feature); });
+  connect(this, &QWebPage::loadStarted, &m_whole, [this] { m_isAboutToNavigate = false; });
+  connect(this, &QWebPage::fullScreenRequested, &m_whole,
+          [this](const QWebFullScreenRequest& request) { answerFullScreenRequest(request); });
 }
 
 // The element fills the view, and with it the page image.
@@ -68,8 +70,8 @@ bool WebPage::shouldInterruptJavaScript() { return true; }
 // QtWebKit doesn't pass the URL.
 QWebPage* WebPage::createWindow(WebWindowType type) {
   const bool modal = type == WebModalDialog;
-  return new WindowProbe([page = QPointer<WebPage>(this), modal](const QUrl& url) {
-    if (page) page->m_browser->createWindow(modal, url);
+  return new WindowProbe([this, whole = QPointer<QObject>(&m_whole), modal](const QUrl& url) {
+    if (whole) m_browser->createWindow(modal, url);
   });
 }
 
@@ -78,7 +80,7 @@ bool WebPage::acceptNavigationRequest(QWebFrame* frame, const QNetworkRequest& r
   m_mainFrameNavigates = frame == mainFrame();
   m_isAboutToNavigate = true;
   QMetaObject::invokeMethod(
-      this, [this] { m_isAboutToNavigate = false; }, Qt::QueuedConnection);
+      &m_whole, [this] { m_isAboutToNavigate = false; }, Qt::QueuedConnection);
   m_browser->acceptNavigationRequest(type);
   return QWebPage::acceptNavigationRequest(frame, request, type);
 }

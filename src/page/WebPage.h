@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QObject>
 #include <QString>
 #include <QWebFullScreenRequest>
 #include <QWebPage>
@@ -77,6 +78,9 @@ class WebPage : public QWebPage {
   bool m_showsFullScreenElement = false;
   LoadFailure m_failure;
   QString m_userAgent;
+  // The first to go: while QWebPage is destroyed, script of the page runs once more, and a listener
+  // that it calls may pump. Nothing must reach this object then.
+  QObject m_whole;
 };
 
 }  // namespace LARKA

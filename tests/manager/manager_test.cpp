@@ -95,8 +95,12 @@ TEST_F(ManagerTest, DestroysEverythingOnceAndInItsTime) {
       {"|", [] { fprintf(stderr, "|\n"); }},
       {"init", [&] { host.initialize(); }},
       {"load",
-       [&] { EXPECT_TRUE(host.load(browser = host.createBrowser(&recorder), &recorder, page)); }},
+       [&] {
+         EXPECT_TRUE(
+             host.load(browser = host.createBrowser(&recorder, 9, 9, true), &recorder, page));
+       }},
       {"none", [&] { EXPECT_EQ(host.manager->CreateBrowser(), nullptr); }},
+      {"reload", [&] { browser->Reload(); }},
       {"end", [&] { browser->Shutdown(); }},
       {"empty", [&] { EXPECT_EQ(test::answersOf(browser), ""); }},
       {"now", [&] { destroy(true); }},
@@ -129,6 +133,7 @@ TEST_F(ManagerTest, DestroysEverythingOnceAndInItsTime) {
       {"load during alert(1) pump", "|bw"},
       {"load during console.log(1) pump stop pump", "|bwm"},
       {"renew init load stop-later later pump", "mbw"},
+      {"renew init load onunload=function(){larka.exec(1)} reload during end | pump stop", "w||bm"},
   };
   const std::map<std::string, std::string> letters = {{"|", "|"},
                                                       {"----browser quitting", "b"},

@@ -274,8 +274,10 @@ void LarkaBrowser::RemoveListener(ILarkaCallbacks* listener) { m_listeners.remov
 
 // Page events.
 
-// A child frame that loads doesn't end the plug-ins of the others.
+// A child frame that loads doesn't end the plug-ins of the others. QtWebKit may have forgotten to
+// end the load before, as when a page went to a place in itself while it was loading.
 void LarkaBrowser::loadStarted() {
+  if (m_loadWatch.end()) endLoad(!m_pageLoads);
   m_pageLoads = !m_webView || page()->mainFrameNavigates();
   m_loadWatch.begin();
   if (m_pageLoads) {

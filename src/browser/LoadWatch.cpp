@@ -19,21 +19,20 @@ LoadWatch::LoadWatch(std::function<bool()> isBusy, std::function<void()> ended,
 }
 
 void LoadWatch::begin() {
-  m_endedHere = false;
   m_quietLooks = 0;
   m_timer.start();
 }
 
 bool LoadWatch::end() {
+  const bool wasLoading = isLoading();
   m_timer.stop();
-  return !std::exchange(m_endedHere, false);
+  return wasLoading;
 }
 
 void LoadWatch::look() {
   m_quietLooks = m_isBusy() ? 0 : m_quietLooks + 1;
   if (m_quietLooks < kLooks) return;
   m_timer.stop();
-  m_endedHere = true;
   m_ended();
 }
 

@@ -20,7 +20,8 @@ class LoadWatch {
 
   bool isLoading() const { return m_timer.isActive(); }
 
-  /// Called when QtWebKit ends the load. Returns false if LoadWatch has already ended it.
+  /// Called when QtWebKit ends the load. Returns false if there is none, because LoadWatch has
+  /// already ended it or another one has replaced it.
   bool end();
 
  private:
@@ -30,7 +31,6 @@ class LoadWatch {
   std::function<void()> m_ended;
   QTimer m_timer;
   int m_quietLooks = 0;
-  bool m_endedHere = false;
 };
 
 }  // namespace LARKA

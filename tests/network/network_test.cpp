@@ -1,7 +1,5 @@
 // Proxies, certificates, cookies and the disk cache, against real servers.
 #include <QProcess>
-#include <QSslKey>
-#include <QSslSocket>
 #include <algorithm>
 
 #include "Host.h"
@@ -10,23 +8,6 @@
 namespace {
 
 using LARKA::ILarkaBrowser;
-
-/// Answers every request through TLS.
-struct SecureServer : QTcpServer {
-  QString certificate;
-  void incomingConnection(qintptr descriptor) override {
-    QSslSocket socket;
-    socket.setSocketDescriptor(descriptor);
-    socket.setLocalCertificate(certificate);
-    socket.setPrivateKey(certificate);
-    socket.startServerEncryption();
-    if (!socket.waitForEncrypted()) return;
-    if (socket.bytesAvailable() == 0 && !socket.waitForReadyRead()) return;
-    socket.write("HTTP/1.0 200 OK\r\nContent-Type: text/html\r\n\r\n<title>Secure</title>");
-    socket.disconnectFromHost();
-    if (socket.state() != QAbstractSocket::UnconnectedState) socket.waitForDisconnected();
-  }
-};
 
 class NetworkTest : public test::BrowserTest {
  protected:
@@ -101,23 +82,7 @@ TEST_F(NetworkTest, ErrorsAreWrittenAndThoseOfCertificatesIgnoredOrChecked) {
   const std::string url = "https://127.0.0.1:" + std::to_string(port) + "/page.html";
   EXPECT_NE(diagnosticsOf(url).find("Error 1 loading url '" + url + "'\n"), std::string::npos);
 
-  const std::string make =
-      "cd " + host.directory.path() +
-      " && openssl req -x509 -newkey rsa:2048 -nodes -keyout key -out new -subj /CN=x "
-      "-addext subjectAltName=DNS:other.example 2>err && "
-      "openssl x509 -in new -signkey key -days -1 2>err | cat - key >both.pem";
-  ASSERT_EQ(system(make.c_str()), 0);
-  std::atomic<bool> done{false};
-  QSemaphore listens;
-  std::thread server([&] {
-    SecureServer listener;
-    listener.certificate = QString::fromStdString(host.directory.file("both.pem"));
-    listener.setProxy(QNetworkProxy::NoProxy);
-    listener.listen(QHostAddress::LocalHost, static_cast<quint16>(port));
-    listens.release();
-    while (!done) listener.waitForNewConnection(50);
-  });
-  listens.acquire();
+  test::SecureServer server(host.directory.path(), port);
   browser->AddListener(&secondRecorder);
   recorder.events.clear();
   const std::string errors = diagnosticsOf(url);
@@ -143,15 +108,13 @@ TEST_F(NetworkTest, ErrorsAreWrittenAndThoseOfCertificatesIgnoredOrChecked) {
   EXPECT_EQ(recorder.count("OnRequestError"), 2);
   EXPECT_TRUE(LARKA::AcceptCertificate(browser));
   EXPECT_EQ(failure(), "0 ");
-  ASSERT_EQ(system(make.c_str()), 0);
+  server.changeCertificate();
   EXPECT_EQ(failure(), wrong) << "another certificate";
   ASSERT_TRUE(load("<iframe src=" + url + "></iframe>"));
   EXPECT_EQ(script("frames[0].document.title"), "") << "a part of a page";
   EXPECT_FALSE(LARKA::AcceptCertificate(browser));
   EXPECT_TRUE(LARKA::SetCertificateChecks(browser, false));
   EXPECT_EQ(failure(), "0 ");
-  done = true;
-  server.join();
 }
 
 TEST_F(NetworkTest, FailedLoadsHaveAReason) {

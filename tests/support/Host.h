@@ -131,7 +131,7 @@ class Recorder : public LARKA::CallbacksAdapter, public LARKA::IExtraCallbacks {
     add(__func__, message, "|", line, "|", file.substr(file.rfind('/') + 1));
   }
 
- private:
+ protected:
   template <typename... Parts>
   void add(const char* event, const Parts&... parts) {
     std::ostringstream text;

@@ -3,10 +3,13 @@
 
 #include <QNetworkProxy>
 #include <QSemaphore>
+#include <QSslKey>
+#include <QSslSocket>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QThread>
 #include <atomic>
+#include <cstdlib>
 #include <map>
 #include <mutex>
 #include <string>
@@ -105,6 +108,65 @@ class HttpServer {
   std::mutex m_mutex;
   std::map<std::string, Answer> m_answers;
   std::vector<Request> m_requests;
+  std::thread m_thread;
+};
+
+/// Answers every request through TLS, in a thread of its own. Its certificate, of a file in
+/// `directory`, is self-signed, has expired and is for another host.
+class SecureServer {
+ public:
+  explicit SecureServer(const std::string& directory, int port = 0)
+      : m_directory(directory), m_port(port) {
+    changeCertificate();
+    m_thread = std::thread([this] { serve(); });
+    m_listens.acquire();
+  }
+  ~SecureServer() {
+    m_stopped = true;
+    m_thread.join();
+  }
+
+  void changeCertificate() {
+    const std::string make =
+        "cd " + m_directory +
+        " && openssl req -x509 -newkey rsa:2048 -nodes -keyout key -out new -subj /CN=x "
+        "-addext subjectAltName=DNS:other.example 2>err && "
+        "openssl x509 -in new -signkey key -days -1 2>err | cat - key >both.pem";
+    if (system(make.c_str()) != 0) abort();
+  }
+  std::string url() const { return "https://127.0.0.1:" + std::to_string(m_port) + "/page.html"; }
+
+ private:
+  struct Listener : QTcpServer {
+    QString certificate;
+    void incomingConnection(qintptr descriptor) override {
+      QSslSocket socket;
+      socket.setSocketDescriptor(descriptor);
+      socket.setLocalCertificate(certificate);
+      socket.setPrivateKey(certificate);
+      socket.startServerEncryption();
+      if (!socket.waitForEncrypted()) return;
+      if (socket.bytesAvailable() == 0 && !socket.waitForReadyRead()) return;
+      socket.write("HTTP/1.0 200 OK\r\nContent-Type: text/html\r\n\r\n<title>Secure</title>");
+      socket.disconnectFromHost();
+      if (socket.state() != QAbstractSocket::UnconnectedState) socket.waitForDisconnected();
+    }
+  };
+
+  void serve() {
+    Listener listener;
+    listener.certificate = QString::fromStdString(m_directory + "/both.pem");
+    listener.setProxy(QNetworkProxy::NoProxy);
+    if (!listener.listen(QHostAddress::LocalHost, static_cast<quint16>(m_port))) abort();
+    m_port = listener.serverPort();
+    m_listens.release();
+    while (!m_stopped) listener.waitForNewConnection(50);
+  }
+
+  std::string m_directory;
+  std::atomic<int> m_port;
+  QSemaphore m_listens;
+  std::atomic<bool> m_stopped{false};
   std::thread m_thread;
 };
 

@@ -1,4 +1,5 @@
-// Operations.h: the operations of a browser in one table, for what is to be done with each of them.
+// Operations.h: the operations of a browser, and on one, in one table, for what is to be done with
+// each of them.
 #pragma once
 
 #include <string>
@@ -16,8 +17,21 @@ bool givesNothing(Call call) {
     call();
   } else if constexpr (std::is_same_v<Answer, LARKA::LarkaHTMLControl>) {
     return call().GetControlType() == LARKA::CONTROL_UNKNOWN;
-  } else if constexpr (std::is_same_v<Answer, std::vector<LARKA::LarkaPluginWidget>>) {
+  } else if constexpr (std::is_same_v<Answer, std::vector<LARKA::LarkaPluginWidget>> ||
+                       std::is_same_v<Answer, std::vector<LARKA::Rectangle>>) {
     return call().empty();
+  } else if constexpr (std::is_same_v<Answer, LARKA::LoadError>) {
+    return call().kind == LARKA::LOAD_OK;
+  } else if constexpr (std::is_same_v<Answer, LARKA::FrameStatistics>) {
+    return call().paints == 0;
+  } else if constexpr (std::is_same_v<Answer, LARKA::ScriptResult>) {
+    return !call().ok;
+  } else if constexpr (std::is_same_v<Answer, LARKA::TextField>) {
+    return call().kind == LARKA::TEXT_NONE;
+  } else if constexpr (std::is_same_v<Answer, LARKA::ImageSize>) {
+    return call().width == 0;
+  } else if constexpr (std::is_same_v<Answer, LARKA::PluginPlace>) {
+    return call().area.width == 0;
   } else {
     const Answer answer = call();
     if constexpr (std::is_same_v<Answer, std::vector<LARKA::LarkaHTMLControl*>>)
@@ -40,6 +54,7 @@ inline std::vector<Operation> operations() {
   // clang-format off
 #define CALL(...) \
   {#__VA_ARGS__, [](ILarkaBrowser* b) { return givesNothing([b] { return b->__VA_ARGS__; }); }}
+#define ON(...) {#__VA_ARGS__, [](ILarkaBrowser* b) { return givesNothing([b] { return __VA_ARGS__; }); }}
   return {
       CALL(Initialize(1, 2, "c", "s", true, nullptr)), CALL(Shutdown()), CALL(AddListener(nullptr)),
       CALL(RemoveListener(nullptr)), CALL(SetProxy("h", 1, PROXY_HTTP, "u", "p")),
@@ -59,9 +74,21 @@ inline std::vector<Operation> operations() {
       CALL(GetBrowserNativeHandle()), CALL(GetPluginWidgets()), CALL(HitTest(1, 2)),
       CALL(GetControls(CONTROL_TEXT)), CALL(LaunchInspector(true)), CALL(SetConfig("k", "v")),
       CALL(SetConfig("k", 1)), CALL(SetConfig("k", true)), CALL(GetWidth()), CALL(GetHeight()),
-      CALL(GetFrameContentSize(width, height))};
+      CALL(GetFrameContentSize(width, height)),
+      ON(GetChangedRectangles(b)), ON(GetLoadError(b)), ON(SetLoadTimeLimit(b, 60000)),
+      ON(TakeFrameStatistics(b)), ON(EvaluateScript(b, "document")), ON(SetDocumentScript(b, "x")),
+      ON(SetStyleSheet(b, "p{}")), ON(EnableMessages(b, false)), ON(PostMessageToPage(b, "1")),
+      ON(AnswerList(b, 1, 0)), ON(CloseList(b)), ON(IsListOpen(b)), ON(AnswerColor(b, 1, nullptr)),
+      ON(GetTextField(b)), ON(InsertText(b, "x")), ON(ReplaceText(b, "x")), ON(DeleteText(b, 1)),
+      ON(SetTransparent(b, true)), ON(SetMaximumImageSize(b, 9, 9)), ON(GetImageSize(b)),
+      ON(SetImageFollowsResize(b, true)), ON(SetDevicePixelRatio(b, 2)),
+      ON(MoveFocus(b, DIRECTION_DOWN)), ON(PressFocused(b)), ON(LeaveFullScreen(b)),
+      ON(GetPluginPlace(b, nullptr)), ON(SetCertificateChecks(b, true)), ON(AcceptCertificate(b)),
+      ON(SetMediaHandedOver(b, false)), ON(AddExtraListener(b, nullptr)),
+      ON(RemoveExtraListener(b, nullptr))};
   // clang-format on
 #undef CALL
+#undef ON
 }
 
 /// Calls every operation but those named in `except`. The names of those whose answer was anything

@@ -36,6 +36,9 @@ class EngineBrowser : public ILarkaCallbacks,
   /// Brings the host's image up to date. Returns false while a page is on the stack.
   bool refreshImage();
 
+  /// Called before its browser is destroyed: what was painted is not sent any more.
+  void dropChanges() { m_dirty = false; }
+
   /// Tells the host that the page's plug-ins are gone.
   void forgetPlugins();
 

@@ -220,6 +220,7 @@ void EngineServer::destroyBrowser(int id) {
   const std::shared_ptr<EngineBrowser> browser = found->second;
   m_browsers.erase(found);
   browser->forgetPlugins();
+  browser->dropChanges();
   for (const int inspector : browser->inspectors()) m_inspectors.erase(inspector);
   m_manager->DestroyBrowser(browser->browser(), true);
 }

@@ -73,10 +73,10 @@ void EngineBrowser::OnPluginDirty(LarkaPluginWidget* plugin) {
 // either of them until then.
 void EngineBrowser::sendChanges() {
   if (!m_dirty || m_noticed) return;
-  announceImage();
-  // The first notice of an image covers all of it.
+  const bool isMade = announceImage();
+  // The first notice of an image covers all of it. One that was just made has it all.
   if (std::exchange(m_isNew, false)) m_parts = m_image.whole();
-  const int half = m_image.update(&m_parts);
+  const int half = isMade ? m_image.seen() : m_image.update(&m_parts);
   std::vector<long long> plugins;
   for (const auto& [id, plugin] : m_dirtyPlugins) plugins.push_back(m_server->idOf(plugin));
   m_dirty = false;

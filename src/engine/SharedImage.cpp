@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "channel/ImageFile.h"
 
@@ -20,36 +21,66 @@ QRegion regionOf(const std::vector<Rectangle>& parts) {
   return region;
 }
 
+/// A file that is mapped here.
+struct MappedFile {
+  int file = -1;
+  size_t bytes = 0;
+  void* memory = nullptr;
+};
+
+/// The file of the last browser that was destroyed, for the next one.
+MappedFile g_free;
+
+void release(const MappedFile& mapped) {
+  if (mapped.memory) munmap(mapped.memory, mapped.bytes);
+  if (mapped.file >= 0) close(mapped.file);
+}
+
+/// Makes a file of this size, which the host may rely on: it is sealed. Without memory it failed.
+MappedFile makeFile(size_t bytes) {
+  MappedFile made = {memfd_create("larka-image", MFD_CLOEXEC | MFD_ALLOW_SEALING), bytes, nullptr};
+  if (made.file < 0 || ftruncate(made.file, static_cast<off_t>(bytes)) != 0) return made;
+  fcntl(made.file, F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL);
+  void* memory = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, made.file, 0);
+  if (memory != MAP_FAILED) made.memory = memory;
+  return made;
+}
+
 }  // namespace
 
-SharedImage::~SharedImage() { clear(); }
+// The host has no use for it any more. Memory that is in use already is there faster.
+SharedImage::~SharedImage() {
+  if (m_copies)
+    release(std::exchange(g_free, {m_file, bytes(), m_copies}));
+  else
+    clear();
+}
+
+size_t SharedImage::bytes() const {
+  return static_cast<size_t>(2 * halfOfImageFile(m_stride, m_rows));
+}
 
 void SharedImage::clear() {
-  if (m_copies) munmap(m_copies, static_cast<size_t>(2 * halfOfImageFile(m_stride, m_rows)));
-  if (m_file >= 0) close(m_file);
+  release({m_file, bytes(), m_copies});
   m_copies = nullptr;
   m_file = -1;
   m_source = nullptr;
   m_stride = m_rows = 0;
 }
 
-// The host may rely on the size: it is sealed.
 int SharedImage::make(const unsigned char* pixels, int stride, int rows) {
   clear();
-  const auto bytes = 2 * halfOfImageFile(stride, rows);
-  if (!pixels || bytes == 0) return -1;
+  if (!pixels || halfOfImageFile(stride, rows) == 0) return -1;
   m_source = pixels;
   m_stride = stride;
   m_rows = rows;
   m_seen = 0;
   m_missed = QRect(0, 0, stride / 4, rows);
-  m_file = memfd_create("larka-image", MFD_CLOEXEC | MFD_ALLOW_SEALING);
-  if (m_file < 0 || ftruncate(m_file, static_cast<off_t>(bytes)) != 0) return -1;
-  fcntl(m_file, F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL);
-  void* memory =
-      mmap(nullptr, static_cast<size_t>(bytes), PROT_READ | PROT_WRITE, MAP_SHARED, m_file, 0);
-  if (memory == MAP_FAILED) return -1;
-  m_copies = static_cast<unsigned char*>(memory);
+  const MappedFile file =
+      g_free.bytes == bytes() ? std::exchange(g_free, MappedFile()) : makeFile(bytes());
+  m_file = file.file;
+  m_copies = static_cast<unsigned char*>(file.memory);
+  if (!m_copies) return -1;
   copy(m_missed);
   return m_file;
 }

@@ -26,7 +26,13 @@ class SharedImage {
   /// Returns the file, which this closes with the next one; -1 if there is none.
   int make(const unsigned char* pixels, int stride, int rows);
 
-  std::vector<Rectangle> whole() const { return {{0, 0, m_stride / 4, m_rows}}; }
+  std::vector<Rectangle> whole() const {
+    if (!m_copies) return {};
+    return {{0, 0, m_stride / 4, m_rows}};
+  }
+
+  /// Returns the half that the host sees.
+  int seen() const { return m_seen; }
 
   /// Brings the half that the host doesn't see up to date, for it to be seen from now on. `parts`
   /// have changed since the last time; what is outside of the image is taken out of them. Returns
@@ -35,6 +41,7 @@ class SharedImage {
 
  private:
   void clear();
+  size_t bytes() const;
   void copy(const QRegion& region) const;
   unsigned char* half() const;
 

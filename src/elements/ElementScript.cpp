@@ -25,7 +25,8 @@ const char kWithoutObjects[] =
 
 // Finds where the expression begins that ends a script and is its value; -1 if there is none. What
 // comes before it parses by itself, and ends with its last character: in a comment to the end of
-// the line, one more bracket would parse, too.
+// the line, one more bracket would parse, too. Each look parses the script: of a long one it looks
+// only at the first and the last statements.
 const char kFindValue[] = R"js(
 (function(script) {
   var space = '(\\s|//.*\\n|/\\*([^*]|\\*(?!/))*\\*/)*';
@@ -37,14 +38,19 @@ const char kFindValue[] = R"js(
   function isValue(text) {
     return !noValue.test(text) && parses('return (' + text + '\n)') && parses(text);
   }
-  function mayEnd(before, rest) {
-    if (before.endsWith(';')) return !parses(before + ')');
-    return before.endsWith('\n') && newStatement.test(rest);
+  function mayEnd(last, rest) { return last == ';' || (last == '\n' && newStatement.test(rest)); }
+  function isWhole(before) {
+    return parses(before) && !(before.endsWith(';') && parses(before + ')'));
   }
   if (isValue(script)) return 0;
-  for (var i = script.length; i > 0; --i) {
-    var before = script.slice(0, i), rest = script.slice(i);
-    if (mayEnd(before, rest) && isValue(rest) && parses(before)) return i;
+  var ends = [];
+  for (var i = script.length; i > 0; --i)
+    if (mayEnd(script[i - 1], script.slice(i))) ends.push(i);
+  var most = Math.max(100, Math.floor(1e6 / script.length));
+  ends.splice(most, Math.max(0, ends.length - 2 * most));
+  for (i = 0; i < ends.length; ++i) {
+    var before = script.slice(0, ends[i]);
+    if (isValue(script.slice(ends[i])) && isWhole(before)) return ends[i];
   }
   return -1;
 })

@@ -210,6 +210,7 @@ BrowserManager::~BrowserManager() {
 }
 
 void BrowserManager::Initialize(int argc, char** argv) {
+  while (argc > 0 && !argv[argc - 1]) --argc;  // taken out for another manager
   const bool asksForProcess = RemoteManager::takeArgument("--engine-process", &argc, argv);
   if (RemoteManager::takeArgument("--keep-cookies", &argc, argv)) CookieKeeper::use();
   if (asksForProcess && d && !d->application && !d->remote)

@@ -13,11 +13,11 @@ class ILarkaBrowser;
 
 /// Starts and stops the library, creates browsers and timers, and runs the event loop.
 ///
-/// The host constructs exactly one, calls Initialize(), creates and destroys browsers and timers
-/// while it drives the event loop with PumpEvents() or RunEventLoop(), calls Shutdown(), and
-/// destroys it. Every call belongs on the thread that called Initialize(); the library has no
-/// threads of its own, except while it starts an engine process. Nothing here throws or reports
-/// errors; diagnostics go to the standard error stream.
+/// The host constructs exactly one (with engine processes, one for each), calls Initialize(),
+/// creates and destroys browsers and timers while it drives the event loop with PumpEvents() or
+/// RunEventLoop(), calls Shutdown(), and destroys it. Every call belongs on the thread that called
+/// Initialize(); the library has no threads of its own, except while it starts an engine process.
+/// Nothing here throws or reports errors; diagnostics go to the standard error stream.
 class LARKA_EXPORT BrowserManager {
  public:
   BrowserManager();
@@ -34,7 +34,8 @@ class LARKA_EXPORT BrowserManager {
   /// arguments that it knows.
   ///
   /// With `--engine-process` among the arguments, QtWebKit runs in another process, with its own
-  /// application object; see EngineSettings. The library removes that argument.
+  /// application object; see EngineSettings. The library removes that argument from the array: each
+  /// manager needs one of its own.
   ///
   /// A host with an application object of its own must create it on this thread, as a QApplication,
   /// and keep it until after Shutdown(). If it doesn't, or if the process ends first, what the

@@ -161,8 +161,9 @@ struct ScriptResult {
 ///
 /// Not ok, with a message: a null script, no such frame, a browser that was shut down, an
 /// inspector, a script that QtWebKit ends because it runs too long, and a page whose security
-/// policy forbids `eval`. A page that replaced `eval` or `JSON` decides what comes out, but does no
-/// other harm: the JSON is then any text.
+/// policy forbids `eval`. Not ok, without a message: an engine process doesn't answer. A page that
+/// replaced `eval` or `JSON` decides what comes out, but does no other harm: the JSON is then any
+/// text.
 LARKA_EXPORT ScriptResult EvaluateScript(ILarkaBrowser* browser, const char* script,
                                          const char* frame = nullptr);
 
@@ -573,7 +574,7 @@ enum EngineState {
   ENGINE_ANSWERS = 0,  ///< It answers again, or a new one has started.
   ENGINE_SILENT = 1,   ///< It doesn't answer: calls return at once, with empty results.
   ENGINE_ENDED = 2,    ///< It has ended, with what listeners had open, and a new one is starting.
-  ENGINE_STOPPED = 3   ///< It has ended, and none is started until RestartEngine() is called.
+  ENGINE_STOPPED = 3   ///< It has ended, and loads fail until RestartEngine() starts another one.
 };
 
 /// How hosts want their engine processes.

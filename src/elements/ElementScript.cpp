@@ -96,6 +96,7 @@ QVariant valueOn(QWebElement element, const QString& expression) {
 
 // A script that may not be evaluated is run as it is, but for the expression at its end.
 QString resultOn(QWebElement element, const QString& script) {
+  if (element.isNull()) return QString();
   static const QRegularExpression end(QStringLiteral("[\\s;]+\\z"));
   const WebKitCall call;
   if (canBeEvaluated(element, script))

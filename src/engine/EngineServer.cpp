@@ -29,6 +29,9 @@ namespace {
 const long kLingerNanoseconds = 100000;
 const qint64 kLingerInAllMilliseconds = 5;
 
+/// The host wouldn't take it. It gets an empty result, or no event.
+bool isTooLong(const QByteArray& content) { return content.size() > Channel::kLongestContent; }
+
 }  // namespace
 
 EngineServer::EngineServer(Channel channel, BrowserManager* manager, bool writingIsLimited)
@@ -61,11 +64,12 @@ void EngineServer::send(const Message& message) {
 }
 
 void EngineServer::note(quint16 operation, const QByteArray& content, quint32 within) {
-  send({Message::Note, operation, 0, within, content});
+  if (!isTooLong(content)) send({Message::Note, operation, 0, within, content});
 }
 
 // Whatever the host asks meanwhile is part of its answer. A host that has ended never answers.
 QByteArray EngineServer::call(quint16 operation, const QByteArray& content) {
+  if (isTooLong(content)) return {};
   std::optional<QByteArray> answer;
   const quint32 id = ++m_lastId;
   m_waiting[id] = &answer;
@@ -116,6 +120,10 @@ void EngineServer::serve(const Message& message) {
   }
   checkImages(!std::exchange(m_fillsScreen, false));
   m_within = outer;
+  if (isTooLong(content)) {
+    content.clear();
+    Coder(*this, &content).put(false);
+  }
   if (message.kind != Message::Note)
     send({Message::Answer, message.operation, message.id, 0, content});
 }

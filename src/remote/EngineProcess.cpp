@@ -34,7 +34,8 @@ std::string libraryDirectory() {
 }
 
 std::string program() {
-  if (const char* named = getenv("LARKA_ENGINE")) return named;
+  const char* named = getenv("LARKA_ENGINE");
+  if (named && *named) return named;
   const std::string directory = libraryDirectory();
   for (const char* place : {LARKA_ENGINE_PLACE, "engine/larka-engine"}) {
     std::string file = directory + "/" + place;

@@ -31,12 +31,12 @@ class EngineProcess {
   /// Waits until the process has ended by itself, and kills it after this time.
   void awaitEnd(int milliseconds);
 
+  /// Frees the processes that were killed and are gone by now.
+  void reap();
+
  private:
   /// Waits until the thread has started the process.
   void finishStart();
-
-  /// Frees the processes that were killed and are gone by now.
-  void reap();
 
   std::future<pid_t> m_starting;
   pid_t m_pid = -1;

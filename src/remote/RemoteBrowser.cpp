@@ -10,6 +10,12 @@
 
 namespace LARKA {
 
+namespace {
+
+const quint16 kResize = EngineOperations::numberOf<&ILarkaBrowser::Resize>();
+
+}  // namespace
+
 RemoteBrowser::RemoteBrowser(std::shared_ptr<RemoteManager> manager, int id,
                              RemoteBrowser* inspected)
     : m_manager(std::move(manager)), m_id(id), m_inspected(inspected) {
@@ -86,13 +92,29 @@ void RemoteBrowser::detach() {
   m_image.detach();
 }
 
+// The image has the size of the view at that moment, and keeps it. So another process gets this
+// size first.
+void RemoteBrowser::pageImageMade() {
+  QByteArray now;
+  for (const auto& [operation, content] : m_set)
+    if (operation == kResize) now = content;
+  m_hasImage = true;
+  if (!std::exchange(m_holdsResize, false))
+    m_sizeThen = now;
+  else if (!now.isEmpty())
+    m_manager->post(kResize, now);
+}
+
 void RemoteBrowser::restore(bool reload) {
   if (m_inspected || m_over) return;
   m_manager->tell<&EngineRequests::createBrowser>(0, m_id);
   if (!m_extraListeners.empty()) m_manager->tell<&EngineRequests::listenToExtras>(0, m_id);
-  for (const auto& [operation, content] : m_set) m_manager->post(operation, content);
+  m_holdsResize = m_hasImage;
+  for (const auto& [operation, content] : m_set) {
+    const bool isHeld = m_holdsResize && operation == kResize;
+    if (!isHeld || !m_sizeThen.isEmpty()) m_manager->post(operation, isHeld ? m_sizeThen : content);
+  }
   if (!reload || m_address.empty()) return;
-  m_loading = true;
   m_manager->tell<&ILarkaBrowser::Navigate>(m_id, m_address.c_str());
 }
 
@@ -142,6 +164,10 @@ void RemoteBrowser::Shutdown() {
 void RemoteBrowser::Navigate(const char* url) {
   if (m_over) return;
   m_address = url ? url : "";
+  if (m_manager->isStopped()) {
+    m_failed = true;
+    return m_manager->repeatStopped(m_id);
+  }
   m_loading = true;
   call<&ILarkaBrowser::Navigate>(url);
 }
@@ -170,7 +196,12 @@ void RemoteBrowser::SetGlobalSurface(char* pixels) {
 void RemoteBrowser::SetUserAgent(const char* userAgent) {
   set<&ILarkaBrowser::SetUserAgent>(userAgent);
 }
-void RemoteBrowser::Resize(int width, int height) { set<&ILarkaBrowser::Resize>(width, height); }
+void RemoteBrowser::Resize(int width, int height) {
+  if (m_holdsResize)
+    keep<&ILarkaBrowser::Resize>(width, height);
+  else
+    set<&ILarkaBrowser::Resize>(width, height);
+}
 void RemoteBrowser::SetCacheParameters(const char* directory, int sizeInMegabytes) {
   set<&ILarkaBrowser::SetCacheParameters>(directory, sizeInMegabytes);
 }

@@ -84,6 +84,10 @@ class RemoteBrowser : public ILarkaBrowser {
   // The image.
 
   RemoteImage& image() { return m_image; }
+
+  /// The process has made an image for the page.
+  void pageImageMade();
+
   void notifyDirty(const std::vector<Rectangle>& parts,
                    const std::vector<LarkaPluginWidget>& plugins);
   const std::vector<Rectangle>& changedParts() const { return m_changed; }
@@ -164,6 +168,10 @@ class RemoteBrowser : public ILarkaBrowser {
   void GetFrameContentSize(int& width, int& height) override;
 
  private:
+  /// Keeps what the host sets for the next process. Returns false if that is too long.
+  template <auto Operation, typename... A>
+  bool keep(A&&... arguments);
+
   template <typename Listener, typename Call>
   void each(const std::vector<Listener*>& listeners, const Call& call) {
     // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): a call may change the list.
@@ -186,6 +194,9 @@ class RemoteBrowser : public ILarkaBrowser {
   OpenThings m_open;
   std::vector<std::pair<quint16, QByteArray>> m_set;  // in the order in which it was first set
   RemoteImage m_image;
+  bool m_hasImage = false;     // of the page
+  QByteArray m_sizeThen;       // what Resize() had said when that was made; empty if nothing
+  bool m_holdsResize = false;  // until another process has made one
   std::vector<Rectangle> m_changed;
 };
 
@@ -205,19 +216,23 @@ auto RemoteBrowser::call(A&&... arguments) {
 }
 
 template <auto Operation, typename... A>
+bool RemoteBrowser::keep(A&&... arguments) {
+  const quint16 number = EngineOperations::numberOf<Operation>();
+  QByteArray content = m_manager->contentFor<Operation>(m_id, arguments...);
+  if (RemoteManager::isTooLong(content)) return false;
+  auto known = m_set.begin();
+  while (known != m_set.end() && known->first != number) ++known;
+  if (known == m_set.end())
+    m_set.emplace_back(number, std::move(content));
+  else
+    known->second = std::move(content);
+  return true;
+}
+
+template <auto Operation, typename... A>
 auto RemoteBrowser::set(A&&... arguments) {
-  if (!m_over) {
-    const quint16 number = EngineOperations::numberOf<Operation>();
-    QByteArray content = m_manager->contentFor<Operation>(m_id, arguments...);
-    if (RemoteManager::isTooLong(content)) return typename CallTo<Operation>::Result();
-    auto known = m_set.begin();
-    while (known != m_set.end() && known->first != number) ++known;
-    if (known == m_set.end())
-      m_set.emplace_back(number, std::move(content));
-    else
-      known->second = std::move(content);
-  }
   using Result = typename CallTo<Operation>::Result;
+  if (!m_over && !keep<Operation>(arguments...)) return Result();
   if constexpr (std::is_same_v<Result, bool>) {
     // It is set, now or later.
     const auto manager = m_manager;

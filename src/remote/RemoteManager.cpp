@@ -159,7 +159,7 @@ auto deliver(RemoteBrowser* browser, A&&... arguments) {
 
 bool RemoteManager::takeArgument(const char* argument, int* count, char** arguments) {
   for (int i = 1; i < *count; ++i) {
-    if (strcmp(arguments[i], argument) != 0) continue;
+    if (!arguments[i] || strcmp(arguments[i], argument) != 0) continue;
     std::copy(arguments + i + 1, arguments + *count, arguments + i);
     arguments[--*count] = nullptr;
     return true;
@@ -247,8 +247,11 @@ void RemoteManager::processEnded() {
   const Clock::time_point now = Clock::now();
   m_ends.push_back(now);
   while (now - m_ends.front() > kEndsWithin) m_ends.pop_front();
-  if (m_ends.size() >= kMostEnds) return becomes(Stopped, ENGINE_STOPPED);
-  m_held.push_back({Message(), ENGINE_ENDED});
+  if (m_ends.size() >= kMostEnds) {
+    diagnose("the engine process has ended %zu times within a minute\n", m_ends.size());
+    return becomes(Stopped, ENGINE_STOPPED);
+  }
+  hold(ENGINE_ENDED);
   startProcess();
 }
 
@@ -275,7 +278,13 @@ void RemoteManager::becomes(State state, EngineState news) {
   if (state == m_state) return;
   m_state = state;
   m_stateSince = Clock::now();
-  m_held.push_back({Message(), news});
+  hold(news);
+}
+
+// One for each browser: a listener that pumps must not get what comes after it to the next browser
+// first.
+void RemoteManager::hold(EngineState news) {
+  for (const auto& [id, browser] : m_browsers) m_held.push_back({Message(), news, id});
 }
 
 void RemoteManager::started() {
@@ -283,10 +292,16 @@ void RemoteManager::started() {
   if (m_state == Starting) becomes(Answering, ENGINE_ANSWERS);
 }
 
-void RemoteManager::tellNews(EngineState news) {
-  const std::map<int, RemoteBrowser*> browsers = m_browsers;
-  for (const auto& [id, browser] : browsers)
-    if (browserOf(id) == browser) browser->notifyState(news);
+void RemoteManager::repeatStopped(int browser) {
+  const bool isHeld = std::any_of(m_held.begin(), m_held.end(), [browser](const Held& held) {
+    return held.news == ENGINE_STOPPED && held.browser == browser;
+  });
+  if (!isHeld) m_held.push_back({Message(), ENGINE_STOPPED, browser});
+}
+
+void RemoteManager::tellNews(int browser, EngineState news) {
+  RemoteBrowser* found = browserOf(browser);
+  if (found && m_state != ShutDown) found->notifyState(news);
 }
 
 // A process that runs a script without an end doesn't close its end.
@@ -309,6 +324,7 @@ void RemoteManager::watchOver() {
 void RemoteManager::shutDown(bool immediate) {
   if (m_state == ShutDown || m_state == NotStarted || !diagnosticsUse().isIdle()) return;
   m_shutsDownLater = true;
+  m_isStuck = m_state == Silent || m_state == Stopped;
   m_state = ShutDown;
   if (immediate) shutDownNow();
 }
@@ -330,7 +346,7 @@ void RemoteManager::endWithHost() {
 
 void RemoteManager::shutDownNow() {
   if (!std::exchange(m_shutsDownLater, false)) return;
-  ask<&EngineRequests::shutDown>(0);
+  if (m_isStuck || !ask<&EngineRequests::shutDown>(0)) return processEnded();
   endIfUnused();
 }
 
@@ -428,9 +444,9 @@ void RemoteManager::sort() {
     if (message.kind == Message::Answer)
       takeAnswer(message);
     else if (isUrgent(message))
-      serve({message, {}});
+      serve({message, {}, 0});
     else
-      m_held.push_back({message, {}});
+      m_held.push_back({message, {}, 0});
   }
 }
 
@@ -455,7 +471,7 @@ void RemoteManager::serveHeld() {
 void RemoteManager::serve(const Held& held) {
   const auto self = shared_from_this();
   const Activity activity;
-  if (held.news) return tellNews(*held.news);
+  if (held.news) return tellNews(held.browser, *held.news);
   const Message& message = held.message;
   const bool isCall = message.kind == Message::Call;
   const int generation = m_generation;
@@ -515,6 +531,7 @@ void RemoteManager::pumpEvents() {
   sort();
   for (size_t left = m_held.size(); left > 0 && !m_held.empty(); --left) serveHeld();
   if (!isTalking() && m_state != Stopped && m_state != ShutDown) processEnded();
+  m_process.reap();
   watchOver();
   fireTimers();
   finishPump();
@@ -663,6 +680,8 @@ void RemoteManager::imageMade(int browser, long long image, bool isPage, int str
     if (file >= 0) close(file);
   } else if (!found->image().show(image, isPage, file, stride, rows)) {
     makesNoSense();
+  } else if (isPage && image != 0) {
+    found->pageImageMade();
   }
 }
 

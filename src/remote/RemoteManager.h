@@ -63,6 +63,12 @@ class RemoteManager : public Caller,
   /// Ends the process, whatever it is doing. Returns false if there is none.
   bool endProcess();
 
+  /// Whether there have been too many processes.
+  bool isStopped() const { return m_state == Stopped; }
+
+  /// Has the next pump tell a browser's listeners that there is no process, also if it has before.
+  void repeatStopped(int browser);
+
   /// Starts one after there have been too many.
   bool restart();
 
@@ -110,10 +116,11 @@ class RemoteManager : public Caller,
   using Clock = std::chrono::steady_clock;
   enum State { NotStarted, Starting, Answering, Silent, Stopped, ShutDown };
 
-  /// A message that the next pump serves, or news of the process.
+  /// A message that the next pump serves, or news of the process for a browser.
   struct Held {
     Message message;
     std::optional<EngineState> news;
+    int browser = 0;
   };
 
   bool isTalking() const { return m_channel.isOpen(); }
@@ -132,7 +139,8 @@ class RemoteManager : public Caller,
   bool dispatch(const Message& message, Coder& in, Coder& out);
   void processEnded();
   void becomes(State state, EngineState news);
-  void tellNews(EngineState news);
+  void hold(EngineState news);
+  void tellNews(int browser, EngineState news);
   void watchOver();
   void fireTimers();
   Clock::time_point nextTimer() const;
@@ -157,6 +165,7 @@ class RemoteManager : public Caller,
   int m_serving = 0;              // calls of the engine process
   quint32 m_pumpThere = 0;        // the request for it that is under way; 0 for none
   bool m_shutsDownLater = false;  // with the next pump
+  bool m_isStuck = false;         // it didn't answer when the host shut down
   int m_lastBrowser = 0;
   std::map<int, RemoteBrowser*> m_browsers;
   std::vector<RemoteBrowser*> m_dying;

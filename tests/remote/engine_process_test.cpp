@@ -13,8 +13,10 @@ using namespace LARKA;
 /// A listener that also writes down what becomes of the process.
 struct Watcher : test::Recorder {
   std::string states;  // a digit each
+  std::function<void(EngineState)> onState;
   void OnEngineState(ILarkaBrowser*, EngineState state) override {
     states += std::to_string(state);
+    if (onState) onState(state);
   }
   void OnTextField(ILarkaBrowser*, const TextField& field) override {
     events.push_back("OnTextField " + std::to_string(field.kind));
@@ -149,6 +151,49 @@ TEST_F(EngineProcessTest, WhatIsOpenIsClosedWithIt) {
     const std::vector<std::string> ended = {opened.closed, "OnMediaRequest  7 0"};
     EXPECT_EQ(watcher.events, ended);
   }
+}
+
+TEST_F(EngineProcessTest, TheImageKeepsItsSizeAndAHandleItsPeace) {
+  LarkaPluginWidget plugin;
+  ASSERT_TRUE(host.load(browser, &watcher, "<embed type='video/mp4'>"));
+  ASSERT_EQ(watcher.plugins.size(), 1);
+  plugin = watcher.plugins[0];
+  const unsigned char* image = browser->GetBrowserImage();
+  browser->Resize(100, 90);
+  EXPECT_TRUE(EndEngine(host.manager.get()));
+  EXPECT_EQ(plugin.ExecuteJS("1"), "");
+  EXPECT_EQ(LarkaPluginWidget().ExecuteJS("1"), "");
+  EXPECT_TRUE(host.pumpUntil([&] { return browser->GetWidth() == 100; }));
+  host.settle(watcher);
+  EXPECT_EQ(browser->GetBrowserImage(), image);
+  EXPECT_EQ(GetImageSize(browser).width, 300);
+  EXPECT_EQ(browser->GetWidth(), 100);
+}
+
+TEST_F(EngineProcessTest, EachBrowserHearsEverythingInOrder) {
+  Watcher second;
+  ILarkaBrowser* other = host.createBrowser(&second, 300, 200, true);
+  AddExtraListener(other, &second);
+  watcher.onState = [&](EngineState state) {
+    if (state == ENGINE_ENDED) host.pumpFor(1000);
+  };
+  EXPECT_TRUE(EndEngine(host.manager.get()));
+  EXPECT_TRUE(host.pumpUntil([&] { return second.states.size() >= 2; }));
+  EXPECT_EQ(second.states, "20");
+  watcher.onState = nullptr;
+  EndEngine(host.manager.get());
+  EndEngine(host.manager.get());
+  EXPECT_TRUE(host.pumpUntil([&] { return second.states.back() == '3'; }));
+  second.events.clear();
+  other->Navigate("about:blank");
+  EXPECT_TRUE(host.pumpUntil([&] { return second.count("OnLoadFinished false") == 1; }));
+  host.manager->DestroyBrowser(other, true);
+}
+
+TEST_F(EngineProcessTest, AnAnswerThatIsTooLongIsNone) {
+  EXPECT_EQ(eval("Array(70 << 20).join('x')"), "");
+  EXPECT_TRUE(host.pumpUntil([&] { return eval("1") == "1"; }));
+  EXPECT_EQ(watcher.states.find('2'), std::string::npos);
 }
 
 TEST_F(EngineProcessTest, KeepsCookiesOfAPageThatHangs) {

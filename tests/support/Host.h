@@ -163,7 +163,7 @@ class Host {
     static char* kept[5];
     std::copy(arguments, arguments + 5, kept);
     LARKA::EngineSettings settings;
-    settings.directories = {getenv("XDG_DATA_HOME")};
+    settings.directories = {qgetenv("XDG_DATA_HOME").toStdString()};
     SetEngineSettings(settings);
     manager->Initialize(hasEngineProcess() ? 4 : 3, kept);
   }

@@ -124,8 +124,10 @@ void RemoteBrowser::closeAll() {
   const auto tell = [this](const auto& call) {
     each(m_extraListeners, [&](IExtraCallbacks* listener) { return call(listener), false; });
   };
-  if (open.list != 0) tell([&](auto* listener) { listener->OnListClosed(this, open.list); });
-  if (open.color != 0) tell([&](auto* listener) { listener->OnColorClosed(this, open.color); });
+  tell([&](auto* listener) {
+    if (open.list != 0 && listener == open.listTaker) listener->OnListClosed(this, open.list);
+    if (open.color != 0 && listener == open.colorTaker) listener->OnColorClosed(this, open.color);
+  });
   if (open.hasField) tell([&](auto* listener) { listener->OnTextField(this, TextField()); });
   for (LarkaPluginWidget player : open.players)
     tell([&](auto* listener) { listener->OnMediaRequest(this, &player, MEDIA_CLOSE, 0); });

@@ -67,7 +67,8 @@ class RemoteBrowser : public ILarkaBrowser {
   /// What the listeners have heard of that begins, and not of its end. If the process ends, they
   /// do.
   struct OpenThings {
-    int list = 0, color = 0;  // 0 for none
+    int list = 0, color = 0;                                      // 0 for none
+    IExtraCallbacks *listTaker = nullptr, *colorTaker = nullptr;  // who hears of their end
     bool hasField = false;
     std::vector<LarkaPluginWidget> players;
 

@@ -118,11 +118,24 @@ std::string askForText(RemoteBrowser* browser, const char* message, const char* 
 /// A question that no listener takes isn't open.
 template <typename Event, typename... A>
 bool askWhoShows(RemoteBrowser* browser, int RemoteBrowser::OpenThings::*question,
-                 A&&... arguments) {
+                 IExtraCallbacks* RemoteBrowser::OpenThings::*taker, A&&... arguments) {
   const int id = browser->open().*question;
-  const bool isTaken = tellListeners<Event>(browser, arguments...);
+  bool isTaken = false;
+  browser->notifyUntil(std::vector<IExtraCallbacks*>(), [&](IExtraCallbacks* listener) {
+    browser->open().*taker = listener;
+    return isTaken = (listener->*Event::value)(browser, arguments...);
+  });
   if (browser->open().*question == id) browser->answered(question, !isTaken);
   return isTaken;
+}
+
+/// Only the listener that shows something hears of its end.
+template <typename Event>
+void tellWhoShows(RemoteBrowser* browser, IExtraCallbacks* taker, int id) {
+  browser->notifyUntil(std::vector<IExtraCallbacks*>(), [&](IExtraCallbacks* listener) {
+    if (listener == taker) (listener->*Event::value)(browser, id);
+    return listener == taker;
+  });
 }
 
 /// Notes what an event opens or closes, before the listeners get it.
@@ -148,9 +161,15 @@ auto deliver(RemoteBrowser* browser, A&&... arguments) {
   if constexpr (kIs<Event, &ILarkaCallbacks::OnJavaScriptPrompt>)
     return askForText(browser, arguments...);
   else if constexpr (kIs<Event, &IExtraCallbacks::OnListOpened>)
-    return askWhoShows<Event>(browser, &RemoteBrowser::OpenThings::list, arguments...);
+    return askWhoShows<Event>(browser, &RemoteBrowser::OpenThings::list,
+                              &RemoteBrowser::OpenThings::listTaker, arguments...);
   else if constexpr (kIs<Event, &IExtraCallbacks::OnColorOpened>)
-    return askWhoShows<Event>(browser, &RemoteBrowser::OpenThings::color, arguments...);
+    return askWhoShows<Event>(browser, &RemoteBrowser::OpenThings::color,
+                              &RemoteBrowser::OpenThings::colorTaker, arguments...);
+  else if constexpr (kIs<Event, &IExtraCallbacks::OnListClosed>)
+    return tellWhoShows<Event>(browser, browser->open().listTaker, arguments...);
+  else if constexpr (kIs<Event, &IExtraCallbacks::OnColorClosed>)
+    return tellWhoShows<Event>(browser, browser->open().colorTaker, arguments...);
   else
     return tellListeners<Event>(browser, arguments...);
 }
